@@ -1,0 +1,222 @@
+#include "CoreData/Rows/Row.h"
+
+#include <cassert>
+#include <cmath>
+#include <cstring>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "Foundation/Values/Error.h"
+
+namespace coredata {
+
+using foundation::Ref;
+using foundation::Value;
+
+namespace {
+constexpr std::size_t kMaxPayload = std::size_t{1} << 30;
+constexpr std::int64_t kPayloadTooLargeCode = 134180;
+
+bool isInPayload(SlotTag tag) noexcept {
+  return tag == SlotTag::text || tag == SlotTag::bytes || tag == SlotTag::identifier;
+}
+}  // namespace
+
+Row::Row(const NSEntityDescription& entity, SlotIndex slotCount, std::uint32_t payloadCapacity) noexcept
+    : entity_(&entity), payloadCapacity_(payloadCapacity), slotCount_(slotCount) {
+  std::memset(words(), 0, slotCount * (sizeof(Word) + sizeof(SlotTag)));
+}
+
+Ref<Row> Row::allocate(const NSEntityDescription& entity, std::size_t payloadCapacity) {
+  if (payloadCapacity > kMaxPayload) {
+    throw foundation::Error(std::string(foundation::kCocoaErrorDomain), kPayloadTooLargeCode,
+                            "The texts and data of one " + entity.name() + " pass 1 GiB.");
+  }
+  const auto slotCount = static_cast<SlotIndex>(entity.slots().size());
+  const std::size_t size =
+      sizeof(Row) + slotCount * (sizeof(Word) + sizeof(SlotTag)) + payloadCapacity;
+  void* memory = ::operator new(size);
+  return Ref<Row>::adopt(
+      new (memory) Row(entity, slotCount, static_cast<std::uint32_t>(payloadCapacity)));
+}
+
+void Row::destroy() const noexcept {
+  this->~Row();
+  ::operator delete(const_cast<Row*>(this));
+}
+
+Ref<Row> Row::make(const NSEntityDescription& entity, std::size_t payloadCapacity) {
+  return allocate(entity, payloadCapacity);
+}
+
+Ref<Row> Row::copy(std::size_t extraCapacity) const {
+  // Replaced texts leave holes behind them, so only what the slots still name is taken along.
+  std::size_t used = 0;
+  for (SlotIndex slot = 0; slot < slotCount_; ++slot) {
+    if (isInPayload(tag(slot))) used += words()[slot].range.size;
+  }
+  Ref<Row> result = allocate(*entity_, used + extraCapacity);
+  result->key_ = key_;
+  result->version_ = version_;
+  std::memcpy(result->words(), words(), slotCount_ * (sizeof(Word) + sizeof(SlotTag)));
+  std::uint32_t end = 0;
+  for (SlotIndex slot = 0; slot < slotCount_; ++slot) {
+    if (!isInPayload(tag(slot))) continue;
+    const PayloadRange from = words()[slot].range;
+    std::memcpy(result->payload() + end, payload() + from.offset, from.size);
+    result->words()[slot].range.offset = end;
+    end += from.size;
+  }
+  result->payloadSize_ = end;
+  return result;
+}
+
+std::size_t Row::byteSize() const noexcept {
+  return sizeof(Row) + slotCount_ * (sizeof(Word) + sizeof(SlotTag)) + payloadCapacity_;
+}
+
+std::string_view Row::text(SlotIndex slot) const noexcept {
+  if (tag(slot) != SlotTag::text) return {};
+  const PayloadRange range = words()[slot].range;
+  return {reinterpret_cast<const char*>(payload()) + range.offset, range.size};
+}
+
+std::span<const std::uint8_t> Row::bytes(SlotIndex slot) const noexcept {
+  if (tag(slot) != SlotTag::bytes) return {};
+  const PayloadRange range = words()[slot].range;
+  return {payload() + range.offset, range.size};
+}
+
+foundation::UUID Row::identifier(SlotIndex slot) const noexcept {
+  foundation::UUID::Bytes bytes{};
+  if (tag(slot) == SlotTag::identifier) {
+    std::memcpy(bytes.data(), payload() + words()[slot].range.offset, bytes.size());
+  }
+  return foundation::UUID(bytes);
+}
+
+Value Row::value(SlotIndex slot) const {
+  switch (tag(slot)) {
+    case SlotTag::none:
+      return {};
+    case SlotTag::integer:
+    case SlotTag::reference:
+      return words()[slot].integer;
+    case SlotTag::real:
+      return words()[slot].real;
+    case SlotTag::date:
+      return foundation::Date::fromReference(words()[slot].real);
+    case SlotTag::text:
+      return text(slot);
+    case SlotTag::bytes:
+      return foundation::Data(bytes(slot));
+    case SlotTag::identifier:
+      return identifier(slot);
+  }
+  return {};
+}
+
+void Row::setKey(ObjectKey key) noexcept {
+  assert(isUnshared());
+  key_ = key;
+}
+
+void Row::setVersion(std::int64_t version) noexcept {
+  assert(isUnshared());
+  version_ = version;
+}
+
+void Row::setNone(SlotIndex slot) noexcept {
+  assert(isUnshared());
+  tags()[slot] = SlotTag::none;
+  words()[slot].integer = 0;
+}
+
+void Row::setInteger(SlotIndex slot, std::int64_t value) noexcept {
+  assert(isUnshared());
+  tags()[slot] = SlotTag::integer;
+  words()[slot].integer = value;
+}
+
+void Row::setReal(SlotIndex slot, double value) noexcept {
+  assert(isUnshared());
+  if (std::isnan(value)) {
+    setNone(slot);
+    return;
+  }
+  tags()[slot] = SlotTag::real;
+  words()[slot].real = value;
+}
+
+void Row::setDate(SlotIndex slot, double secondsSinceReferenceDate) noexcept {
+  setReal(slot, secondsSinceReferenceDate);
+  if (tags()[slot] == SlotTag::real) tags()[slot] = SlotTag::date;
+}
+
+void Row::setReference(SlotIndex slot, ObjectKey key) noexcept {
+  assert(isUnshared());
+  tags()[slot] = key == kNoObject ? SlotTag::none : SlotTag::reference;
+  words()[slot].integer = key;
+}
+
+void Row::setRange(Ref<Row>& row, SlotIndex slot, SlotTag tag, const void* source, std::size_t size) {
+  assert(row->isUnshared());
+  Word& word = row->words()[slot];
+  const bool fitsInPlace = isInPayload(row->tag(slot)) && word.range.size >= size;
+  std::uint32_t offset = word.range.offset;
+  if (!fitsInPlace) {
+    if (size > kMaxPayload || row->payloadSize_ + size > row->payloadCapacity_) {
+      // The slot's own old text need not come along; growing by half again keeps repeated edits cheap.
+      row->setNone(slot);
+      row = row->copy(size + row->payloadSize_ / 2);
+    }
+    offset = row->payloadSize_;
+    row->payloadSize_ += static_cast<std::uint32_t>(size);
+  }
+  if (size != 0) std::memcpy(row->payload() + offset, source, size);
+  row->words()[slot].range = {offset, static_cast<std::uint32_t>(size)};
+  row->tags()[slot] = tag;
+}
+
+void Row::setText(Ref<Row>& row, SlotIndex slot, std::string_view value) {
+  setRange(row, slot, SlotTag::text, value.data(), value.size());
+}
+
+void Row::setBytes(Ref<Row>& row, SlotIndex slot, std::span<const std::uint8_t> value) {
+  setRange(row, slot, SlotTag::bytes, value.data(), value.size());
+}
+
+void Row::setIdentifier(Ref<Row>& row, SlotIndex slot, const foundation::UUID& value) {
+  setRange(row, slot, SlotTag::identifier, value.bytes().data(), value.bytes().size());
+}
+
+void Row::setFrom(Ref<Row>& row, SlotIndex slot, const Row& other) {
+  if (isInPayload(other.tag(slot))) {
+    const PayloadRange range = other.words()[slot].range;
+    setRange(row, slot, other.tag(slot), other.payload() + range.offset, range.size);
+    return;
+  }
+  assert(row->isUnshared());
+  row->words()[slot] = other.words()[slot];
+  row->tags()[slot] = other.tag(slot);
+}
+
+bool Row::slotEquals(SlotIndex slot, const Row& other) const noexcept {
+  if (tag(slot) != other.tag(slot)) return false;
+  if (!isInPayload(tag(slot))) return words()[slot].integer == other.words()[slot].integer;
+  const PayloadRange a = words()[slot].range;
+  const PayloadRange b = other.words()[slot].range;
+  return a.size == b.size &&
+         std::memcmp(payload() + a.offset, other.payload() + b.offset, a.size) == 0;
+}
+
+SlotMask Row::differencesFrom(const Row& other) const noexcept {
+  SlotMask result = 0;
+  for (SlotIndex slot = 0; slot < slotCount_; ++slot) {
+    if (!slotEquals(slot, other)) result |= SlotMask{1} << slot;
+  }
+  return result;
+}
+
+}  // namespace coredata

@@ -1,0 +1,55 @@
+# What every target of the project shares. Nothing here is set globally, so that a parent project's targets are
+# left alone.
+
+function(cds_configure_target target)
+  target_compile_features(${target} PUBLIC cxx_std_23)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
+  if(PROJECT_IS_TOP_LEVEL)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+                                             -Woverloaded-virtual -Wimplicit-fallthrough -Wundef)
+  endif()
+  # The progress and intensity of a check-in depend on the rules of NaN.
+  target_compile_options(${target} PRIVATE -fno-fast-math)
+  if(COREDATASTACK_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(COREDATASTACK_SANITIZE)
+    target_compile_options(${target} PUBLIC -fsanitize=${COREDATASTACK_SANITIZE} -fno-omit-frame-pointer
+                                            -fno-sanitize-recover=all)
+    target_link_options(${target} PUBLIC -fsanitize=${COREDATASTACK_SANITIZE})
+  endif()
+endfunction()
+
+# cds_add_library(<name> SOURCES <file>... [PUBLIC <target>...] [PRIVATE <target>...])
+# One folder, one static library; headers are included from the module root.
+function(cds_add_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  add_library(CoreDataStack::${name} ALIAS ${name})
+  cds_configure_target(${name})
+  target_include_directories(
+    ${name} PUBLIC $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}> $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}/Platform>
+                   $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}/Packages>
+                   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/CoreDataStack>)
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+  set_property(GLOBAL APPEND PROPERTY CDS_LIBRARIES ${name})
+endfunction()
+
+# cds_add_test(<name> [FULL] SOURCES <file>... LIBRARIES <target>...)
+# Tests are quick unless FULL is given; ctest -L quick runs the first tier alone.
+function(cds_add_test name)
+  cmake_parse_arguments(ARG "FULL" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  cds_configure_target(${name})
+  target_include_directories(${name} PRIVATE ${CoreDataStack_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gtest GTest::gmock GTest::gtest_main)
+  set(label quick)
+  if(ARG_FULL)
+    set(label full)
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT ${ARG_TIMEOUT})
+endfunction()

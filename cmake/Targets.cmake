@@ -3,39 +3,70 @@
 
 function(cds_configure_target target)
   target_compile_features(${target} PUBLIC cxx_std_23)
-  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
-  if(PROJECT_IS_TOP_LEVEL)
-    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
-                                             -Woverloaded-virtual -Wimplicit-fallthrough -Wundef)
-  endif()
+  # Programs lie in bin/ beside share/, as they do once installed: they find their resources the same way.
+  set_target_properties(
+    ${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON
+                         RUNTIME_OUTPUT_DIRECTORY "${CoreDataStack_BINARY_DIR}/bin")
   # The progress and intensity of a check-in depend on the rules of NaN.
   target_compile_options(${target} PRIVATE -fno-fast-math)
+  if(COREDATASTACK_WARNINGS)
+    target_compile_options(
+      ${target}
+      PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+              -Wimplicit-fallthrough -Wundef
+              # One meaning of -Wconversion under both compilers.
+              $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>)
+  endif()
   if(COREDATASTACK_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
   if(COREDATASTACK_SANITIZE)
-    target_compile_options(${target} PUBLIC -fsanitize=${COREDATASTACK_SANITIZE} -fno-omit-frame-pointer
-                                            -fno-sanitize-recover=all)
+    target_compile_options(${target} PUBLIC -fsanitize=${COREDATASTACK_SANITIZE}
+                                            -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(${target} PUBLIC -fsanitize=${COREDATASTACK_SANITIZE})
+  endif()
+  if(COREDATASTACK_BUILD_FUZZERS)
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
   endif()
 endfunction()
 
 # cds_add_library(<name> SOURCES <file>... [PUBLIC <target>...] [PRIVATE <target>...])
-# One folder, one static library; headers are included from the module root.
+# One folder, one static library; headers are included from the module root. Without sources it is the headers alone.
 function(cds_add_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
-  add_library(${name} STATIC ${ARG_SOURCES})
+  if(ARG_SOURCES)
+    add_library(${name} STATIC ${ARG_SOURCES})
+    set(scope PUBLIC)
+    cds_configure_target(${name})
+    target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+  else()
+    add_library(${name} INTERFACE)
+    set(scope INTERFACE)
+    target_compile_features(${name} INTERFACE cxx_std_23)
+    target_link_libraries(${name} INTERFACE ${ARG_PUBLIC} ${ARG_PRIVATE})
+  endif()
   add_library(CoreDataStack::${name} ALIAS ${name})
-  cds_configure_target(${name})
   target_include_directories(
-    ${name} PUBLIC $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}> $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}/Platform>
-                   $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}/Packages>
-                   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/CoreDataStack>)
-  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+    ${name}
+    ${scope} $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}>
+             $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}/Platform>
+             $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}/Packages>
+             $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/CoreDataStack>)
   set_property(GLOBAL APPEND PROPERTY CDS_LIBRARIES ${name})
 endfunction()
 
-# cds_add_test(<name> [FULL] SOURCES <file>... LIBRARIES <target>...)
+# cds_add_tool(<name> SOURCES <file>... LIBRARIES <target>...)
+# A program that is installed beside the library.
+function(cds_add_tool name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  cds_configure_target(${name})
+  target_include_directories(${name} PRIVATE ${CoreDataStack_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES})
+  set_property(GLOBAL APPEND PROPERTY CDS_TOOLS ${name})
+endfunction()
+
+# cds_add_test(<name> [FULL] [TIMEOUT <seconds>] SOURCES <file>... LIBRARIES <target>...)
 # Tests are quick unless FULL is given; ctest -L quick runs the first tier alone.
 function(cds_add_test name)
   cmake_parse_arguments(ARG "FULL" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
@@ -52,4 +83,24 @@ function(cds_add_test name)
   endif()
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT ${ARG_TIMEOUT})
+endfunction()
+
+# cds_add_benchmark(<name> SOURCES <file>... LIBRARIES <target>...)
+function(cds_add_benchmark name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  cds_configure_target(${name})
+  target_include_directories(${name} PRIVATE ${CoreDataStack_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} benchmark::benchmark)
+endfunction()
+
+# cds_add_fuzzer(<name> SOURCES <file>... LIBRARIES <target>...)
+# A libFuzzer program; its seeds and finds lie in Fuzz/corpus/<name>.
+function(cds_add_fuzzer name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  cds_configure_target(${name})
+  target_include_directories(${name} PRIVATE ${CoreDataStack_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES})
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
 endfunction()

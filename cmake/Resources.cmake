@@ -1,0 +1,98 @@
+# Bundles: directories with an Info.json that programs load models, mappings and texts from. They are put together
+# under share/CoreDataStack of the build tree and installed to the same place, so that a program finds them by one
+# path relative to itself in both.
+
+set(COREDATASTACK_RESOURCE_DIR "${CoreDataStack_BINARY_DIR}/share/CoreDataStack")
+set(COREDATASTACK_MODEL_BUNDLE_IDENTIFIER "com.tessaline.coredata")
+
+# Tells a library where bundles lie when they are not beside the program: in the build tree, and in the installed one.
+function(cds_define_resource_directories target)
+  target_compile_definitions(
+    ${target} PRIVATE COREDATASTACK_BUILD_RESOURCE_DIR="${COREDATASTACK_RESOURCE_DIR}"
+                      COREDATASTACK_INSTALL_RESOURCE_DIR="${CMAKE_INSTALL_FULL_DATADIR}/CoreDataStack")
+endfunction()
+
+# The command that runs the model compiler, and what a step that uses it depends on.
+function(cds_model_compiler command dependency)
+  if(COREDATASTACK_MODELC)
+    set(${command} "${COREDATASTACK_MODELC}" PARENT_SCOPE)
+    set(${dependency} "${COREDATASTACK_MODELC}" PARENT_SCOPE)
+  else()
+    set(${command} modelc PARENT_SCOPE)
+    set(${dependency} modelc PARENT_SCOPE)
+  endif()
+endfunction()
+
+# cds_add_bundle(<name> IDENTIFIER <identifier>
+#                [MODEL <name> VERSIONS <source>... CURRENT <version name>]
+#                [MAPPINGS <source>...] [TABLES <directory>.lproj...])
+# Makes <name>.bundle, and a target <name>Bundle that builds it. Paths are relative to the calling folder.
+#   MODEL     Model.momd/ with every version compiled to a readable .mom and an optimised .omo, and the current
+#             version's name in VersionInfo.json
+#   MAPPINGS  each source compiled to a .cdm
+#   TABLES    folders of texts, one a language, copied as they are
+function(cds_add_bundle name)
+  cmake_parse_arguments(ARG "" "IDENTIFIER;MODEL;CURRENT" "VERSIONS;MAPPINGS;TABLES" ${ARGN})
+  set(bundle "${COREDATASTACK_RESOURCE_DIR}/${name}.bundle")
+  file(CONFIGURE OUTPUT "${bundle}/Info.json" @ONLY
+       CONTENT "{\"identifier\": \"${ARG_IDENTIFIER}\", \"name\": \"${name}\"}\n")
+  set(outputs)
+
+  if(ARG_MODEL)
+    set(directory "${bundle}/${ARG_MODEL}.momd")
+    file(CONFIGURE OUTPUT "${directory}/VersionInfo.json" CONTENT "{\"current\": \"${ARG_CURRENT}\"}\n" @ONLY)
+    foreach(source IN LISTS ARG_VERSIONS)
+      cmake_path(GET source STEM LAST_ONLY version)
+      _cds_compile("${source}" outputs "${directory}/${version}.mom" "${directory}/${version}.omo")
+    endforeach()
+  endif()
+
+  foreach(source IN LISTS ARG_MAPPINGS)
+    cmake_path(GET source STEM LAST_ONLY mapping)
+    _cds_compile("${source}" outputs "${bundle}/${mapping}.cdm")
+  endforeach()
+
+  foreach(tables IN LISTS ARG_TABLES)
+    _cds_copy_tables("${tables}" "${bundle}" outputs)
+  endforeach()
+
+  add_custom_target(${name}Bundle ALL DEPENDS ${outputs})
+  set_property(GLOBAL APPEND PROPERTY CDS_BUNDLES "${bundle}")
+endfunction()
+
+# One run of the compiler; what it writes follows from the extensions of the outputs.
+function(_cds_compile source outputs)
+  cds_model_compiler(command dependency)
+  cmake_path(ABSOLUTE_PATH source)
+  set(arguments)
+  foreach(output IN LISTS ARGN)
+    list(APPEND arguments --output "${output}")
+  endforeach()
+  list(GET ARGN 0 first)
+  cmake_path(GET first FILENAME display)
+  add_custom_command(
+    OUTPUT ${ARGN}
+    COMMAND ${command} "${source}" ${arguments}
+    DEPENDS "${source}" ${dependency}
+    COMMENT "Compiling ${display}"
+    VERBATIM)
+  set(${outputs} ${${outputs}} ${ARGN} PARENT_SCOPE)
+endfunction()
+
+function(_cds_copy_tables tables bundle outputs)
+  cmake_path(ABSOLUTE_PATH tables)
+  cmake_path(GET tables FILENAME language)
+  file(GLOB files CONFIGURE_DEPENDS "${tables}/*")
+  foreach(file IN LISTS files)
+    cmake_path(GET file FILENAME filename)
+    set(copy "${bundle}/${language}/${filename}")
+    add_custom_command(
+      OUTPUT "${copy}"
+      COMMAND ${CMAKE_COMMAND} -E copy "${file}" "${copy}"
+      DEPENDS "${file}"
+      COMMENT "Copying ${language}/${filename}"
+      VERBATIM)
+    list(APPEND copies "${copy}")
+  endforeach()
+  set(${outputs} ${${outputs}} ${copies} PARENT_SCOPE)
+endfunction()

@@ -1,0 +1,104 @@
+#include "CoreData/Fetching/DictionaryRows.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+namespace coredata {
+
+using foundation::Value;
+
+std::size_t DictionaryRows::column(std::string_view name) const noexcept {
+  const auto found = std::ranges::find(columns_, name, &FetchColumn::name);
+  return found == columns_.end() ? kNoColumn : static_cast<std::size_t>(found - columns_.begin());
+}
+
+std::int64_t DictionaryRows::integer(std::size_t row, std::size_t column) const noexcept {
+  const Cell& found = cell(row, column);
+  return found.tag == SlotTag::integer ? found.integer : 0;
+}
+
+double DictionaryRows::real(std::size_t row, std::size_t column) const noexcept {
+  const Cell& found = cell(row, column);
+  return found.tag == SlotTag::real || found.tag == SlotTag::date ? found.real : 0.0;
+}
+
+std::string_view DictionaryRows::text(std::size_t row, std::size_t column) const noexcept {
+  const Cell& found = cell(row, column);
+  if (found.tag != SlotTag::text) return {};
+  return std::string_view(payload_).substr(found.offset, found.size);
+}
+
+ObjectKey DictionaryRows::reference(std::size_t row, std::size_t column) const noexcept {
+  const Cell& found = cell(row, column);
+  return found.tag == SlotTag::reference ? found.integer : kNoObject;
+}
+
+Value DictionaryRows::value(std::size_t row, std::size_t column) const {
+  const Cell& found = cell(row, column);
+  const auto* packed = reinterpret_cast<const std::uint8_t*>(payload_.data()) + found.offset;
+  switch (found.tag) {
+    case SlotTag::none:
+      return {};
+    case SlotTag::integer:
+    case SlotTag::reference:
+      return found.integer;
+    case SlotTag::real:
+      return found.real;
+    case SlotTag::date:
+      return foundation::Date::fromReference(found.real);
+    case SlotTag::text:
+      return text(row, column);
+    case SlotTag::bytes:
+      return foundation::Data(std::span(packed, found.size));
+    case SlotTag::identifier: {
+      foundation::UUID::Bytes bytes{};
+      std::memcpy(bytes.data(), packed, std::min<std::size_t>(found.size, bytes.size()));
+      return foundation::UUID(bytes);
+    }
+  }
+  return {};
+}
+
+void DictionaryRows::appendInteger(std::int64_t value) {
+  Cell& added = cells_.emplace_back();
+  added.integer = value;
+  added.tag = SlotTag::integer;
+}
+
+void DictionaryRows::appendReal(double value) {
+  Cell& added = cells_.emplace_back();
+  added.real = value;
+  added.tag = SlotTag::real;
+}
+
+void DictionaryRows::appendDate(double secondsSinceReferenceDate) {
+  appendReal(secondsSinceReferenceDate);
+  cells_.back().tag = SlotTag::date;
+}
+
+void DictionaryRows::appendReference(ObjectKey key) {
+  appendInteger(key);
+  cells_.back().tag = SlotTag::reference;
+}
+
+void DictionaryRows::appendPacked(SlotTag tag, const void* source, std::size_t size) {
+  Cell& added = cells_.emplace_back();
+  added.offset = payload_.size();
+  added.size = static_cast<std::uint32_t>(size);
+  added.tag = tag;
+  payload_.append(static_cast<const char*>(source), size);
+}
+
+void DictionaryRows::reorder(std::span<const std::uint32_t> rows) {
+  assert(rows.size() == size());
+  std::vector<Cell> ordered;
+  ordered.reserve(cells_.size());
+  for (const std::uint32_t row : rows) {
+    const auto first = cells_.begin() + static_cast<std::ptrdiff_t>(row * columns_.size());
+    ordered.insert(ordered.end(), first, first + static_cast<std::ptrdiff_t>(columns_.size()));
+  }
+  cells_ = std::move(ordered);
+}
+
+}  // namespace coredata

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "CoreData/Fetching/FetchPlan.h"
+#include "CoreData/Rows/Row.h"
+
+namespace coredata {
+
+/// The rows of a dictionary fetch: one block of cells, texts packed behind each other, so that a hundred thousand
+/// rows cost no allocation each. Columns are found by name once, then read by number.
+class DictionaryRows {
+ public:
+  DictionaryRows() = default;
+  explicit DictionaryRows(std::vector<FetchColumn> columns) : columns_(std::move(columns)) {}
+
+  [[nodiscard]] std::size_t size() const noexcept {
+    return columns_.empty() ? 0 : cells_.size() / columns_.size();
+  }
+  [[nodiscard]] bool empty() const noexcept { return size() == 0; }
+  [[nodiscard]] const std::vector<FetchColumn>& columns() const noexcept { return columns_; }
+  static constexpr std::size_t kNoColumn = static_cast<std::size_t>(-1);
+  /// The number of the column of that name, or `kNoColumn`.
+  [[nodiscard]] std::size_t column(std::string_view name) const noexcept;
+
+  [[nodiscard]] SlotTag tag(std::size_t row, std::size_t column) const noexcept {
+    return cell(row, column).tag;
+  }
+  /// The readers answer 0, empty or `kNoObject` for a cell that is absent or of another kind.
+  [[nodiscard]] std::int64_t integer(std::size_t row, std::size_t column) const noexcept;
+  [[nodiscard]] double real(std::size_t row, std::size_t column) const noexcept;
+  [[nodiscard]] std::string_view text(std::size_t row, std::size_t column) const noexcept;
+  [[nodiscard]] ObjectKey reference(std::size_t row, std::size_t column) const noexcept;
+  /// The cell as a value of run-time kind; a reference gives its key as a number.
+  [[nodiscard]] foundation::Value value(std::size_t row, std::size_t column) const;
+
+  void reserve(std::size_t rows) { cells_.reserve(rows * columns_.size()); }
+  /// Cells are appended from left to right, row by row.
+  void appendNone() { cells_.push_back({}); }
+  void appendInteger(std::int64_t value);
+  void appendReal(double value);
+  void appendDate(double secondsSinceReferenceDate);
+  void appendReference(ObjectKey key);
+  void appendText(std::string_view value) { appendPacked(SlotTag::text, value.data(), value.size()); }
+  void appendBytes(std::span<const std::uint8_t> value) {
+    appendPacked(SlotTag::bytes, value.data(), value.size());
+  }
+  void appendIdentifier(std::span<const std::uint8_t> value) {
+    appendPacked(SlotTag::identifier, value.data(), value.size());
+  }
+
+  /// Puts the rows into the order of `rows`, which names each row once.
+  void reorder(std::span<const std::uint32_t> rows);
+
+ private:
+  struct Cell {
+    union {
+      std::int64_t integer = 0;
+      double real;
+      std::uint64_t offset;
+    };
+    std::uint32_t size = 0;
+    SlotTag tag = SlotTag::none;
+  };
+
+  void appendPacked(SlotTag tag, const void* source, std::size_t size);
+  [[nodiscard]] const Cell& cell(std::size_t row, std::size_t column) const noexcept {
+    return cells_[row * columns_.size() + column];
+  }
+
+  std::vector<FetchColumn> columns_;
+  std::vector<Cell> cells_;
+  std::string payload_;
+};
+
+}  // namespace coredata

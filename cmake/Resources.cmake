@@ -43,25 +43,26 @@ function(cds_add_bundle name)
     file(CONFIGURE OUTPUT "${directory}/VersionInfo.json" CONTENT "{\"current\": \"${ARG_CURRENT}\"}\n" @ONLY)
     foreach(source IN LISTS ARG_VERSIONS)
       cmake_path(GET source STEM LAST_ONLY version)
-      _cds_compile("${source}" outputs "${directory}/${version}.mom" "${directory}/${version}.omo")
+      _cds_compile(outputs "${source}" "${directory}/${version}.mom" "${directory}/${version}.omo")
     endforeach()
   endif()
 
   foreach(source IN LISTS ARG_MAPPINGS)
     cmake_path(GET source STEM LAST_ONLY mapping)
-    _cds_compile("${source}" outputs "${bundle}/${mapping}.cdm")
+    _cds_compile(outputs "${source}" "${bundle}/${mapping}.cdm")
   endforeach()
 
   foreach(tables IN LISTS ARG_TABLES)
-    _cds_copy_tables("${tables}" "${bundle}" outputs)
+    _cds_copy_tables(outputs "${tables}" "${bundle}")
   endforeach()
 
   add_custom_target(${name}Bundle ALL DEPENDS ${outputs})
   set_property(GLOBAL APPEND PROPERTY CDS_BUNDLES "${bundle}")
 endfunction()
 
-# One run of the compiler; what it writes follows from the extensions of the outputs.
-function(_cds_compile source outputs)
+# One run of the compiler, which appends the files named last to the caller's list `made`; what it writes follows from
+# their extensions.
+function(_cds_compile made source)
   cds_model_compiler(command dependency)
   cmake_path(ABSOLUTE_PATH source)
   set(arguments)
@@ -76,10 +77,10 @@ function(_cds_compile source outputs)
     DEPENDS "${source}" ${dependency}
     COMMENT "Compiling ${display}"
     VERBATIM)
-  set(${outputs} ${${outputs}} ${ARGN} PARENT_SCOPE)
+  set(${made} ${${made}} ${ARGN} PARENT_SCOPE)
 endfunction()
 
-function(_cds_copy_tables tables bundle outputs)
+function(_cds_copy_tables made tables bundle)
   cmake_path(ABSOLUTE_PATH tables)
   cmake_path(GET tables FILENAME language)
   file(GLOB files CONFIGURE_DEPENDS "${tables}/*")
@@ -94,5 +95,5 @@ function(_cds_copy_tables tables bundle outputs)
       VERBATIM)
     list(APPEND copies "${copy}")
   endforeach()
-  set(${outputs} ${${outputs}} ${copies} PARENT_SCOPE)
+  set(${made} ${${made}} ${copies} PARENT_SCOPE)
 endfunction()

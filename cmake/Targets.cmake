@@ -1,5 +1,5 @@
-# What every target of the project shares. Nothing here is set globally, so that a parent project's targets are
-# left alone.
+# What every target of the project shares. Nothing here is set globally, so that a parent project's targets
+# are left alone.
 
 function(cds_configure_target target)
   target_compile_features(${target} PUBLIC cxx_std_23)
@@ -53,6 +53,15 @@ function(cds_add_library name)
              $<BUILD_INTERFACE:${CoreDataStack_SOURCE_DIR}/Packages>
              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/CoreDataStack>)
   set_property(GLOBAL APPEND PROPERTY CDS_LIBRARIES ${name})
+endfunction()
+
+# cds_add_umbrella(<name>)
+# One target that stands for every library declared so far.
+function(cds_add_umbrella name)
+  if(NOT TARGET ${name})
+    get_property(libraries GLOBAL PROPERTY CDS_LIBRARIES)
+    cds_add_library(${name} PUBLIC ${libraries})
+  endif()
 endfunction()
 
 # cds_add_tool(<name> SOURCES <file>... LIBRARIES <target>...)

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "Foundation/Values/Internal/WeakCells.h"
 #include "Foundation/Values/Ref.h"
 
 namespace foundation {
@@ -41,13 +42,18 @@ class Object {
 
  protected:
   Object() noexcept = default;
-  virtual ~Object();
+  virtual ~Object() {
+    if (isWeaklyHeld_.load(std::memory_order_relaxed)) clearWeakCell(this);
+  }
 
  private:
+  friend class WeakHandle;
+
   /// What the last release does; a subclass that must leave a registry first overrides it.
   virtual void lastReferenceDropped() const noexcept;
 
   mutable std::atomic<std::uint32_t> count_{1};
+  mutable std::atomic<bool> isWeaklyHeld_{false};
 };
 
 }  // namespace foundation

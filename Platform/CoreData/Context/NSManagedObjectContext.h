@@ -1,0 +1,213 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "CoreData/Context/FetchedObjects.h"
+#include "CoreData/Context/NSMergePolicy.h"
+#include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
+#include "CoreData/Fetching/DictionaryRows.h"
+#include "CoreData/Fetching/NSFetchRequest.h"
+#include "CoreData/Object/NSManagedObject.h"
+#include "Foundation/Notifications/NSNotification.h"
+#include "Foundation/Values/FunctionRef.h"
+
+namespace coredata {
+
+enum class NSManagedObjectContextConcurrencyType : std::uint8_t {
+  privateQueue,  ///< blocks run one at a time; a waiting one on the caller's thread
+  mainQueue,     ///< blocks run on the main thread
+};
+
+/// A scratch pad over the store: holds the objects that one queue is working on, remembers what changed in them, and
+/// writes the changes as one transaction.
+///
+/// - Within one context an object identifier has exactly one live object, for as long as somebody holds it. Objects
+///   with changes are held by the context.
+/// - `save()` commits everything or nothing. When it throws, the changes are still pending in the context.
+/// - Everything read inside one perform block sees one state of the store.
+///
+/// Threading: use it only inside its own `performBlock` or `performBlockAndWait`, a main-queue context also directly on
+/// the main thread; debug builds check this and stop. The members that say so may be used from anywhere.
+class NSManagedObjectContext final : public foundation::Object, private CoordinatorClient {
+ public:
+  NSManagedObjectContext(foundation::Ref<NSPersistentStoreCoordinator> coordinator,
+                         NSManagedObjectContextConcurrencyType concurrencyType);
+
+  [[nodiscard]] const foundation::Ref<NSPersistentStoreCoordinator>& persistentStoreCoordinator() const noexcept;
+  [[nodiscard]] NSManagedObjectContextConcurrencyType concurrencyType() const noexcept;
+
+  // Settings, absent or off in a new context.
+  [[nodiscard]] const std::optional<std::string>& name() const noexcept;
+  void setName(std::optional<std::string> name);
+  /// Stamped on the transactions that the context saves.
+  [[nodiscard]] const std::optional<std::string>& transactionAuthor() const noexcept;
+  void setTransactionAuthor(std::optional<std::string> author);
+  [[nodiscard]] NSMergePolicy mergePolicy() const noexcept;
+  void setMergePolicy(NSMergePolicy policy) noexcept;
+  /// Whether saves of the coordinator's other contexts are merged, soon after and on this context's queue.
+  [[nodiscard]] bool automaticallyMergesChangesFromParent() const noexcept;
+  void setAutomaticallyMergesChangesFromParent(bool value) noexcept;
+
+  // Taking turns.
+
+  /// Queues a block and returns at once; blocks run in the order in which they were queued. An exception that leaves
+  /// the block stops the process. From any thread.
+  void performBlock(std::function<void()> block);
+  /// Runs a block in the context's turn and returns what it returns; inside a block of the same context at once. An
+  /// exception that leaves the block reaches the caller. From any thread.
+  template <typename F>
+  std::invoke_result_t<F&> performBlockAndWait(F&& block);
+
+  // Objects.
+
+  /// The entity that a class of typed objects stands for in this context's model. Stops the process if the model has
+  /// no such entity of this class's layout.
+  [[nodiscard]] const NSEntityDescription& entity(const EntityClass& entityClass) const;
+  /// The entity of that name, or null.
+  [[nodiscard]] const NSEntityDescription* entity(std::string_view name) const noexcept;
+  /// A new object of the entity's class. Throws `foundation::Error` for an entity that the model does not have.
+  foundation::Ref<NSManagedObject> insertNewObject(std::string_view entityName);
+
+  /// The live object with that identifier, or a new fault; never null for an identifier of this coordinator, and never
+  /// a look at the store.
+  [[nodiscard]] foundation::Ref<NSManagedObject> objectWithID(const NSManagedObjectID& identifier);
+  /// The live object, if there is one.
+  [[nodiscard]] foundation::Ref<NSManagedObject> registeredObject(const NSManagedObjectID& identifier);
+
+  /// Marks the object for deletion and takes it out of its inverses at once. Its delete rules are applied when pending
+  /// changes are processed, its row is removed by the next save. An object that was never saved vanishes.
+  void delete_(NSManagedObject& object);
+  template <typename T>
+  void delete_(const foundation::Ref<T>& object) {
+    if (object) delete_(*object);
+  }
+
+  /// Reads the object's current row. With `mergeChanges` its own changes are applied on top; without, they are dropped
+  /// and it becomes a fault. An unsaved object is left alone; one whose row is gone counts as deleted.
+  void refresh(NSManagedObject& object, bool mergeChanges);
+  template <typename T>
+  void refresh(const foundation::Ref<T>& object, bool mergeChanges) {
+    if (object) refresh(*object, mergeChanges);
+  }
+  /// `refresh` with `mergeChanges` for every live object.
+  void refreshAllObjects();
+  /// Drops every pending change: new objects vanish, deleted ones come back, changed ones become faults.
+  void rollback();
+  /// Drops every change and forgets every object.
+  void reset();
+
+  // Changes and saving.
+
+  [[nodiscard]] bool hasChanges() const noexcept;
+  [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> insertedObjects() const;
+  [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> updatedObjects() const;
+  [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> deletedObjects() const;
+  /// Every live object of the context.
+  [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> registeredObjects() const;
+  /// Applies the delete rules of what was deleted since the last time. Happens by itself at the end of each block,
+  /// before each fetch and at a save.
+  void processPendingChanges();
+  /// Writes all changes as one transaction; returns at once when there are none. Throws validation and conflict errors
+  /// (`SaveErrorCode`) and the store's own; the store is then unchanged and the context as it was before.
+  void save();
+  /// Brings the context up to date with what another one saved, as its did-save notification tells: refreshes live
+  /// objects that were updated, keeping local changes, and removes deleted ones. Repeating it is harmless.
+  void mergeChangesFromContextDidSave(const foundation::NSNotification& notification);
+
+  /// Posted after a save on the thread that saved; the object is the context, the user info lists the objects under
+  /// the keys `NSInsertedObjectsKey`, `NSUpdatedObjectsKey` and `NSDeletedObjectsKey`.
+  [[nodiscard]] static const foundation::NSNotification::Name& didSaveNotification();
+
+  // Fetching. All throw `foundation::Error`: no store, unknown entity or key, a failing store.
+
+  /// The objects that satisfy the request, unsaved changes included.
+  template <typename T>
+  [[nodiscard]] NSArray<T> fetch(const NSFetchRequest<T>& request) {
+    return NSArray<T>(fetchObjects(request));
+  }
+  [[nodiscard]] FetchedObjects fetchObjects(const NSFetchRequestBase& request);
+  /// How many objects satisfy the request, at most its limit, unsaved changes included.
+  [[nodiscard]] std::int64_t count(const NSFetchRequestBase& request);
+  /// The rows of a request for dictionaries, from the store alone.
+  [[nodiscard]] DictionaryRows fetchDictionaries(const NSFetchRequestBase& request);
+  /// The identifiers of the objects that satisfy the request.
+  [[nodiscard]] std::vector<foundation::Ref<NSManagedObjectID>> fetchObjectIDs(const NSFetchRequestBase& request);
+  /// The live object, or a new fault, for a reference in a dictionary row.
+  [[nodiscard]] foundation::Ref<NSManagedObject> object(const NSEntityDescription& entity, ObjectKey key);
+
+  [[nodiscard]] std::string description() const override;
+
+ private:
+  friend class NSManagedObject;
+  friend class ObjectSet;
+  friend class FetchedObjects;
+  friend class DirtyObjectReader;
+  friend class SaveOperation;
+  struct State;
+  class Turn;
+
+  ~NSManagedObjectContext() override;
+
+  // Turns.
+  [[nodiscard]] bool mustHop() const noexcept;
+  void hop(foundation::FunctionRef<void()> block);
+  void beginTurn();
+  /// Processes pending changes when the outermost block ends well.
+  void finishTurn();
+  void endTurn() noexcept;
+  void assertQueue() const noexcept;
+
+  // CoordinatorClient
+  void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) override;
+  void storeWillBeRemoved() override;
+
+  std::unique_ptr<State> state_;
+};
+
+/// A turn of the context: blocks of others wait until it ends.
+class NSManagedObjectContext::Turn {
+ public:
+  explicit Turn(NSManagedObjectContext& context) : context_(context) { context_.beginTurn(); }
+  ~Turn() { context_.endTurn(); }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+  void finish() { context_.finishTurn(); }
+
+ private:
+  NSManagedObjectContext& context_;
+};
+
+template <typename F>
+std::invoke_result_t<F&> NSManagedObjectContext::performBlockAndWait(F&& block) {
+  using Result = std::invoke_result_t<F&>;
+  if constexpr (std::is_void_v<Result>) {
+    if (mustHop()) return hop(block);
+    Turn turn(*this);
+    block();
+    turn.finish();
+  } else {
+    if (mustHop()) {
+      std::optional<Result> result;
+      hop([&] { result.emplace(block()); });
+      return std::move(*result);
+    }
+    Turn turn(*this);
+    Result result = block();
+    turn.finish();
+    return result;
+  }
+}
+
+/// The user-info keys of the did-save notification; each holds a list of objects.
+inline constexpr std::string_view NSInsertedObjectsKey = "inserted";
+inline constexpr std::string_view NSUpdatedObjectsKey = "updated";
+inline constexpr std::string_view NSDeletedObjectsKey = "deleted";
+
+}  // namespace coredata

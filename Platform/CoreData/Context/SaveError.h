@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Foundation/Values/Error.h"
+
+namespace coredata {
+
+/// The codes, in the domain `kCocoaErrorDomain`, of saves that are refused. In each case the store is unchanged and
+/// the context still holds its changes.
+enum class SaveErrorCode : std::int64_t {
+  missingMandatoryProperty = 1570,  ///< a property that is not optional is absent
+  deletionDenied = 1600,            ///< a relationship with the deny rule still leads somewhere
+  conflict = 133020,                ///< somebody else changed or deleted what is to be written
+  severalErrors = 1560,             ///< more than one of these; the user info lists them
+};
+
+/// The user-info key under which `severalErrors` lists its errors' texts.
+inline constexpr std::string_view NSDetailedErrorsKey = "NSDetailedErrors";
+
+[[nodiscard]] inline foundation::Error saveError(SaveErrorCode code, std::string message,
+                                                 foundation::ValueDictionary userInfo = {}) {
+  return foundation::Error(std::string(foundation::kCocoaErrorDomain), static_cast<std::int64_t>(code),
+                           std::move(message), std::move(userInfo));
+}
+
+}  // namespace coredata

@@ -1,0 +1,153 @@
+#include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "CoreData/Coordinator/ObjectIDTable.h"
+#include "CoreData/Coordinator/StoreError.h"
+#include "CoreData/Fetching/FetchPlanCache.h"
+
+namespace coredata {
+
+using foundation::make;
+using foundation::Ref;
+using foundation::URL;
+
+namespace {
+
+/// Longer texts name no object; the bound keeps a hostile one cheap.
+constexpr std::size_t kMaxURILength = 4096;
+
+std::optional<ObjectKey> permanentKey(std::string_view text) noexcept {
+  if (text.size() < 2 || text[0] != 'p' || text[1] == '0') return std::nullopt;
+  text.remove_prefix(1);
+  ObjectKey key = kNoObject;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), key);
+  if (error != std::errc() || end != text.data() + text.size() || key <= 0) return std::nullopt;
+  return key;
+}
+
+bool namesSameFile(const URL& a, const URL& b) { return a.absoluteString() == b.absoluteString(); }
+
+StoreOptions storeOptions(const NSPersistentStoreDescription& description) {
+  StoreOptions options;
+  options.url = *description.url();
+  options.readOnly = description.isReadOnly();
+  options.historyTracking = description.isOn(NSPersistentHistoryTrackingKey);
+  options.pragmas = description.sqlitePragmas();
+  return options;
+}
+
+}  // namespace
+
+NSPersistentStoreCoordinator::NSPersistentStoreCoordinator(Ref<const NSManagedObjectModel> managedObjectModel)
+    : model_(std::move(managedObjectModel)),
+      identifiers_(make<ObjectIDTable>(model_)),
+      plans_(std::make_unique<FetchPlanCache>(model_)) {}
+
+NSPersistentStoreCoordinator::~NSPersistentStoreCoordinator() {
+  if (store_) store_->engine()->close();
+}
+
+std::vector<Ref<NSPersistentStore>> NSPersistentStoreCoordinator::persistentStores() const {
+  if (Ref<NSPersistentStore> current = store()) return {current};
+  return {};
+}
+
+Ref<NSPersistentStore> NSPersistentStoreCoordinator::store() const {
+  const std::scoped_lock lock(storeMutex_);
+  return store_;
+}
+
+Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
+    const NSPersistentStoreDescription& description) {
+  if (description.type() != NSSQLiteStoreType) {
+    throw coordinatorError(CoordinatorErrorCode::invalidType,
+                           "There is no store type \"" + description.type() + "\"; stores are of type SQLite.");
+  }
+  if (!description.url()) {
+    throw coordinatorError(CoordinatorErrorCode::noStore, "The store description says no location.");
+  }
+  if (description.configuration() && !model_->entities(*description.configuration())) {
+    throw coordinatorError(CoordinatorErrorCode::unknownConfiguration,
+                           "The model has no configuration named \"" + *description.configuration() + "\".");
+  }
+  const std::scoped_lock lock(storeMutex_);
+  if (store_) {
+    if (namesSameFile(*store_->url(), *description.url())) return store_;
+    throw coordinatorError(CoordinatorErrorCode::alreadyHasStore,
+                           "The store " + store_->url()->absoluteString() +
+                               " is open; remove it before adding another.");
+  }
+  store_ = make<NSPersistentStore>(*description.url(), SQLiteStore::open(storeOptions(description), model_),
+                                   description.configuration());
+  return store_;
+}
+
+void NSPersistentStoreCoordinator::removePersistentStore(const Ref<NSPersistentStore>& store) {
+  if (!store || this->store() != store) {
+    throw coordinatorError(CoordinatorErrorCode::foreignStore,
+                           "The store to be removed is not one of this coordinator's.");
+  }
+  {
+    const std::scoped_lock lock(clientsMutex_);
+    for (CoordinatorClient* client : std::vector(clients_)) client->storeWillBeRemoved();
+  }
+  {
+    const std::scoped_lock lock(storeMutex_);
+    store_ = nullptr;
+  }
+  store->engine()->close();
+}
+
+foundation::ValueDictionary NSPersistentStoreCoordinator::metadataForPersistentStore(std::string_view type,
+                                                                                     const URL& url) {
+  if (type != NSSQLiteStoreType) {
+    throw coordinatorError(CoordinatorErrorCode::invalidType,
+                           "There is no store type \"" + std::string(type) + "\"; stores are of type SQLite.");
+  }
+  return SQLiteStore::metadataAt(url);
+}
+
+Ref<NSManagedObjectID> NSPersistentStoreCoordinator::managedObjectIDForURIRepresentation(const URL& uri) const {
+  const Ref<NSPersistentStore> current = store();
+  // The text is compared whole: what a query, a fragment, a port or an escape adds makes it another text.
+  std::string_view text = uri.absoluteString();
+  constexpr std::string_view kScheme = "x-coredata://";
+  if (!current || text.size() > kMaxURILength || !text.starts_with(kScheme)) return nullptr;
+  text.remove_prefix(kScheme.size());
+  const std::size_t hostEnd = text.find('/');
+  if (hostEnd == std::string_view::npos || text.substr(0, hostEnd) != current->identifier()) return nullptr;
+  text.remove_prefix(hostEnd + 1);
+  const std::size_t entityEnd = text.find('/');
+  if (entityEnd == std::string_view::npos) return nullptr;
+  const NSEntityDescription* entity = model_->entity(text.substr(0, entityEnd));
+  const std::optional<ObjectKey> key = permanentKey(text.substr(entityEnd + 1));
+  if (entity == nullptr || !key) return nullptr;
+  return identifiers_->identifier(current, *entity, *key);
+}
+
+void NSPersistentStoreCoordinator::attach(CoordinatorClient& client) {
+  const std::scoped_lock lock(clientsMutex_);
+  clients_.push_back(&client);
+}
+
+void NSPersistentStoreCoordinator::detach(CoordinatorClient& client) {
+  const std::scoped_lock lock(clientsMutex_);
+  std::erase(clients_, &client);
+}
+
+bool NSPersistentStoreCoordinator::hasOtherClients(const CoordinatorClient& client) const {
+  const std::scoped_lock lock(clientsMutex_);
+  return std::ranges::any_of(clients_, [&](const CoordinatorClient* other) { return other != &client; });
+}
+
+void NSPersistentStoreCoordinator::tellOthers(const CoordinatorClient& sender,
+                                              const std::shared_ptr<const SaveBroadcast>& broadcast) {
+  const std::scoped_lock lock(clientsMutex_);
+  for (CoordinatorClient* client : clients_) {
+    if (client != &sender) client->otherDidSave(broadcast);
+  }
+}
+
+}  // namespace coredata

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "CoreData/Model/NSEntityDescription.h"
+#include "CoreData/Rows/Row.h"
+
+namespace coredata {
+
+/// What one save wrote, as the other contexts of its coordinator need it: the new rows, and which are gone.
+struct SaveBroadcast {
+  struct Removal {
+    const NSEntityDescription* entity;
+    ObjectKey key;
+  };
+  std::vector<foundation::Ref<const Row>> inserted;
+  std::vector<foundation::Ref<const Row>> updated;
+  std::vector<Removal> deleted;
+};
+
+/// A context as its coordinator sees it: somebody to tell about what others did.
+/// Threading: called on the thread of the save or removal, without locks held; implementations queue their work.
+class CoordinatorClient {
+ public:
+  CoordinatorClient(const CoordinatorClient&) = delete;
+  CoordinatorClient& operator=(const CoordinatorClient&) = delete;
+
+  /// Another client of the same coordinator has committed this.
+  virtual void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) = 0;
+  /// The store is about to go; what was read from it must not be shown any more.
+  virtual void storeWillBeRemoved() = 0;
+
+ protected:
+  CoordinatorClient() = default;
+  ~CoordinatorClient() = default;
+};
+
+}  // namespace coredata

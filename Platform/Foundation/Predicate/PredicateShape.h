@@ -96,6 +96,9 @@ struct PredicateNode {
   std::vector<PredicateNode> children;
 };
 
+/// How a compound joins its parts; a negation has exactly one.
+enum class CompoundKind : std::uint8_t { negation, conjunction, disjunction };
+
 /// What a format says about an argument.
 enum class ArgumentSpecifier : std::uint8_t { value, int32, int64, uint32, uint64, real };
 
@@ -124,17 +127,19 @@ class PredicateShape {
  public:
   /// Levels of parentheses, NOT and SUBQUERY; the tree has at most twice as many levels.
   static constexpr std::size_t kMaximumDepth = 1000;
+  /// Subqueries inside each other.
+  static constexpr std::uint32_t kMaximumScopeDepth = 16;
 
   /// The shape of a format. `keyPaths` are the texts for its `%K` in their order.
   /// Throws `Error` for bad syntax, with the position and what was expected there.
   [[nodiscard]] static std::shared_ptr<const PredicateShape> parse(
       std::string_view format, std::span<const std::string_view> keyPaths = {});
 
-  /// The shape of a tree that was put together in code; it is brought into normal form first (sites
-  /// and nested conjunctions and disjunctions). `rules` has one entry an argument, as the tree
-  /// numbers them. Throws `Error` where no format could express the tree.
-  [[nodiscard]] static std::shared_ptr<const PredicateShape> fromTree(
-      PredicateNode root, std::vector<ArgumentRule> rules);
+  /// The shape of a compound; its arguments are those of `parts` one after the other. A conjunction
+  /// of nothing is true, a disjunction of nothing false; a part of the compound's own kind is taken
+  /// apart into its parts. Combining the same shapes again costs one look-up.
+  [[nodiscard]] static std::shared_ptr<const PredicateShape> combine(
+      CompoundKind kind, std::span<const std::shared_ptr<const PredicateShape>> parts);
 
   PredicateShape(const PredicateShape&) = delete;
   PredicateShape& operator=(const PredicateShape&) = delete;

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <utility>
+
+#include "Foundation/Predicate/NSPredicate.h"
+
+namespace foundation {
+
+/// A format that is written once at its call site and read once in the process: binding afterwards
+/// neither parses nor looks anything up.
+///
+/// ```
+/// static constinit PredicateTemplate kOfActivityAndDay{"activity = %@ AND date = %@"};
+/// request.setPredicate(kOfActivityAndDay.bind(activity, dayKey));
+/// ```
+///
+/// Make it a static: the shape it finds stays for the life of the process. A template takes no
+/// `%K`.
+///
+/// Threading: use it on any thread.
+class PredicateTemplate {
+ public:
+  /// Reads nothing yet, so that a template costs nothing before it is used.
+  constexpr explicit PredicateTemplate(const char* format) noexcept : format_(format) {}
+  PredicateTemplate(const PredicateTemplate&) = delete;
+  PredicateTemplate& operator=(const PredicateTemplate&) = delete;
+
+  /// Throws `Error` for a wrong number or kind of arguments, and the first time for bad syntax.
+  template <typename... Arguments>
+  [[nodiscard]] NSPredicate bind(Arguments&&... arguments) const {
+    std::array<Value, sizeof...(Arguments)> values{
+        predicateArgument(std::forward<Arguments>(arguments))...};
+    return NSPredicate(shape(), values);
+  }
+
+  /// Throws `Error` for bad syntax.
+  [[nodiscard]] const std::shared_ptr<const PredicateShape>& shape() const {
+    const Handle* shape = shape_.load(std::memory_order_acquire);
+    return shape != nullptr ? *shape : read();
+  }
+
+ private:
+  using Handle = std::shared_ptr<const PredicateShape>;
+
+  [[nodiscard]] const Handle& read() const;
+
+  const char* format_;
+  mutable std::atomic<const Handle*> shape_{nullptr};
+};
+
+}  // namespace foundation

@@ -32,16 +32,23 @@ std::size_t hashOf(CompoundKind kind, std::span<const ShapeTable::Handle> parts)
   return hash;
 }
 
-/// A compound as a text whose parse gives the compound: the parser knows how to number and to
-/// flatten.
+bool needsParentheses(CompoundKind outer, PredicateNode::Kind inner) noexcept {
+  return (outer != CompoundKind::disjunction && inner == PredicateNode::Kind::disjunction) ||
+         (outer == CompoundKind::negation && inner == PredicateNode::Kind::conjunction);
+}
+
+std::string partText(CompoundKind kind, const PredicateShape& part) {
+  return needsParentheses(kind, part.root().kind) ? "(" + part.format() + ")" : part.format();
+}
+
+/// A compound as a text whose parse gives the compound: the parser knows how to number and to flatten.
 std::string compoundText(CompoundKind kind, std::span<const ShapeTable::Handle> parts) {
-  if (kind == CompoundKind::negation) return "NOT (" + parts.front()->format() + ")";
+  if (kind == CompoundKind::negation) return "NOT " + partText(kind, *parts.front());
   if (parts.empty()) return kind == CompoundKind::conjunction ? "TRUEPREDICATE" : "FALSEPREDICATE";
   std::string text;
   for (const ShapeTable::Handle& part : parts) {
     if (!text.empty()) text += kind == CompoundKind::conjunction ? " AND " : " OR ";
-    text += part->root().kind == PredicateNode::Kind::disjunction ? "(" + part->format() + ")"
-                                                                  : part->format();
+    text += partText(kind, *part);
   }
   return text;
 }

@@ -19,7 +19,6 @@ install(
   NAMESPACE CoreDataStack::
   DESTINATION "${package_dir}")
 
-# Headers that only our own sources include stay behind.
 foreach(root CoreDataStack Platform/Foundation Platform/Combine Platform/UIKit Platform/CoreData Packages/Domain
              Packages/Logger)
   install(
@@ -27,9 +26,7 @@ foreach(root CoreDataStack Platform/Foundation Platform/Combine Platform/UIKit P
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/CoreDataStack"
     FILES_MATCHING
     PATTERN "*.h"
-    PATTERN "*Private.h" EXCLUDE
-    PATTERN "Internal" EXCLUDE
-    PATTERN "SQLite" EXCLUDE)
+    PATTERN "*Private.h" EXCLUDE)
 endforeach()
 
 if(bundles)

@@ -7,8 +7,9 @@
 
 namespace foundation {
 
-/// A point in time: seconds since 2001-01-01 00:00:00 UTC, as one double. All 64 bits are kept wherever a date is
-/// stored, because what comes "after" a remembered date is decided by comparing bits.
+/// A point in time: seconds since 2001-01-01 00:00:00 UTC, as one double. All 64 bits are kept
+/// wherever a date is stored, because what comes "after" a remembered date is decided by comparing
+/// bits.
 class Date {
  public:
   /// Seconds from 1970-01-01 to 2001-01-01, both 00:00:00 UTC.
@@ -16,7 +17,9 @@ class Date {
 
   /// The reference date itself. Use `now()` for the clock.
   constexpr Date() noexcept = default;
-  [[nodiscard]] static constexpr Date fromReference(double seconds) noexcept { return Date(seconds); }
+  [[nodiscard]] static constexpr Date fromReference(double seconds) noexcept {
+    return Date(seconds);
+  }
   [[nodiscard]] static constexpr Date from1970(double seconds) noexcept {
     return Date(seconds - kSecondsFrom1970ToReference);
   }
@@ -26,7 +29,9 @@ class Date {
   [[nodiscard]] static constexpr Date distantPast() noexcept { return Date(-63114076800.0); }
   [[nodiscard]] static constexpr Date distantFuture() noexcept { return Date(63113904000.0); }
 
-  [[nodiscard]] constexpr double timeIntervalSinceReferenceDate() const noexcept { return seconds_; }
+  [[nodiscard]] constexpr double timeIntervalSinceReferenceDate() const noexcept {
+    return seconds_;
+  }
   [[nodiscard]] constexpr double timeIntervalSince1970() const noexcept {
     return seconds_ + kSecondsFrom1970ToReference;
   }
@@ -34,8 +39,8 @@ class Date {
     return Date(seconds_ + seconds);
   }
 
-  /// "yyyy-MM-dd HH:mm:ss +0000": always UTC, Latin digits, whole seconds (fractions dropped), Julian before
-  /// 1582-10-15; independent of the locale.
+  /// "yyyy-MM-dd HH:mm:ss +0000": always UTC, Latin digits, whole seconds (fractions dropped),
+  /// Julian before 1582-10-15; independent of the locale.
   [[nodiscard]] std::string description() const;
 
   friend constexpr auto operator<=>(const Date&, const Date&) noexcept = default;

@@ -10,8 +10,8 @@
 
 namespace foundation {
 
-/// The base of every error that is thrown or reported: which area it comes from, which case it is, and what to tell
-/// a person. Domains compare as texts; codes are the domain's own.
+/// The base of every error that is thrown or reported: which area it comes from, which case it is,
+/// and what to tell a person. Domains compare as texts; codes are the domain's own.
 ///
 /// Copies share their content, so that an error may be thrown, kept and handed on unchanged.
 class Error : public std::exception {
@@ -26,8 +26,8 @@ class Error : public std::exception {
   [[nodiscard]] const ValueDictionary& userInfo() const noexcept;
   [[nodiscard]] const Error* underlying() const noexcept;
 
-  /// The one textual rendering: `Error Domain=<domain> Code=<n> "<message>"` with user info appended. Error
-  /// enumerations of ours override it with `Type.case` or `Type.case(payload)`.
+  /// The one textual rendering: `Error Domain=<domain> Code=<n> "<message>"` with user info
+  /// appended. Error enumerations of ours override it with `Type.case` or `Type.case(payload)`.
   [[nodiscard]] virtual std::string description() const;
   [[nodiscard]] const char* what() const noexcept override;
   /// A copy that keeps the subclass, for holding on to what was caught.
@@ -38,6 +38,10 @@ class Error : public std::exception {
   struct Content;
   std::shared_ptr<const Content> content_;
 };
+
+/// The code, in the domain `kCocoaErrorDomain`, of key-value access to a key that an object or a
+/// value does not have.
+inline constexpr std::int64_t kUnknownKeyErrorCode = 5004;
 
 /// The domain of the object-graph engine's and the file manager's own errors.
 inline constexpr std::string_view kCocoaErrorDomain = "NSCocoaErrorDomain";

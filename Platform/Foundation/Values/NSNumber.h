@@ -13,9 +13,11 @@ class NSNumber {
  public:
   enum class Kind : std::uint8_t { boolean, integer, real };
 
-  constexpr explicit NSNumber(bool value) noexcept : kind_(Kind::boolean), integer_(value ? 1 : 0) {}
+  constexpr explicit NSNumber(bool value) noexcept
+      : kind_(Kind::boolean), integer_(value ? 1 : 0) {}
   constexpr explicit NSNumber(int value) noexcept : NSNumber(std::int64_t{value}) {}
-  constexpr explicit NSNumber(std::int64_t value) noexcept : kind_(Kind::integer), integer_(value) {}
+  constexpr explicit NSNumber(std::int64_t value) noexcept
+      : kind_(Kind::integer), integer_(value) {}
   constexpr explicit NSNumber(double value) noexcept : kind_(Kind::real), real_(value) {}
 
   [[nodiscard]] constexpr Kind kind() const noexcept { return kind_; }

@@ -13,10 +13,11 @@ namespace foundation {
 
 class Value;
 
-/// The root of everything that has identity: counted from 1 at birth, destroyed when the last handle goes.
+/// The root of everything that has identity: counted from 1 at birth, destroyed when the last
+/// handle goes.
 ///
-/// Threading: counting is safe on any thread; the destructor runs on the thread that dropped the last handle. All
-/// else is the subclass's to say.
+/// Threading: counting is safe on any thread; the destructor runs on the thread that dropped the
+/// last handle. All else is the subclass's to say.
 class Object {
  public:
   Object(const Object&) = delete;
@@ -26,8 +27,8 @@ class Object {
   void release() const noexcept {
     if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1) lastReferenceDropped();
   }
-  /// Shares the object unless its last handle is already gone. Zero is final: an object whose count reached it is
-  /// being destroyed, and reviving it would destroy it twice.
+  /// Shares the object unless its last handle is already gone. Zero is final: an object whose count
+  /// reached it is being destroyed, and reviving it would destroy it twice.
   [[nodiscard]] bool retainIfAlive() const noexcept;
 
   /// Equal values; identity unless a subclass says otherwise.

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <map>
-#include <concepts>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,12 +23,14 @@ class Value;
 using ValueList = std::vector<Value>;
 using ValueDictionary = std::map<std::string, Value, std::less<>>;
 
-/// A value whose kind is known at run time: what key-value access, predicates' arguments, dictionaries and user
-/// information carry. Absent is a kind of its own. Lists and dictionaries are immutable and shared between copies.
+/// A value whose kind is known at run time: what key-value access, predicates' arguments,
+/// dictionaries and user information carry. Absent is a kind of its own. Lists and dictionaries are
+/// immutable and shared between copies.
 class Value {
  public:
-  using Storage = std::variant<std::monostate, NSNumber, std::string, Date, Data, UUID, Ref<Object>,
-                               std::shared_ptr<const ValueList>, std::shared_ptr<const ValueDictionary>>;
+  using Storage =
+      std::variant<std::monostate, NSNumber, std::string, Date, Data, UUID, Ref<Object>,
+                   std::shared_ptr<const ValueList>, std::shared_ptr<const ValueDictionary>>;
 
   /// Absent.
   Value() noexcept = default;
@@ -47,8 +49,8 @@ class Value {
   Value(const UUID& value) noexcept : storage_(value) {}
   /// An empty handle is absent.
   template <typename T>
-    requires std::derived_from<T, Object>
-  Value(const Ref<T>& object) noexcept {
+  requires std::derived_from<T, Object> Value(const Ref<T>& object)
+  noexcept {
     if (object) storage_ = Ref<Object>(const_cast<std::remove_const_t<T>*>(object.get()));
   }
   Value(ValueList list) : storage_(std::make_shared<const ValueList>(std::move(list))) {}
@@ -61,9 +63,13 @@ class Value {
   }
   // NOLINTEND(google-explicit-constructor)
 
-  [[nodiscard]] bool isNone() const noexcept { return std::holds_alternative<std::monostate>(storage_); }
+  [[nodiscard]] bool isNone() const noexcept {
+    return std::holds_alternative<std::monostate>(storage_);
+  }
   [[nodiscard]] const NSNumber* number() const noexcept { return std::get_if<NSNumber>(&storage_); }
-  [[nodiscard]] const std::string* text() const noexcept { return std::get_if<std::string>(&storage_); }
+  [[nodiscard]] const std::string* text() const noexcept {
+    return std::get_if<std::string>(&storage_);
+  }
   [[nodiscard]] const Date* date() const noexcept { return std::get_if<Date>(&storage_); }
   [[nodiscard]] const Data* data() const noexcept { return std::get_if<Data>(&storage_); }
   [[nodiscard]] const UUID* uuid() const noexcept { return std::get_if<UUID>(&storage_); }

@@ -1,0 +1,144 @@
+#include "Foundation/Internal/FileSystem.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+namespace foundation {
+
+namespace {
+
+std::atomic<FileSystem*> installedFileSystem{nullptr};
+
+/// The result of a call that answers -1 and sets `errno` when it fails; made again when a signal
+/// came between.
+template <typename Call>
+auto attempt(Call call) -> FileResult<decltype(call())> {
+  for (;;) {
+    const auto result = call();
+    if (result >= 0) return result;
+    if (errno != EINTR) return std::unexpected(errno);
+  }
+}
+
+/// The same for calls whose only result is that they worked.
+template <typename Call>
+FileResult<void> perform(Call call) {
+  const auto result = attempt(call);
+  if (!result) return std::unexpected(result.error());
+  return {};
+}
+
+FileResult<std::size_t> asSize(FileResult<ssize_t> result) {
+  if (!result) return std::unexpected(result.error());
+  return static_cast<std::size_t>(*result);
+}
+
+class SystemFileSystem final : public FileSystem {
+ public:
+  FileResult<int> open(int directory, const char* path, int flags, mode_t mode) override {
+    return attempt([=] { return ::openat(directory, path, flags | O_CLOEXEC, mode); });
+  }
+  FileResult<std::size_t> read(int file, std::span<std::uint8_t> bytes) override {
+    return asSize(attempt([=] { return ::read(file, bytes.data(), bytes.size()); }));
+  }
+  FileResult<std::size_t> write(int file, std::span<const std::uint8_t> bytes) override {
+    return asSize(attempt([=] { return ::write(file, bytes.data(), bytes.size()); }));
+  }
+  FileResult<void> truncate(int file, off_t size) override {
+    return perform([=] { return ::ftruncate(file, size); });
+  }
+  FileResult<void> sync(int file) override {
+    return perform([=] { return ::fsync(file); });
+  }
+  FileResult<void> rename(int fromDirectory, const char* from, int toDirectory,
+                          const char* to) override {
+    return perform([=] { return ::renameat(fromDirectory, from, toDirectory, to); });
+  }
+  FileResult<void> unlink(int directory, const char* path, int flags) override {
+    return perform([=] { return ::unlinkat(directory, path, flags); });
+  }
+  FileResult<void> makeDirectory(int directory, const char* path, mode_t mode) override {
+    return perform([=] { return ::mkdirat(directory, path, mode); });
+  }
+  FileResult<void> touch(int file) override {
+    return perform([=] { return ::futimens(file, nullptr); });
+  }
+  FileResult<struct stat> status(int directory, const char* path, int flags) override {
+    struct stat result {};
+    const auto done = perform([&] { return ::fstatat(directory, path, &result, flags); });
+    if (!done) return std::unexpected(done.error());
+    return result;
+  }
+  // After a close the descriptor is gone, whatever the call answers: trying again could close
+  // another's.
+  void close(int file) noexcept override { ::close(file); }
+};
+
+}  // namespace
+
+FileSystem& FileSystem::system() noexcept {
+  static SystemFileSystem fileSystem;
+  return fileSystem;
+}
+
+FileSystem& FileSystem::current() noexcept {
+  FileSystem* installed = installedFileSystem.load(std::memory_order_acquire);
+  return installed == nullptr ? system() : *installed;
+}
+
+FileSystem* FileSystem::install(FileSystem* fileSystem) noexcept {
+  return installedFileSystem.exchange(fileSystem, std::memory_order_acq_rel);
+}
+
+FileResult<FileDescriptor> FileDescriptor::open(int directory, const char* path, int flags,
+                                                mode_t mode) {
+  const auto descriptor = FileSystem::current().open(directory, path, flags, mode);
+  if (!descriptor) return std::unexpected(descriptor.error());
+  return FileDescriptor(*descriptor);
+}
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
+  if (this != &other) {
+    reset();
+    descriptor_ = other.release();
+  }
+  return *this;
+}
+
+int FileDescriptor::release() noexcept { return std::exchange(descriptor_, -1); }
+
+void FileDescriptor::reset() noexcept {
+  if (descriptor_ >= 0) FileSystem::current().close(release());
+}
+
+FileResult<std::vector<std::uint8_t>> readFile(int directory, const char* path, std::size_t limit) {
+  const auto file = FileDescriptor::open(directory, path, O_RDONLY);
+  if (!file) return std::unexpected(file.error());
+  std::vector<std::uint8_t> content;
+  for (;;) {
+    constexpr std::size_t kStep = 64 * 1024;
+    const std::size_t size = content.size();
+    content.resize(size + kStep);
+    const auto count = FileSystem::current().read(file->get(), std::span(content).subspan(size));
+    if (!count) return std::unexpected(count.error());
+    content.resize(size + *count);
+    if (content.size() > limit) return std::unexpected(EFBIG);
+    if (*count == 0) return content;
+  }
+}
+
+FileResult<void> writeAll(int file, std::span<const std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const auto count = FileSystem::current().write(file, bytes);
+    if (!count) return std::unexpected(count.error());
+    bytes = bytes.subspan(*count);
+  }
+  return {};
+}
+
+}  // namespace foundation

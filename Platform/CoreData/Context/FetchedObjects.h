@@ -15,9 +15,11 @@ namespace coredata {
 
 class NSManagedObject;
 class ObjectRegistry;
+struct FetchedContent;
 
-/// The result of a fetch: which objects, in which order, fixed when it was made. It holds their rows, or with a batch
-/// size their keys, and makes an object when an element is looked at. An element whose row is gone since gives a fault.
+/// The result of a fetch: which objects, in which order, fixed when it was made. It holds their
+/// rows, or with a batch size their keys, and makes an object when an element is looked at. An
+/// element whose row is gone since gives a fault.
 ///
 /// Copies share their content.
 ///
@@ -38,11 +40,10 @@ class FetchedObjects {
 
  private:
   friend class NSManagedObjectContext;
-  struct Content;
 
-  explicit FetchedObjects(std::shared_ptr<Content> content);
+  explicit FetchedObjects(std::shared_ptr<FetchedContent> content);
 
-  std::shared_ptr<Content> content_;
+  std::shared_ptr<FetchedContent> content_;
 };
 
 /// A fetched list of objects of a known class.

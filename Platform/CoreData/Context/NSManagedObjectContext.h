@@ -20,27 +20,33 @@
 
 namespace coredata {
 
+class ContextState;
+
 enum class NSManagedObjectContextConcurrencyType : std::uint8_t {
   privateQueue,  ///< blocks run one at a time; a waiting one on the caller's thread
   mainQueue,     ///< blocks run on the main thread
 };
 
-/// A scratch pad over the store: holds the objects that one queue is working on, remembers what changed in them, and
-/// writes the changes as one transaction.
+/// A scratch pad over the store: holds the objects that one queue is working on, remembers what
+/// changed in them, and writes the changes as one transaction.
 ///
-/// - Within one context an object identifier has exactly one live object, for as long as somebody holds it. Objects
+/// - Within one context an object identifier has exactly one live object, for as long as somebody
+/// holds it. Objects
 ///   with changes are held by the context.
-/// - `save()` commits everything or nothing. When it throws, the changes are still pending in the context.
+/// - `save()` commits everything or nothing. When it throws, the changes are still pending in the
+/// context.
 /// - Everything read inside one perform block sees one state of the store.
 ///
-/// Threading: use it only inside its own `performBlock` or `performBlockAndWait`, a main-queue context also directly on
-/// the main thread; debug builds check this and stop. The members that say so may be used from anywhere.
+/// Threading: use it only inside its own `performBlock` or `performBlockAndWait`, a main-queue
+/// context also directly on the main thread; debug builds check this and stop. The members that say
+/// so may be used from anywhere.
 class NSManagedObjectContext final : public foundation::Object, private CoordinatorClient {
  public:
   NSManagedObjectContext(foundation::Ref<NSPersistentStoreCoordinator> coordinator,
                          NSManagedObjectContextConcurrencyType concurrencyType);
 
-  [[nodiscard]] const foundation::Ref<NSPersistentStoreCoordinator>& persistentStoreCoordinator() const noexcept;
+  [[nodiscard]] const foundation::Ref<NSPersistentStoreCoordinator>& persistentStoreCoordinator()
+      const noexcept;
   [[nodiscard]] NSManagedObjectContextConcurrencyType concurrencyType() const noexcept;
 
   // Settings, absent or off in a new context.
@@ -51,46 +57,51 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   void setTransactionAuthor(std::optional<std::string> author);
   [[nodiscard]] NSMergePolicy mergePolicy() const noexcept;
   void setMergePolicy(NSMergePolicy policy) noexcept;
-  /// Whether saves of the coordinator's other contexts are merged, soon after and on this context's queue.
+  /// Whether saves of the coordinator's other contexts are merged, soon after and on this context's
+  /// queue.
   [[nodiscard]] bool automaticallyMergesChangesFromParent() const noexcept;
   void setAutomaticallyMergesChangesFromParent(bool value) noexcept;
 
   // Taking turns.
 
-  /// Queues a block and returns at once; blocks run in the order in which they were queued. An exception that leaves
-  /// the block stops the process. From any thread.
+  /// Queues a block and returns at once; blocks run in the order in which they were queued. An
+  /// exception that leaves the block stops the process. From any thread.
   void performBlock(std::function<void()> block);
-  /// Runs a block in the context's turn and returns what it returns; inside a block of the same context at once. An
-  /// exception that leaves the block reaches the caller. From any thread.
+  /// Runs a block in the context's turn and returns what it returns; inside a block of the same
+  /// context at once. An exception that leaves the block reaches the caller. From any thread.
   template <typename F>
   std::invoke_result_t<F&> performBlockAndWait(F&& block);
 
   // Objects.
 
-  /// The entity that a class of typed objects stands for in this context's model. Stops the process if the model has
-  /// no such entity of this class's layout.
+  /// The entity that a class of typed objects stands for in this context's model. Stops the process
+  /// if the model has no such entity of this class's layout.
   [[nodiscard]] const NSEntityDescription& entity(const EntityClass& entityClass) const;
   /// The entity of that name, or null.
   [[nodiscard]] const NSEntityDescription* entity(std::string_view name) const noexcept;
-  /// A new object of the entity's class. Throws `foundation::Error` for an entity that the model does not have.
+  /// A new object of the entity's class. Throws `foundation::Error` for an entity that the model
+  /// does not have.
   foundation::Ref<NSManagedObject> insertNewObject(std::string_view entityName);
 
-  /// The live object with that identifier, or a new fault; never null for an identifier of this coordinator, and never
-  /// a look at the store.
+  /// The live object with that identifier, or a new fault; never null for an identifier of this
+  /// coordinator, and never a look at the store.
   [[nodiscard]] foundation::Ref<NSManagedObject> objectWithID(const NSManagedObjectID& identifier);
   /// The live object, if there is one.
-  [[nodiscard]] foundation::Ref<NSManagedObject> registeredObject(const NSManagedObjectID& identifier);
+  [[nodiscard]] foundation::Ref<NSManagedObject> registeredObject(
+      const NSManagedObjectID& identifier);
 
-  /// Marks the object for deletion and takes it out of its inverses at once. Its delete rules are applied when pending
-  /// changes are processed, its row is removed by the next save. An object that was never saved vanishes.
+  /// Marks the object for deletion and takes it out of its inverses at once. Its delete rules are
+  /// applied when pending changes are processed, its row is removed by the next save. An object
+  /// that was never saved vanishes.
   void delete_(NSManagedObject& object);
   template <typename T>
   void delete_(const foundation::Ref<T>& object) {
     if (object) delete_(*object);
   }
 
-  /// Reads the object's current row. With `mergeChanges` its own changes are applied on top; without, they are dropped
-  /// and it becomes a fault. An unsaved object is left alone; one whose row is gone counts as deleted.
+  /// Reads the object's current row. With `mergeChanges` its own changes are applied on top;
+  /// without, they are dropped and it becomes a fault. An unsaved object is left alone; one whose
+  /// row is gone counts as deleted.
   void refresh(NSManagedObject& object, bool mergeChanges);
   template <typename T>
   void refresh(const foundation::Ref<T>& object, bool mergeChanges) {
@@ -98,7 +109,8 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   }
   /// `refresh` with `mergeChanges` for every live object.
   void refreshAllObjects();
-  /// Drops every pending change: new objects vanish, deleted ones come back, changed ones become faults.
+  /// Drops every pending change: new objects vanish, deleted ones come back, changed ones become
+  /// faults.
   void rollback();
   /// Drops every change and forgets every object.
   void reset();
@@ -111,18 +123,22 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> deletedObjects() const;
   /// Every live object of the context.
   [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> registeredObjects() const;
-  /// Applies the delete rules of what was deleted since the last time. Happens by itself at the end of each block,
-  /// before each fetch and at a save.
+  /// Applies the delete rules of what was deleted since the last time. Happens by itself at the end
+  /// of each block, before each fetch and at a save.
   void processPendingChanges();
-  /// Writes all changes as one transaction; returns at once when there are none. Throws validation and conflict errors
-  /// (`SaveErrorCode`) and the store's own; the store is then unchanged and the context as it was before.
+  /// Writes all changes as one transaction; returns at once when there are none. Throws validation
+  /// and conflict errors
+  /// (`SaveErrorCode`) and the store's own; the store is then unchanged and the context as it was
+  /// before.
   void save();
-  /// Brings the context up to date with what another one saved, as its did-save notification tells: refreshes live
-  /// objects that were updated, keeping local changes, and removes deleted ones. Repeating it is harmless.
+  /// Brings the context up to date with what another one saved, as its did-save notification tells:
+  /// refreshes live objects that were updated, keeping local changes, and removes deleted ones.
+  /// Repeating it is harmless.
   void mergeChangesFromContextDidSave(const foundation::NSNotification& notification);
 
-  /// Posted after a save on the thread that saved; the object is the context, the user info lists the objects under
-  /// the keys `NSInsertedObjectsKey`, `NSUpdatedObjectsKey` and `NSDeletedObjectsKey`.
+  /// Posted after a save on the thread that saved; the object is the context, the user info lists
+  /// the objects under the keys `NSInsertedObjectsKey`, `NSUpdatedObjectsKey` and
+  /// `NSDeletedObjectsKey`.
   [[nodiscard]] static const foundation::NSNotification::Name& didSaveNotification();
 
   // Fetching. All throw `foundation::Error`: no store, unknown entity or key, a failing store.
@@ -130,6 +146,7 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// The objects that satisfy the request, unsaved changes included.
   template <typename T>
   [[nodiscard]] NSArray<T> fetch(const NSFetchRequest<T>& request) {
+    if constexpr (!std::is_same_v<T, NSManagedObject>) requireClass(request, T::entityClass());
     return NSArray<T>(fetchObjects(request));
   }
   [[nodiscard]] FetchedObjects fetchObjects(const NSFetchRequestBase& request);
@@ -138,70 +155,64 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// The rows of a request for dictionaries, from the store alone.
   [[nodiscard]] DictionaryRows fetchDictionaries(const NSFetchRequestBase& request);
   /// The identifiers of the objects that satisfy the request.
-  [[nodiscard]] std::vector<foundation::Ref<NSManagedObjectID>> fetchObjectIDs(const NSFetchRequestBase& request);
+  [[nodiscard]] std::vector<foundation::Ref<NSManagedObjectID>> fetchObjectIDs(
+      const NSFetchRequestBase& request);
   /// The live object, or a new fault, for a reference in a dictionary row.
-  [[nodiscard]] foundation::Ref<NSManagedObject> object(const NSEntityDescription& entity, ObjectKey key);
+  [[nodiscard]] foundation::Ref<NSManagedObject> object(const NSEntityDescription& entity,
+                                                        ObjectKey key);
 
   [[nodiscard]] std::string description() const override;
 
  private:
-  friend class NSManagedObject;
-  friend class ObjectSet;
-  friend class FetchedObjects;
+  friend class ContextState;
   friend class DirtyObjectReader;
+  friend class FetchedObjects;
+  friend struct FetchedContent;
+  friend class NSManagedObject;
   friend class SaveOperation;
-  struct State;
-  class Turn;
 
   ~NSManagedObjectContext() override;
 
-  // Turns.
-  [[nodiscard]] bool mustHop() const noexcept;
-  void hop(foundation::FunctionRef<void()> block);
-  void beginTurn();
-  /// Processes pending changes when the outermost block ends well.
-  void finishTurn();
-  void endTurn() noexcept;
+  /// Takes in an object that is being made.
+  void insert(NSManagedObject& object);
+  void requireClass(const NSFetchRequestBase& request, const EntityClass& entityClass) const;
+
+  /// Runs the block in the context's turn, on the thread that the context's blocks run on.
+  void takeTurn(foundation::FunctionRef<void()> block);
+  /// Runs the block, which may lie inside another one of the context, with what comes before and
+  /// after it.
+  void runBlock(foundation::FunctionRef<void()> block);
+  /// Debug builds stop when the calling thread is not inside the context's turn.
   void assertQueue() const noexcept;
 
+  void applyDeleteRules(NSManagedObject& object);
+  void releaseMembers(NSManagedObject& owner, const NSRelationshipDescription& relationship);
+  /// The members with their rows read.
+  std::vector<foundation::Ref<NSManagedObject>> loadedMembers(const ObjectSet& members);
+
+  /// Takes a row that is newer than the object's, and applies the object's own changes on top.
+  void takeFreshRow(NSManagedObject& object, foundation::Ref<Row> fresh);
+  void dropChanges(NSManagedObject& object);
+
   // CoordinatorClient
+  [[nodiscard]] foundation::Ref<foundation::Object> keepAlive() override;
   void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) override;
   void storeWillBeRemoved() override;
+  void emptyInbox();
+  void merge(const SaveBroadcast& broadcast);
 
-  std::unique_ptr<State> state_;
-};
-
-/// A turn of the context: blocks of others wait until it ends.
-class NSManagedObjectContext::Turn {
- public:
-  explicit Turn(NSManagedObjectContext& context) : context_(context) { context_.beginTurn(); }
-  ~Turn() { context_.endTurn(); }
-  Turn(const Turn&) = delete;
-  Turn& operator=(const Turn&) = delete;
-  void finish() { context_.finishTurn(); }
-
- private:
-  NSManagedObjectContext& context_;
+  std::unique_ptr<ContextState> state_;
 };
 
 template <typename F>
 std::invoke_result_t<F&> NSManagedObjectContext::performBlockAndWait(F&& block) {
   using Result = std::invoke_result_t<F&>;
   if constexpr (std::is_void_v<Result>) {
-    if (mustHop()) return hop(block);
-    Turn turn(*this);
-    block();
-    turn.finish();
+    takeTurn(block);
   } else {
-    if (mustHop()) {
-      std::optional<Result> result;
-      hop([&] { result.emplace(block()); });
-      return std::move(*result);
-    }
-    Turn turn(*this);
-    Result result = block();
-    turn.finish();
-    return result;
+    std::optional<Result> result;
+    takeTurn([&] { result.emplace(block()); });
+    return std::move(*result);
   }
 }
 

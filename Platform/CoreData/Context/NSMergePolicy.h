@@ -8,7 +8,8 @@ namespace coredata {
 enum class NSMergePolicy : std::uint8_t {
   /// Nothing is written, and the save throws a conflict error.
   error,
-  /// What was changed here wins, property by property; everything else is taken from the store. An object deleted
+  /// What was changed here wins, property by property; everything else is taken from the store. An
+  /// object deleted
   /// there stays deleted, whatever was changed here.
   mergeByPropertyObjectTrump,
 };

@@ -7,8 +7,8 @@
 
 namespace coredata {
 
-/// The codes, in the domain `kCocoaErrorDomain`, of saves that are refused. In each case the store is unchanged and
-/// the context still holds its changes.
+/// The codes, in the domain `kCocoaErrorDomain`, of saves that are refused. In each case the store
+/// is unchanged and the context still holds its changes.
 enum class SaveErrorCode : std::int64_t {
   missingMandatoryProperty = 1570,  ///< a property that is not optional is absent
   deletionDenied = 1600,            ///< a relationship with the deny rule still leads somewhere
@@ -21,8 +21,9 @@ inline constexpr std::string_view NSDetailedErrorsKey = "NSDetailedErrors";
 
 [[nodiscard]] inline foundation::Error saveError(SaveErrorCode code, std::string message,
                                                  foundation::ValueDictionary userInfo = {}) {
-  return foundation::Error(std::string(foundation::kCocoaErrorDomain), static_cast<std::int64_t>(code),
-                           std::move(message), std::move(userInfo));
+  return foundation::Error(std::string(foundation::kCocoaErrorDomain),
+                           static_cast<std::int64_t>(code), std::move(message),
+                           std::move(userInfo));
 }
 
 }  // namespace coredata

@@ -34,17 +34,19 @@ Ref<NSPersistentStore> NSManagedObjectID::persistentStore() const {
 
 foundation::URL NSManagedObjectID::uriRepresentation() const {
   const ObjectKey current = key();
-  const std::string text =
-      isTemporary(current)
-          ? "x-coredata:///" + entity_->name() + "/t" + processMark() + "-" + std::to_string(-current)
-          : "x-coredata://" + store_->identifier() + "/" + entity_->name() + "/p" + std::to_string(current);
+  const std::string text = isTemporary(current)
+                               ? "x-coredata:///" + entity_->name() + "/t" + processMark() + "-" +
+                                     std::to_string(-current)
+                               : "x-coredata://" + store_->identifier() + "/" + entity_->name() +
+                                     "/p" + std::to_string(current);
   return *foundation::URL::parse(text);
 }
 
 bool NSManagedObjectID::isEqual(const foundation::Object& other) const noexcept {
   if (this == &other) return true;
   const auto* that = dynamic_cast<const NSManagedObjectID*>(&other);
-  if (that == nullptr || key() != that->key() || entity_->name() != that->entity_->name()) return false;
+  if (that == nullptr || key() != that->key() || entity_->name() != that->entity_->name())
+    return false;
   return isTemporaryID() || store_->identifier() == that->store_->identifier();
 }
 

@@ -14,8 +14,9 @@ class ObjectIDTable;
 
 /// Says which object is meant, in any context and for as long as the store lives.
 ///
-/// A coordinator makes one identifier per object, so within it equality is identity. The identifier of an object that
-/// was never saved is temporary; the save makes the same identifier permanent, and its hash and URI change.
+/// A coordinator makes one identifier per object, so within it equality is identity. The identifier
+/// of an object that was never saved is temporary; the save makes the same identifier permanent,
+/// and its hash and URI change.
 ///
 /// Threading: use it on any thread; it turns permanent on the thread that saves.
 class NSManagedObjectID final : public foundation::Object {
@@ -25,7 +26,8 @@ class NSManagedObjectID final : public foundation::Object {
   [[nodiscard]] ObjectKey key() const noexcept { return key_.load(std::memory_order_acquire); }
   /// The store that holds the object; null while the identifier is temporary.
   [[nodiscard]] foundation::Ref<NSPersistentStore> persistentStore() const;
-  /// "x-coredata://<store UUID>/<entity>/p<key>"; "x-coredata:///<entity>/t<unique text>" while temporary.
+  /// "x-coredata://<store UUID>/<entity>/p<key>"; "x-coredata:///<entity>/t<unique text>" while
+  /// temporary.
   [[nodiscard]] foundation::URL uriRepresentation() const;
 
   /// Equal store, entity and key, also across coordinators.

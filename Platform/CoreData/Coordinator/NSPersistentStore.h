@@ -20,11 +20,14 @@ class NSPersistentStore final : public foundation::Object {
   [[nodiscard]] std::string_view type() const noexcept;
   /// The store's UUID as a text; the same for as long as the store lives, through every migration.
   [[nodiscard]] const std::string& identifier() const noexcept { return identifier_; }
-  [[nodiscard]] const std::optional<std::string>& configurationName() const noexcept { return configuration_; }
+  [[nodiscard]] const std::optional<std::string>& configurationName() const noexcept {
+    return configuration_;
+  }
   [[nodiscard]] foundation::ValueDictionary metadata() const { return engine_->metadata(); }
   /// The rows behind it.
   [[nodiscard]] const foundation::Ref<SQLiteStore>& engine() const noexcept { return engine_; }
-  /// Unique in this process and never used again, so that keys of a store that was removed never meet another's.
+  /// Unique in this process and never used again, so that keys of a store that was removed never
+  /// meet another's.
   [[nodiscard]] std::uint64_t serial() const noexcept { return serial_; }
 
  private:

@@ -30,8 +30,7 @@ std::optional<ObjectKey> permanentKey(std::string_view text) noexcept {
 bool namesSameFile(const URL& a, const URL& b) { return a.absoluteString() == b.absoluteString(); }
 
 StoreOptions storeOptions(const NSPersistentStoreDescription& description) {
-  StoreOptions options;
-  options.url = *description.url();
+  StoreOptions options(*description.url());
   options.readOnly = description.isReadOnly();
   options.historyTracking = description.isOn(NSPersistentHistoryTrackingKey);
   options.pragmas = description.sqlitePragmas();
@@ -40,7 +39,8 @@ StoreOptions storeOptions(const NSPersistentStoreDescription& description) {
 
 }  // namespace
 
-NSPersistentStoreCoordinator::NSPersistentStoreCoordinator(Ref<const NSManagedObjectModel> managedObjectModel)
+NSPersistentStoreCoordinator::NSPersistentStoreCoordinator(
+    Ref<const NSManagedObjectModel> managedObjectModel)
     : model_(std::move(managedObjectModel)),
       identifiers_(make<ObjectIDTable>(model_)),
       plans_(std::make_unique<FetchPlanCache>(model_)) {}
@@ -62,15 +62,18 @@ Ref<NSPersistentStore> NSPersistentStoreCoordinator::store() const {
 Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
     const NSPersistentStoreDescription& description) {
   if (description.type() != NSSQLiteStoreType) {
-    throw coordinatorError(CoordinatorErrorCode::invalidType,
-                           "There is no store type \"" + description.type() + "\"; stores are of type SQLite.");
+    throw coordinatorError(
+        CoordinatorErrorCode::invalidType,
+        "There is no store type \"" + description.type() + "\"; stores are of type SQLite.");
   }
   if (!description.url()) {
-    throw coordinatorError(CoordinatorErrorCode::noStore, "The store description says no location.");
+    throw coordinatorError(CoordinatorErrorCode::noStore,
+                           "The store description says no location.");
   }
   if (description.configuration() && !model_->entities(*description.configuration())) {
-    throw coordinatorError(CoordinatorErrorCode::unknownConfiguration,
-                           "The model has no configuration named \"" + *description.configuration() + "\".");
+    throw coordinatorError(
+        CoordinatorErrorCode::unknownConfiguration,
+        "The model has no configuration named \"" + *description.configuration() + "\".");
   }
   const std::scoped_lock lock(storeMutex_);
   if (store_) {
@@ -79,7 +82,8 @@ Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
                            "The store " + store_->url()->absoluteString() +
                                " is open; remove it before adding another.");
   }
-  store_ = make<NSPersistentStore>(*description.url(), SQLiteStore::open(storeOptions(description), model_),
+  store_ = make<NSPersistentStore>(*description.url(),
+                                   SQLiteStore::open(storeOptions(description), model_),
                                    description.configuration());
   return store_;
 }
@@ -89,10 +93,9 @@ void NSPersistentStoreCoordinator::removePersistentStore(const Ref<NSPersistentS
     throw coordinatorError(CoordinatorErrorCode::foreignStore,
                            "The store to be removed is not one of this coordinator's.");
   }
-  {
-    const std::scoped_lock lock(clientsMutex_);
-    for (CoordinatorClient* client : std::vector(clients_)) client->storeWillBeRemoved();
-  }
+  // A client may have to wait for its turn, which whoever has it may end by telling the others what
+  // it saved: so nothing is locked meanwhile.
+  for (const auto& [client, alive] : livingClients()) client->storeWillBeRemoved();
   {
     const std::scoped_lock lock(storeMutex_);
     store_ = nullptr;
@@ -100,24 +103,28 @@ void NSPersistentStoreCoordinator::removePersistentStore(const Ref<NSPersistentS
   store->engine()->close();
 }
 
-foundation::ValueDictionary NSPersistentStoreCoordinator::metadataForPersistentStore(std::string_view type,
-                                                                                     const URL& url) {
+foundation::ValueDictionary NSPersistentStoreCoordinator::metadataForPersistentStore(
+    std::string_view type, const URL& url) {
   if (type != NSSQLiteStoreType) {
-    throw coordinatorError(CoordinatorErrorCode::invalidType,
-                           "There is no store type \"" + std::string(type) + "\"; stores are of type SQLite.");
+    throw coordinatorError(
+        CoordinatorErrorCode::invalidType,
+        "There is no store type \"" + std::string(type) + "\"; stores are of type SQLite.");
   }
   return SQLiteStore::metadataAt(url);
 }
 
-Ref<NSManagedObjectID> NSPersistentStoreCoordinator::managedObjectIDForURIRepresentation(const URL& uri) const {
+Ref<NSManagedObjectID> NSPersistentStoreCoordinator::managedObjectIDForURIRepresentation(
+    const URL& uri) const {
   const Ref<NSPersistentStore> current = store();
-  // The text is compared whole: what a query, a fragment, a port or an escape adds makes it another text.
+  // The text is compared whole: what a query, a fragment, a port or an escape adds makes it another
+  // text.
   std::string_view text = uri.absoluteString();
   constexpr std::string_view kScheme = "x-coredata://";
   if (!current || text.size() > kMaxURILength || !text.starts_with(kScheme)) return nullptr;
   text.remove_prefix(kScheme.size());
   const std::size_t hostEnd = text.find('/');
-  if (hostEnd == std::string_view::npos || text.substr(0, hostEnd) != current->identifier()) return nullptr;
+  if (hostEnd == std::string_view::npos || text.substr(0, hostEnd) != current->identifier())
+    return nullptr;
   text.remove_prefix(hostEnd + 1);
   const std::size_t entityEnd = text.find('/');
   if (entityEnd == std::string_view::npos) return nullptr;
@@ -137,15 +144,26 @@ void NSPersistentStoreCoordinator::detach(CoordinatorClient& client) {
   std::erase(clients_, &client);
 }
 
-bool NSPersistentStoreCoordinator::hasOtherClients(const CoordinatorClient& client) const {
-  const std::scoped_lock lock(clientsMutex_);
-  return std::ranges::any_of(clients_, [&](const CoordinatorClient* other) { return other != &client; });
-}
-
-void NSPersistentStoreCoordinator::tellOthers(const CoordinatorClient& sender,
-                                              const std::shared_ptr<const SaveBroadcast>& broadcast) {
+std::vector<std::pair<CoordinatorClient*, Ref<foundation::Object>>>
+NSPersistentStoreCoordinator::livingClients() {
+  std::vector<std::pair<CoordinatorClient*, Ref<foundation::Object>>> result;
   const std::scoped_lock lock(clientsMutex_);
   for (CoordinatorClient* client : clients_) {
+    if (Ref<foundation::Object> alive = client->keepAlive())
+      result.emplace_back(client, std::move(alive));
+  }
+  return result;
+}
+
+bool NSPersistentStoreCoordinator::hasOtherClients(const CoordinatorClient& client) const {
+  const std::scoped_lock lock(clientsMutex_);
+  return std::ranges::any_of(clients_,
+                             [&](const CoordinatorClient* other) { return other != &client; });
+}
+
+void NSPersistentStoreCoordinator::tellOthers(
+    const CoordinatorClient& sender, const std::shared_ptr<const SaveBroadcast>& broadcast) {
+  for (const auto& [client, alive] : livingClients()) {
     if (client != &sender) client->otherDidSave(broadcast);
   }
 }

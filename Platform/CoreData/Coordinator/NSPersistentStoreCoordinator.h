@@ -4,6 +4,7 @@
 #include <mutex>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "CoreData/Coordinator/NSManagedObjectID.h"
@@ -17,32 +18,38 @@ namespace coredata {
 class FetchPlanCache;
 class ObjectIDTable;
 
-/// Stands between the contexts and the store: adds and removes it, gives out object identifiers, and passes on to
-/// each context what the others saved.
+/// Stands between the contexts and the store: adds and removes it, gives out object identifiers,
+/// and passes on to each context what the others saved.
 ///
-/// A coordinator has one store at a time; its file may be open in other coordinators and processes as well.
+/// A coordinator has one store at a time; its file may be open in other coordinators and processes
+/// as well.
 ///
 /// Threading: use it on any thread.
 class NSPersistentStoreCoordinator final : public foundation::Object {
  public:
-  explicit NSPersistentStoreCoordinator(foundation::Ref<const NSManagedObjectModel> managedObjectModel);
+  explicit NSPersistentStoreCoordinator(
+      foundation::Ref<const NSManagedObjectModel> managedObjectModel);
 
   [[nodiscard]] const NSManagedObjectModel& managedObjectModel() const noexcept { return *model_; }
   [[nodiscard]] std::vector<foundation::Ref<NSPersistentStore>> persistentStores() const;
 
-  /// Opens the store of the description, creating the file (not its directory) if it is missing. Adding the URL that
-  /// is already open gives the open store. Throws `foundation::Error`; a file that was there is left as it was.
-  foundation::Ref<NSPersistentStore> addPersistentStore(const NSPersistentStoreDescription& description);
-  /// Closes the store. Its objects read as absent from then on, and pending changes can no longer be saved. Throws
-  /// for a store that is not this coordinator's.
+  /// Opens the store of the description, creating the file (not its directory) if it is missing.
+  /// Adding the URL that is already open gives the open store. Throws `foundation::Error`; a file
+  /// that was there is left as it was.
+  foundation::Ref<NSPersistentStore> addPersistentStore(
+      const NSPersistentStoreDescription& description);
+  /// Closes the store. Its objects read as absent from then on, and pending changes can no longer
+  /// be saved. Throws for a store that is not this coordinator's.
   void removePersistentStore(const foundation::Ref<NSPersistentStore>& store);
 
-  /// A store's metadata, read without creating, changing or disturbing anything. Throws when it cannot be read.
-  [[nodiscard]] static foundation::ValueDictionary metadataForPersistentStore(std::string_view type,
-                                                                              const foundation::URL& url);
+  /// A store's metadata, read without creating, changing or disturbing anything. Throws when it
+  /// cannot be read.
+  [[nodiscard]] static foundation::ValueDictionary metadataForPersistentStore(
+      std::string_view type, const foundation::URL& url);
 
-  /// The identifier that a permanent URI names; none for anything else: another scheme, store or entity, a number
-  /// that is no key, a longer path, a query, a fragment, a temporary URI. Looks up no row and never throws.
+  /// The identifier that a permanent URI names; none for anything else: another scheme, store or
+  /// entity, a number that is no key, a longer path, a query, a fragment, a temporary URI. Looks up
+  /// no row and never throws.
   [[nodiscard]] foundation::Ref<NSManagedObjectID> managedObjectIDForURIRepresentation(
       const foundation::URL& uri) const;
 
@@ -53,22 +60,25 @@ class NSPersistentStoreCoordinator final : public foundation::Object {
   [[nodiscard]] ObjectIDTable& identifiers() const noexcept { return *identifiers_; }
   [[nodiscard]] FetchPlanCache& plans() const noexcept { return *plans_; }
   void attach(CoordinatorClient& client);
-  /// Returns when no call of the client is under way.
   void detach(CoordinatorClient& client);
   /// Whether anybody but `client` would hear of a save.
   [[nodiscard]] bool hasOtherClients(const CoordinatorClient& client) const;
-  void tellOthers(const CoordinatorClient& sender, const std::shared_ptr<const SaveBroadcast>& broadcast);
+  void tellOthers(const CoordinatorClient& sender,
+                  const std::shared_ptr<const SaveBroadcast>& broadcast);
 
  private:
   ~NSPersistentStoreCoordinator() override;
+
+  [[nodiscard]] std::vector<std::pair<CoordinatorClient*, foundation::Ref<foundation::Object>>>
+  livingClients();
 
   foundation::Ref<const NSManagedObjectModel> model_;
   foundation::Ref<ObjectIDTable> identifiers_;
   std::unique_ptr<FetchPlanCache> plans_;
   mutable std::mutex storeMutex_;
-  foundation::Ref<NSPersistentStore> store_;
-  mutable std::recursive_mutex clientsMutex_;
-  std::vector<CoordinatorClient*> clients_;
+  foundation::Ref<NSPersistentStore> store_;  // guarded by storeMutex_
+  mutable std::mutex clientsMutex_;
+  std::vector<CoordinatorClient*> clients_;  // guarded by clientsMutex_
 };
 
 }  // namespace coredata

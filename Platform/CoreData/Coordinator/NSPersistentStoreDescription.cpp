@@ -20,10 +20,12 @@ bool NSPersistentStoreDescription::isOn(std::string_view optionKey) const noexce
   return number != nullptr && number->boolValue();
 }
 
-void NSPersistentStoreDescription::setValue(const std::string& value, const std::string& forPragmaNamed) {
+void NSPersistentStoreDescription::setValue(const std::string& value,
+                                            const std::string& forPragmaNamed) {
   ValueDictionary pragmas;
   const auto found = options_.find(NSSQLitePragmasOption);
-  if (found != options_.end() && found->second.dictionary() != nullptr) pragmas = *found->second.dictionary();
+  if (found != options_.end() && found->second.dictionary() != nullptr)
+    pragmas = *found->second.dictionary();
   pragmas.insert_or_assign(forPragmaNamed, Value(value));
   setOption(Value(std::move(pragmas)), NSSQLitePragmasOption);
 }
@@ -34,7 +36,8 @@ std::map<std::string, std::string> NSPersistentStoreDescription::sqlitePragmas()
   if (found == options_.end() || found->second.dictionary() == nullptr) return result;
   for (const auto& [name, value] : *found->second.dictionary()) {
     if (const std::string* text = value.text()) result.emplace(name, *text);
-    if (const foundation::NSNumber* number = value.number()) result.emplace(name, number->stringValue());
+    if (const foundation::NSNumber* number = value.number())
+      result.emplace(name, number->stringValue());
   }
   return result;
 }

@@ -17,14 +17,16 @@ inline constexpr std::string_view NSSQLiteStoreType = "SQLite";
 inline constexpr std::string_view NSPersistentHistoryTrackingKey = "NSPersistentHistoryTrackingKey";
 inline constexpr std::string_view NSPersistentStoreRemoteChangeNotificationPostOptionKey =
     "NSPersistentStoreRemoteChangeNotificationOptionKey";
-inline constexpr std::string_view NSPersistentStoreFileProtectionKey = "NSPersistentStoreFileProtectionKey";
-/// A dictionary of SQLite pragmas, name to value, applied when the store is opened. Only names that cannot harm the
-/// store are let through: see `StoreOptions`.
+inline constexpr std::string_view NSPersistentStoreFileProtectionKey =
+    "NSPersistentStoreFileProtectionKey";
+/// A dictionary of SQLite pragmas, name to value, applied when the store is opened. Only names that
+/// cannot harm the store are let through: see `StoreOptions`.
 inline constexpr std::string_view NSSQLitePragmasOption = "NSSQLitePragmasOption";
-inline constexpr std::string_view NSReadOnlyPersistentStoreOption = "NSReadOnlyPersistentStoreOption";
+inline constexpr std::string_view NSReadOnlyPersistentStoreOption =
+    "NSReadOnlyPersistentStoreOption";
 
-/// How a store is to be opened. Starts as type SQLite, added synchronously, with no options and no migration of any
-/// kind: an unasked migration of a user's store is the worse surprise.
+/// How a store is to be opened. Starts as type SQLite, added synchronously, with no options and no
+/// migration of any kind: an unasked migration of a user's store is the worse surprise.
 class NSPersistentStoreDescription {
  public:
   NSPersistentStoreDescription() = default;
@@ -35,12 +37,16 @@ class NSPersistentStoreDescription {
   [[nodiscard]] const std::string& type() const noexcept { return type_; }
   void setType(std::string type) { type_ = std::move(type); }
   /// The model's configuration that the store holds; none for all entities.
-  [[nodiscard]] const std::optional<std::string>& configuration() const noexcept { return configuration_; }
+  [[nodiscard]] const std::optional<std::string>& configuration() const noexcept {
+    return configuration_;
+  }
   void setConfiguration(std::optional<std::string> name) { configuration_ = std::move(name); }
 
   [[nodiscard]] bool shouldMigrateStoreAutomatically() const noexcept { return migrates_; }
   void setShouldMigrateStoreAutomatically(bool value) noexcept { migrates_ = value; }
-  [[nodiscard]] bool shouldInferMappingModelAutomatically() const noexcept { return infersMapping_; }
+  [[nodiscard]] bool shouldInferMappingModelAutomatically() const noexcept {
+    return infersMapping_;
+  }
   void setShouldInferMappingModelAutomatically(bool value) noexcept { infersMapping_ = value; }
   /// Always false: stores are added before `loadPersistentStores` returns.
   [[nodiscard]] bool shouldAddStoreAsynchronously() const noexcept { return false; }

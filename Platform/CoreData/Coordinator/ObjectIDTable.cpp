@@ -15,8 +15,8 @@ Ref<NSManagedObjectID> ObjectIDTable::identifier(const Ref<NSPersistentStore>& s
   return Ref<NSManagedObjectID>::adopt(entry);
 }
 
-void ObjectIDTable::makePermanent(NSManagedObjectID& identifier, const Ref<NSPersistentStore>& store,
-                                  ObjectKey key) {
+void ObjectIDTable::makePermanent(NSManagedObjectID& identifier,
+                                  const Ref<NSPersistentStore>& store, ObjectKey key) {
   const std::scoped_lock lock(mutex_);
   identifiers_.erase(placeOf(identifier));
   identifier.store_ = store;
@@ -25,7 +25,8 @@ void ObjectIDTable::makePermanent(NSManagedObjectID& identifier, const Ref<NSPer
 }
 
 ObjectIDTable::Place ObjectIDTable::placeOf(const NSManagedObjectID& identifier) noexcept {
-  return {identifier.store_ ? identifier.store_->serial() : 0, identifier.entity_, identifier.key()};
+  return {identifier.store_ ? identifier.store_->serial() : 0, identifier.entity_,
+          identifier.key()};
 }
 
 void ObjectIDTable::remove(const NSManagedObjectID& identifier) noexcept {

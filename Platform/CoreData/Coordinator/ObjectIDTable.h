@@ -12,12 +12,15 @@ namespace coredata {
 /// Threading: use it on any thread; one lock, held for a look-up.
 class ObjectIDTable final : public foundation::Object {
  public:
-  explicit ObjectIDTable(foundation::Ref<const NSManagedObjectModel> model) : model_(std::move(model)) {}
+  explicit ObjectIDTable(foundation::Ref<const NSManagedObjectModel> model)
+      : model_(std::move(model)) {}
 
   /// The identifier of that object, made if nobody holds one. `store` is null for a temporary key.
-  [[nodiscard]] foundation::Ref<NSManagedObjectID> identifier(const foundation::Ref<NSPersistentStore>& store,
-                                                              const NSEntityDescription& entity, ObjectKey key);
-  /// Turns a temporary identifier permanent in place. `store` and `key` are those of the row just saved.
+  [[nodiscard]] foundation::Ref<NSManagedObjectID> identifier(
+      const foundation::Ref<NSPersistentStore>& store, const NSEntityDescription& entity,
+      ObjectKey key);
+  /// Turns a temporary identifier permanent in place. `store` and `key` are those of the row just
+  /// saved.
   void makePermanent(NSManagedObjectID& identifier, const foundation::Ref<NSPersistentStore>& store,
                      ObjectKey key);
 

@@ -8,7 +8,8 @@
 
 namespace coredata {
 
-/// What one save wrote, as the other contexts of its coordinator need it: the new rows, and which are gone.
+/// What one save wrote, as the other contexts of its coordinator need it: the new rows, and which
+/// are gone.
 struct SaveBroadcast {
   struct Removal {
     const NSEntityDescription* entity;
@@ -20,12 +21,15 @@ struct SaveBroadcast {
 };
 
 /// A context as its coordinator sees it: somebody to tell about what others did.
-/// Threading: called on the thread of the save or removal, without locks held; implementations queue their work.
+/// Threading: called on the thread of the save or removal. `otherDidSave` only queues its work;
+/// `storeWillBeRemoved` may wait for the client's turn.
 class CoordinatorClient {
  public:
   CoordinatorClient(const CoordinatorClient&) = delete;
   CoordinatorClient& operator=(const CoordinatorClient&) = delete;
 
+  /// A handle that keeps the client alive during a call; null when its last one is already gone.
+  [[nodiscard]] virtual foundation::Ref<foundation::Object> keepAlive() = 0;
   /// Another client of the same coordinator has committed this.
   virtual void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) = 0;
   /// The store is about to go; what was read from it must not be shown any more.

@@ -57,7 +57,8 @@ void BoundPredicate::bindPath(const KeyPathExpression& expression, const Scopes&
 }
 
 void BoundPredicate::checkKinds(const ExpressionNode& left, const ExpressionNode& right) const {
-  if (left.kind != ExpressionNode::Kind::keyPath || right.kind != ExpressionNode::Kind::literal) return;
+  if (left.kind != ExpressionNode::Kind::keyPath || right.kind != ExpressionNode::Kind::literal)
+    return;
   const ResolvedPath& resolved = path(left.path);
   if (right.literal.isNone()) return;
   const bool textMeetsNumber =

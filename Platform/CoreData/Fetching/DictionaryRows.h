@@ -10,8 +10,9 @@
 
 namespace coredata {
 
-/// The rows of a dictionary fetch: one block of cells, texts packed behind each other, so that a hundred thousand
-/// rows cost no allocation each. Columns are found by name once, then read by number.
+/// The rows of a dictionary fetch: one block of cells, texts packed behind each other, so that a
+/// hundred thousand rows cost no allocation each. Columns are found by name once, then read by
+/// number.
 class DictionaryRows {
  public:
   DictionaryRows() = default;
@@ -44,7 +45,9 @@ class DictionaryRows {
   void appendReal(double value);
   void appendDate(double secondsSinceReferenceDate);
   void appendReference(ObjectKey key);
-  void appendText(std::string_view value) { appendPacked(SlotTag::text, value.data(), value.size()); }
+  void appendText(std::string_view value) {
+    appendPacked(SlotTag::text, value.data(), value.size());
+  }
   void appendBytes(std::span<const std::uint8_t> value) {
     appendPacked(SlotTag::bytes, value.data(), value.size());
   }

@@ -37,15 +37,16 @@ struct FetchColumn {
   std::string name;
   ResolvedPath path;
   Aggregate aggregate = Aggregate::none;
-  /// The kind of the value; undefined for a to-one relationship, whose value is an object's identifier.
+  /// The kind of the value; undefined for a to-one relationship, whose value is an object's
+  /// identifier.
   NSAttributeType type = NSAttributeType::undefined;
 
   friend bool operator==(const FetchColumn&, const FetchColumn&) = default;
 };
 
-/// A fetch request resolved against the model, without the values that change from call to call (the predicate's
-/// arguments, limit and offset). Requests of the same form share one plan, and the store keeps what it prepared for
-/// it under the plan's `serial()`.
+/// A fetch request resolved against the model, without the values that change from call to call
+/// (the predicate's arguments, limit and offset). Requests of the same form share one plan, and the
+/// store keeps what it prepared for it under the plan's `serial()`.
 ///
 /// Threading: immutable; use it on any thread.
 class FetchPlan final : public foundation::Object {
@@ -67,9 +68,12 @@ class FetchPlan final : public foundation::Object {
   [[nodiscard]] const BoundPredicate* predicate() const noexcept { return form_.predicate.get(); }
   [[nodiscard]] const std::vector<SortTerm>& sorts() const noexcept { return form_.sorts; }
   [[nodiscard]] const std::vector<FetchColumn>& columns() const noexcept { return form_.columns; }
-  [[nodiscard]] const std::vector<ResolvedPath>& grouping() const noexcept { return form_.grouping; }
+  [[nodiscard]] const std::vector<ResolvedPath>& grouping() const noexcept {
+    return form_.grouping;
+  }
   [[nodiscard]] bool isDistinct() const noexcept { return form_.distinct; }
-  /// Whether every sort reads the fetched row itself, so that rows can be ordered without the store.
+  /// Whether every sort reads the fetched row itself, so that rows can be ordered without the
+  /// store.
   [[nodiscard]] bool sortsByOwnSlots() const noexcept { return sortsByOwnSlots_; }
   /// Unique in this process and never used again.
   [[nodiscard]] std::uint64_t serial() const noexcept { return serial_; }

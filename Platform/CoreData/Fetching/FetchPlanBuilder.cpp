@@ -16,9 +16,9 @@ ResolvedPath singleValuedPath(const NSEntityDescription& entity, std::string_vie
                               std::string_view use) {
   ResolvedPath path = resolvePath(entity, keyPath);
   if (path.end == ResolvedPath::End::toMany || path.passesToMany()) {
-    throw fetchError(FetchErrorCode::unsuitableKey, "\"" + std::string(keyPath) + "\" of " + entity.name() +
-                                                        " has many values and cannot be used to " +
-                                                        std::string(use) + ".");
+    throw fetchError(FetchErrorCode::unsuitableKey,
+                     "\"" + std::string(keyPath) + "\" of " + entity.name() +
+                         " has many values and cannot be used to " + std::string(use) + ".");
   }
   return path;
 }
@@ -39,7 +39,8 @@ Aggregate aggregateOf(NSExpression::Function function) noexcept {
   return Aggregate::none;
 }
 
-FetchColumn computedColumn(const NSEntityDescription& entity, const NSExpressionDescription& computed) {
+FetchColumn computedColumn(const NSEntityDescription& entity,
+                           const NSExpressionDescription& computed) {
   const NSExpression* expression = &computed.expression();
   FetchColumn column{computed.name(), {}, Aggregate::none, computed.expressionResultType()};
   if (expression->expressionType() == NSExpression::ExpressionType::function) {
@@ -52,11 +53,12 @@ FetchColumn computedColumn(const NSEntityDescription& entity, const NSExpression
                                                         ") is not computed from a property.");
   }
   column.path = singleValuedPath(entity, expression->keyPath(), "fill a column");
-  const bool needsNumbers = column.aggregate == Aggregate::sum || column.aggregate == Aggregate::average;
+  const bool needsNumbers =
+      column.aggregate == Aggregate::sum || column.aggregate == Aggregate::average;
   if (needsNumbers &&
       (column.path.attribute == nullptr || !isNumeric(column.path.attribute->attributeType()))) {
-    throw fetchError(FetchErrorCode::kindMismatch,
-                     "\"" + expression->keyPath() + "\" of " + entity.name() + " holds no numbers.");
+    throw fetchError(FetchErrorCode::kindMismatch, "\"" + expression->keyPath() + "\" of " +
+                                                       entity.name() + " holds no numbers.");
   }
   return column;
 }
@@ -69,7 +71,8 @@ FetchColumn columnFor(const NSEntityDescription& entity, const FetchProperty& pr
   return {property.name(), std::move(path), Aggregate::none, type};
 }
 
-std::vector<FetchColumn> columnsOf(const NSFetchRequestBase& request, const NSEntityDescription& entity) {
+std::vector<FetchColumn> columnsOf(const NSFetchRequestBase& request,
+                                   const NSEntityDescription& entity) {
   std::vector<FetchColumn> columns;
   for (const FetchProperty& property : request.propertiesToFetch()) {
     columns.push_back(columnFor(entity, property));
@@ -85,7 +88,9 @@ std::vector<FetchColumn> columnsOf(const NSFetchRequestBase& request, const NSEn
 /// In a grouped result only what all rows of a group share can be shown or sorted by.
 void checkGrouping(const FetchPlan::Form& form) {
   if (form.grouping.empty()) return;
-  const auto isGrouped = [&](const ResolvedPath& path) { return std::ranges::find(form.grouping, path) != form.grouping.end(); };
+  const auto isGrouped = [&](const ResolvedPath& path) {
+    return std::ranges::find(form.grouping, path) != form.grouping.end();
+  };
   for (const FetchColumn& column : form.columns) {
     if (column.aggregate == Aggregate::none && !isGrouped(column.path)) {
       throw fetchError(FetchErrorCode::unsuitableKey,
@@ -95,18 +100,21 @@ void checkGrouping(const FetchPlan::Form& form) {
   for (const SortTerm& sort : form.sorts) {
     if (!isGrouped(sort.path)) {
       throw fetchError(FetchErrorCode::unsuitableKey,
-                       "A grouped result of " + form.entity->name() + " can only be sorted by what it groups by.");
+                       "A grouped result of " + form.entity->name() +
+                           " can only be sorted by what it groups by.");
     }
   }
 }
 
 }  // namespace
 
-Ref<const FetchPlan> buildPlan(const NSFetchRequestBase& request, const NSEntityDescription& entity) {
+Ref<const FetchPlan> buildPlan(const NSFetchRequestBase& request,
+                               const NSEntityDescription& entity) {
   FetchPlan::Form form;
   form.entity = &entity;
   if (request.predicate()) {
-    form.predicate = std::make_shared<const BoundPredicate>(request.predicate()->sharedShape(), entity);
+    form.predicate =
+        std::make_shared<const BoundPredicate>(request.predicate()->sharedShape(), entity);
   }
   for (const foundation::NSSortDescriptor& sort : request.sortDescriptors()) {
     form.sorts.push_back({singleValuedPath(entity, sort.key(), "sort"), sort.ascending()});

@@ -5,8 +5,9 @@
 
 namespace coredata {
 
-/// Resolves a request against its entity. Throws `foundation::Error` naming the entity and the key for what the model
-/// does not have, for a sort through a to-many, and for a dictionary sort that is neither grouped nor computed.
+/// Resolves a request against its entity. Throws `foundation::Error` naming the entity and the key
+/// for what the model does not have, for a sort through a to-many, and for a dictionary sort that
+/// is neither grouped nor computed.
 [[nodiscard]] foundation::Ref<const FetchPlan> buildPlan(const NSFetchRequestBase& request,
                                                          const NSEntityDescription& entity);
 

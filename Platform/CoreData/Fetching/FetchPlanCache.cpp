@@ -11,8 +11,8 @@ using foundation::Ref;
 
 namespace {
 
-/// Forms beyond this number come from formats that are put together at run time; starting over is cheaper than
-/// keeping count of what is used.
+/// Forms beyond this number come from formats that are put together at run time; starting over is
+/// cheaper than keeping count of what is used.
 constexpr std::size_t kMaxForms = 1024;
 
 bool sameProperties(const std::vector<FetchProperty>& a, const std::vector<FetchProperty>& b) {
@@ -21,7 +21,8 @@ bool sameProperties(const std::vector<FetchProperty>& a, const std::vector<Fetch
     if (left.computed() == right.computed()) return true;
     return left.computed() != nullptr && right.computed() != nullptr &&
            left.computed()->expressionResultType() == right.computed()->expressionResultType() &&
-           left.computed()->expression().description() == right.computed()->expression().description();
+           left.computed()->expression().description() ==
+               right.computed()->expression().description();
   });
 }
 
@@ -47,11 +48,12 @@ const NSEntityDescription& FetchPlanCache::entityOf(const NSFetchRequestBase& re
   return *entity;
 }
 
-bool FetchPlanCache::matches(const Form& form, const NSEntityDescription& entity, std::uint64_t predicate,
-                             const NSFetchRequestBase& request) {
+bool FetchPlanCache::matches(const Form& form, const NSEntityDescription& entity,
+                             std::uint64_t predicate, const NSFetchRequestBase& request) {
   return form.entity == &entity && form.predicate == predicate &&
          form.isDictionary == coredata::isDictionary(request) &&
-         form.isDistinct == request.returnsDistinctResults() && form.sorts == request.sortDescriptors() &&
+         form.isDistinct == request.returnsDistinctResults() &&
+         form.sorts == request.sortDescriptors() &&
          sameProperties(form.properties, request.propertiesToFetch()) &&
          sameProperties(form.grouping, request.propertiesToGroupBy());
 }
@@ -74,9 +76,9 @@ Ref<const FetchPlan> FetchPlanCache::plan(const NSFetchRequestBase& request) {
     forms_.clear();
     size_ = 0;
   }
-  forms_[hash].push_back({&entity, predicate, coredata::isDictionary(request), request.returnsDistinctResults(),
-                          request.sortDescriptors(), request.propertiesToFetch(),
-                          request.propertiesToGroupBy(), built});
+  forms_[hash].push_back({&entity, predicate, coredata::isDictionary(request),
+                          request.returnsDistinctResults(), request.sortDescriptors(),
+                          request.propertiesToFetch(), request.propertiesToGroupBy(), built});
   ++size_;
   return built;
 }

@@ -11,13 +11,14 @@
 
 namespace coredata {
 
-/// Finds the plan of a request, resolving it the first time a request of its form is run. Requests of one form differ
-/// only in values: the predicate's arguments, limit, offset and batch size.
+/// Finds the plan of a request, resolving it the first time a request of its form is run. Requests
+/// of one form differ only in values: the predicate's arguments, limit, offset and batch size.
 ///
 /// Threading: use it on any thread; one lock, held for a look-up.
 class FetchPlanCache {
  public:
-  explicit FetchPlanCache(foundation::Ref<const NSManagedObjectModel> model) : model_(std::move(model)) {}
+  explicit FetchPlanCache(foundation::Ref<const NSManagedObjectModel> model)
+      : model_(std::move(model)) {}
 
   /// Throws `foundation::Error` for an unknown entity or key and for a request that makes no sense.
   [[nodiscard]] foundation::Ref<const FetchPlan> plan(const NSFetchRequestBase& request);

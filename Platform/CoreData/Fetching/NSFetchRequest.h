@@ -13,8 +13,8 @@
 
 namespace coredata {
 
-/// A property that a dictionary fetch gives or groups by: an attribute or relationship by its name or by its
-/// description, or a computed column.
+/// A property that a dictionary fetch gives or groups by: an attribute or relationship by its name
+/// or by its description, or a computed column.
 class FetchProperty {
  public:
   // NOLINTBEGIN(google-explicit-constructor): a list of properties reads like one
@@ -37,8 +37,8 @@ class FetchProperty {
   foundation::Ref<const NSExpressionDescription> computed_;
 };
 
-/// What to fetch: an entity, a condition, an order, and how much of it. A plain value; nothing is looked up before the
-/// request is run.
+/// What to fetch: an entity, a condition, an order, and how much of it. A plain value; nothing is
+/// looked up before the request is run.
 class NSFetchRequestBase {
  public:
   explicit NSFetchRequestBase(std::string_view entityName) : entityName_(entityName) {}
@@ -51,20 +51,27 @@ class NSFetchRequestBase {
     if (entity != nullptr) entityName_ = entity->name();
   }
 
-  [[nodiscard]] const std::optional<foundation::NSPredicate>& predicate() const noexcept { return predicate_; }
-  void setPredicate(std::optional<foundation::NSPredicate> predicate) { predicate_ = std::move(predicate); }
+  [[nodiscard]] const std::optional<foundation::NSPredicate>& predicate() const noexcept {
+    return predicate_;
+  }
+  void setPredicate(std::optional<foundation::NSPredicate> predicate) {
+    predicate_ = std::move(predicate);
+  }
   [[nodiscard]] const std::vector<foundation::NSSortDescriptor>& sortDescriptors() const noexcept {
     return sorts_;
   }
   /// Without any: stored objects by ascending key, then unsaved ones as they were inserted.
-  void setSortDescriptors(std::vector<foundation::NSSortDescriptor> sorts) { sorts_ = std::move(sorts); }
+  void setSortDescriptors(std::vector<foundation::NSSortDescriptor> sorts) {
+    sorts_ = std::move(sorts);
+  }
 
   /// At most so many; 0 for all.
   [[nodiscard]] std::size_t fetchLimit() const noexcept { return limit_; }
   void setFetchLimit(std::size_t limit) noexcept { limit_ = limit; }
   [[nodiscard]] std::size_t fetchOffset() const noexcept { return offset_; }
   void setFetchOffset(std::size_t offset) noexcept { offset_ = offset; }
-  /// How many rows to read at once, when they are looked at; 0 reads all at the fetch. The result is the same.
+  /// How many rows to read at once, when they are looked at; 0 reads all at the fetch. The result
+  /// is the same.
   [[nodiscard]] std::size_t fetchBatchSize() const noexcept { return batchSize_; }
   void setFetchBatchSize(std::size_t size) noexcept { batchSize_ = size; }
 
@@ -73,7 +80,8 @@ class NSFetchRequestBase {
   /// Kept, without effect: entities have no sub-entities.
   [[nodiscard]] bool includesSubentities() const noexcept { return includesSubentities_; }
   void setIncludesSubentities(bool value) noexcept { includesSubentities_ = value; }
-  /// Whether unsaved changes take part; never in dictionary results, which come from the store alone.
+  /// Whether unsaved changes take part; never in dictionary results, which come from the store
+  /// alone.
   [[nodiscard]] bool includesPendingChanges() const noexcept { return includesPendingChanges_; }
   void setIncludesPendingChanges(bool value) noexcept { includesPendingChanges_ = value; }
   /// Without values only identifiers are read, and each object's row when it is first looked at.
@@ -83,11 +91,20 @@ class NSFetchRequestBase {
   [[nodiscard]] bool returnsObjectsAsFaults() const noexcept { return returnsObjectsAsFaults_; }
   void setReturnsObjectsAsFaults(bool value) noexcept { returnsObjectsAsFaults_ = value; }
 
-  /// For dictionary results: what each row holds (all stored properties if empty), and what to group by.
-  [[nodiscard]] const std::vector<FetchProperty>& propertiesToFetch() const noexcept { return properties_; }
-  void setPropertiesToFetch(std::vector<FetchProperty> properties) { properties_ = std::move(properties); }
-  [[nodiscard]] const std::vector<FetchProperty>& propertiesToGroupBy() const noexcept { return grouping_; }
-  void setPropertiesToGroupBy(std::vector<FetchProperty> properties) { grouping_ = std::move(properties); }
+  /// For dictionary results: what each row holds (all stored properties if empty), and what to
+  /// group by.
+  [[nodiscard]] const std::vector<FetchProperty>& propertiesToFetch() const noexcept {
+    return properties_;
+  }
+  void setPropertiesToFetch(std::vector<FetchProperty> properties) {
+    properties_ = std::move(properties);
+  }
+  [[nodiscard]] const std::vector<FetchProperty>& propertiesToGroupBy() const noexcept {
+    return grouping_;
+  }
+  void setPropertiesToGroupBy(std::vector<FetchProperty> properties) {
+    grouping_ = std::move(properties);
+  }
   [[nodiscard]] bool returnsDistinctResults() const noexcept { return distinct_; }
   void setReturnsDistinctResults(bool value) noexcept { distinct_ = value; }
 

@@ -6,15 +6,17 @@ namespace coredata {
 
 namespace {
 
-const NSPropertyDescription& propertyNamed(const NSEntityDescription& entity, const std::string& key) {
+const NSPropertyDescription& propertyNamed(const NSEntityDescription& entity,
+                                           const std::string& key) {
   const NSPropertyDescription* property = entity.property(key);
   if (property == nullptr) {
     throw fetchError(FetchErrorCode::unknownKey,
                      "The entity " + entity.name() + " has no property \"" + key + "\".");
   }
   if (property->isTransient()) {
-    throw fetchError(FetchErrorCode::unsuitableKey, "The property \"" + key + "\" of " + entity.name() +
-                                                        " is computed, not stored; the store cannot use it.");
+    throw fetchError(FetchErrorCode::unsuitableKey,
+                     "The property \"" + key + "\" of " + entity.name() +
+                         " is computed, not stored; the store cannot use it.");
   }
   return *property;
 }
@@ -41,7 +43,8 @@ const NSEntityDescription* ResolvedPath::objectEntity() const noexcept {
   return relationship == nullptr ? nullptr : &relationship->destinationEntity();
 }
 
-ResolvedPath resolvePath(const NSEntityDescription& root, const std::vector<std::string>& segments) {
+ResolvedPath resolvePath(const NSEntityDescription& root,
+                         const std::vector<std::string>& segments) {
   ResolvedPath path;
   path.root = &root;
   path.entity = &root;
@@ -55,7 +58,8 @@ ResolvedPath resolvePath(const NSEntityDescription& root, const std::vector<std:
     if (link == nullptr) {
       throw fetchError(FetchErrorCode::unsuitableKey,
                        "\"" + segments[i] + "\" of " + path.entity->name() +
-                           " is an attribute; the key path cannot go on to \"" + segments[i + 1] + "\".");
+                           " is an attribute; the key path cannot go on to \"" + segments[i + 1] +
+                           "\".");
     }
     path.links.push_back(link);
     path.entity = &link->destinationEntity();

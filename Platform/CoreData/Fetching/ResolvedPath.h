@@ -7,8 +7,8 @@
 
 namespace coredata {
 
-/// A key path resolved against the model: which relationships it follows and what it ends in, so that whoever walks
-/// it works with slots and never looks a name up.
+/// A key path resolved against the model: which relationships it follows and what it ends in, so
+/// that whoever walks it works with slots and never looks a name up.
 struct ResolvedPath {
   /// What the path ends in.
   enum class End : std::uint8_t {
@@ -22,7 +22,8 @@ struct ResolvedPath {
   /// The relationships followed before the end, to-one or to-many.
   std::vector<const NSRelationshipDescription*> links;
   End end = End::self;
-  /// The entity that has the end: what `slot` numbers, or whose to-many it is; for `self` the entity reached.
+  /// The entity that has the end: what `slot` numbers, or whose to-many it is; for `self` the
+  /// entity reached.
   const NSEntityDescription* entity = nullptr;
   SlotIndex slot = kNoSlot;
   /// The attribute at the end; null when the end is a relationship or the object itself.
@@ -38,8 +39,8 @@ struct ResolvedPath {
   friend bool operator==(const ResolvedPath&, const ResolvedPath&) = default;
 };
 
-/// Resolves dotted segments from `root`. Throws `foundation::Error` naming the entity and the key for an unknown or
-/// transient property, and for a path that goes on behind an attribute.
+/// Resolves dotted segments from `root`. Throws `foundation::Error` naming the entity and the key
+/// for an unknown or transient property, and for a path that goes on behind an attribute.
 [[nodiscard]] ResolvedPath resolvePath(const NSEntityDescription& root,
                                        const std::vector<std::string>& segments);
 

@@ -10,7 +10,8 @@ namespace coredata {
 
 class NSManagedObject;
 
-/// What a typed accessor reads and writes. A model whose property is of another kind does not fit the class.
+/// What a typed accessor reads and writes. A model whose property is of another kind does not fit
+/// the class.
 enum class AccessorKind : std::uint8_t {
   integer16,
   integer32,
@@ -26,10 +27,11 @@ enum class AccessorKind : std::uint8_t {
   toMany,
 };
 
-/// One typed accessor of an entity class: the property's name, and the number under which rows hold it, filled in
-/// when the class is bound to its model.
+/// One typed accessor of an entity class: the property's name, and the number under which rows hold
+/// it, filled in when the class is bound to its model.
 struct PropertyAccessor {
-  /// Registers the accessor with its class. `destination` is the class name of a relationship's objects.
+  /// Registers the accessor with its class. `destination` is the class name of a relationship's
+  /// objects.
   PropertyAccessor(class EntityClass& owner, std::string_view name, AccessorKind kind,
                    std::string_view destination = {});
   PropertyAccessor(const PropertyAccessor&) = delete;
@@ -42,18 +44,19 @@ struct PropertyAccessor {
   std::uint16_t index = kNoSlot;
 };
 
-/// A class of typed objects and the entity it stands for. Classes register themselves before `main`; binding one to
-/// an entity resolves its accessors to slots, once in a process.
+/// A class of typed objects and the entity it stands for. Classes register themselves before
+/// `main`; binding one to an entity resolves its accessors to slots, once in a process.
 ///
-/// A class belongs to one layout: an entity of the same class name that stores otherwise (another version of the
-/// model) gets plain objects with key-value access instead.
+/// A class belongs to one layout: an entity of the same class name that stores otherwise (another
+/// version of the model) gets plain objects with key-value access instead.
 ///
-/// Threading: binding is safe on any thread; accessors may be used as soon as an object of the class exists.
+/// Threading: binding is safe on any thread; accessors may be used as soon as an object of the
+/// class exists.
 class EntityClass {
  public:
   using Factory = NSManagedObject* (*)(ObjectSeed seed);
 
-  EntityClass(std::string_view className, std::string_view entityName, Factory factory);
+  EntityClass(std::string_view ownName, std::string_view entity, Factory create);
   EntityClass(const EntityClass&) = delete;
   EntityClass& operator=(const EntityClass&) = delete;
 
@@ -65,7 +68,9 @@ class EntityClass {
   [[nodiscard]] std::string_view className() const noexcept { return className_; }
   [[nodiscard]] std::string_view entityName() const noexcept { return entityName_; }
   [[nodiscard]] Factory factory() const noexcept { return factory_; }
-  [[nodiscard]] const std::vector<PropertyAccessor*>& accessors() const noexcept { return accessors_; }
+  [[nodiscard]] const std::vector<PropertyAccessor*>& accessors() const noexcept {
+    return accessors_;
+  }
 
  private:
   friend struct PropertyAccessor;

@@ -1,20 +1,23 @@
 #pragma once
 
-// How a class of typed objects is declared. Inside the class, one line for the entity and one for each property:
+// How a class of typed objects is declared. Inside the class, one line for the entity and one for
+// each property:
 //
 //   class CDGroup final : public coredata::NSManagedObject {
 //     CD_ENTITY(CDGroup, "Group")
 //     CD_TEXT(title, setTitle)
 //     CD_INTEGER16(priority, setPriority)
-//     CD_TO_MANY(CDActivity, activities, setActivities, addActivitiesObject, removeActivitiesObject)
+//     CD_TO_MANY(CDActivity, activities, setActivities, addActivitiesObject,
+//     removeActivitiesObject)
 //    public:
 //     ...
 //   };
 //
-// The class registers itself with its accessors before `main`. A property's kind must be the model's: a class that does
-// not fit its model stops the process when it is bound, before any object exists. Accessors are public. Reading one
-// costs a slot; none of them looks a name up. The classes that a relationship leads to must be complete at the end of
-// the source that uses it, so a header includes those of its targets, below the class where they include it back.
+// The class registers itself with its accessors before `main`. A property's kind must be the
+// model's: a class that does not fit its model stops the process when it is bound, before any
+// object exists. Accessors are public. Reading one costs a slot; none of them looks a name up. The
+// classes that a relationship leads to must be complete at the end of the source that uses it, so a
+// header includes those of its targets, below the class where they include it back.
 
 #include <optional>
 #include <string>
@@ -25,8 +28,8 @@
 
 namespace coredata::properties {
 
-/// An object as the class that its entity is bound to, where that class may still be incomplete. Entity classes
-/// derive from `NSManagedObject` alone, so both have one address.
+/// An object as the class that its entity is bound to, where that class may still be incomplete.
+/// Entity classes derive from `NSManagedObject` alone, so both have one address.
 template <typename T>
 [[nodiscard]] foundation::Ref<T> uncheckedCast(foundation::Ref<NSManagedObject> object) noexcept {
   return foundation::Ref<T>::adopt(static_cast<T*>(static_cast<void*>(object.leak())));
@@ -34,39 +37,40 @@ template <typename T>
 
 }  // namespace coredata::properties
 
-#define CD_ENTITY(Class, entityText)                                                                 \
- public:                                                                                             \
-  Class(const ::coredata::NSEntityDescription& entity, ::coredata::NSManagedObjectContext* insertInto) \
-      : NSManagedObject(entity, insertInto) {}                                                       \
-  explicit Class(::coredata::NSManagedObjectContext& context)                                        \
-      : NSManagedObject(context.entity(entityClass()), &context) {}                                  \
-  explicit Class(::coredata::ObjectSeed seed) : NSManagedObject(std::move(seed)) {}                  \
-  /** A request for all objects of the entity. */                                                    \
-  [[nodiscard]] static ::coredata::NSFetchRequest<Class> fetchRequest() {                            \
-    return ::coredata::NSFetchRequest<Class>(entityText);                                            \
-  }                                                                                                  \
-  [[nodiscard]] static ::coredata::EntityClass& entityClass() {                                      \
-    static auto* const instance = new ::coredata::EntityClass(                                       \
-        #Class, entityText, [](::coredata::ObjectSeed seed) -> ::coredata::NSManagedObject* {        \
-          return new Class(std::move(seed));                                                         \
-        });                                                                                          \
-    return *instance;                                                                                \
-  }                                                                                                  \
-                                                                                                     \
- protected:                                                                                          \
-  ~Class() override = default;                                                                       \
-                                                                                                     \
+#define CD_ENTITY(Class, entityText)                                                          \
+ public:                                                                                      \
+  Class(const ::coredata::NSEntityDescription& entity,                                        \
+        ::coredata::NSManagedObjectContext* insertInto)                                       \
+      : NSManagedObject(entity, insertInto) {}                                                \
+  explicit Class(::coredata::NSManagedObjectContext& context)                                 \
+      : NSManagedObject(context.entity(entityClass()), &context) {}                           \
+  explicit Class(::coredata::ObjectSeed seed) : NSManagedObject(std::move(seed)) {}           \
+  /** A request for all objects of the entity. */                                             \
+  [[nodiscard]] static ::coredata::NSFetchRequest<Class> fetchRequest() {                     \
+    return ::coredata::NSFetchRequest<Class>(entityText);                                     \
+  }                                                                                           \
+  [[nodiscard]] static ::coredata::EntityClass& entityClass() {                               \
+    static auto* const instance = new ::coredata::EntityClass(                                \
+        #Class, entityText, [](::coredata::ObjectSeed seed) -> ::coredata::NSManagedObject* { \
+          return new Class(std::move(seed));                                                  \
+        });                                                                                   \
+    return *instance;                                                                         \
+  }                                                                                           \
+                                                                                              \
+ protected:                                                                                   \
+  ~Class() override = default;                                                                \
+                                                                                              \
  public:
 
-#define CD_ACCESSOR(name, kind, ...)                             \
- private:                                                        \
-  inline static const ::coredata::PropertyAccessor name##Slot_{  \
+#define CD_ACCESSOR(name, kind, ...)                                                    \
+ private:                                                                               \
+  inline static const ::coredata::PropertyAccessor name##Slot_{                         \
       entityClass(), #name, ::coredata::AccessorKind::kind __VA_OPT__(, ) __VA_ARGS__}; \
-                                                                 \
+                                                                                        \
  public:
 
-#define CD_INTEGER(Type, kind, name, setter)                                            \
-  CD_ACCESSOR(name, kind)                                                               \
+#define CD_INTEGER(Type, kind, name, setter)                                                      \
+  CD_ACCESSOR(name, kind)                                                                         \
   [[nodiscard]] Type name() const { return static_cast<Type>(row().integer(name##Slot_.index)); } \
   void setter(Type value) { setInteger(name##Slot_.index, value); }
 
@@ -75,8 +79,8 @@ template <typename T>
 #define CD_INTEGER32(name, setter) CD_INTEGER(std::int32_t, integer32, name, setter)
 #define CD_INTEGER64(name, setter) CD_INTEGER(std::int64_t, integer64, name, setter)
 
-#define CD_BOOLEAN(name, setter)                                                  \
-  CD_ACCESSOR(name, boolean)                                                      \
+#define CD_BOOLEAN(name, setter)                                                    \
+  CD_ACCESSOR(name, boolean)                                                        \
   [[nodiscard]] bool name() const { return row().integer(name##Slot_.index) != 0; } \
   void setter(bool value) { setInteger(name##Slot_.index, value ? 1 : 0); }
 
@@ -86,54 +90,59 @@ template <typename T>
   [[nodiscard]] double name() const { return row().real(name##Slot_.index); } \
   void setter(double value) { setReal(name##Slot_.index, value); }
 
-#define CD_OPTIONAL(Type, kind, name, setter, read, write)            \
-  CD_ACCESSOR(name, kind)                                             \
-  [[nodiscard]] std::optional<Type> name() const {                    \
-    const ::coredata::Row& values = row();                            \
-    if (values.isNone(name##Slot_.index)) return std::nullopt;        \
-    return read;                                                      \
-  }                                                                   \
+#define CD_OPTIONAL(Type, kind, name, setter, read, write)     \
+  CD_ACCESSOR(name, kind)                                      \
+  [[nodiscard]] std::optional<Type> name() const {             \
+    const ::coredata::Row& values = row();                     \
+    if (values.isNone(name##Slot_.index)) return std::nullopt; \
+    return read;                                               \
+  }                                                            \
   void setter(const std::optional<Type>& value) { write; }
 
-#define CD_TEXT(name, setter)                                                             \
+#define CD_TEXT(name, setter)                                                               \
   CD_OPTIONAL(std::string, text, name, setter, std::string(values.text(name##Slot_.index)), \
               setText(name##Slot_.index, value))
-#define CD_DATE(name, setter)                                               \
-  CD_OPTIONAL(::foundation::Date, date, name, setter,                       \
+#define CD_DATE(name, setter)                                                    \
+  CD_OPTIONAL(::foundation::Date, date, name, setter,                            \
               ::foundation::Date::fromReference(values.real(name##Slot_.index)), \
               setDate(name##Slot_.index, value))
-#define CD_DATA(name, setter)                                                                      \
-  CD_OPTIONAL(::foundation::Data, data, name, setter, ::foundation::Data(values.bytes(name##Slot_.index)), \
+#define CD_DATA(name, setter)                                      \
+  CD_OPTIONAL(::foundation::Data, data, name, setter,              \
+              ::foundation::Data(values.bytes(name##Slot_.index)), \
               setData(name##Slot_.index, value))
-#define CD_UUID(name, setter)                                                                   \
+#define CD_UUID(name, setter)                                                                     \
   CD_OPTIONAL(::foundation::UUID, identifier, name, setter, values.identifier(name##Slot_.index), \
               setIdentifier(name##Slot_.index, value))
 /// A boxed number: absent and 0 differ.
-#define CD_NUMBER(name, setter)                                             \
-  CD_OPTIONAL(::foundation::NSNumber, number, name, setter,                 \
-              ::foundation::NSNumber(values.real(name##Slot_.index)),       \
-              setReal(name##Slot_.index, value ? std::optional(value->doubleValue()) : std::nullopt))
+#define CD_NUMBER(name, setter)                               \
+  CD_OPTIONAL(                                                \
+      ::foundation::NSNumber, number, name, setter,           \
+      ::foundation::NSNumber(values.real(name##Slot_.index)), \
+      setReal(name##Slot_.index, value ? std::optional(value->doubleValue()) : std::nullopt))
 
 /// A relationship to one object of an entity class; null is none.
-#define CD_TO_ONE(Target, name, setter)                                                     \
-  CD_ACCESSOR(name, toOne, #Target)                                                         \
-  [[nodiscard]] ::foundation::Ref<Target> name() const {                                    \
-    return ::coredata::properties::uncheckedCast<Target>(toOne(name##Slot_.index));         \
-  }                                                                                         \
-  void setter(const ::foundation::Ref<Target>& value) {                                     \
+#define CD_TO_ONE(Target, name, setter)                                                          \
+  CD_ACCESSOR(name, toOne, #Target)                                                              \
+  [[nodiscard]] ::foundation::Ref<Target> name() const {                                         \
+    return ::coredata::properties::uncheckedCast<Target>(toOne(name##Slot_.index));              \
+  }                                                                                              \
+  void setter(const ::foundation::Ref<Target>& value) {                                          \
     setToOne(name##Slot_.index, static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
   }
 
 /// A relationship to a set of objects of an entity class. Adding and removing never loads the set.
-#define CD_TO_MANY(Target, name, setter, adder, remover)                                       \
-  CD_ACCESSOR(name, toMany, #Target)                                                           \
-  [[nodiscard]] ::coredata::NSSet<Target> name() const {                                       \
-    return ::coredata::NSSet<Target>(toMany(name##Slot_.index));                               \
-  }                                                                                            \
-  void setter(const ::coredata::NSSet<Target>& value) { setToMany(name##Slot_.index, value.objects()); } \
-  void adder(const ::foundation::Ref<Target>& value) {                                         \
+#define CD_TO_MANY(Target, name, setter, adder, remover)                                           \
+  CD_ACCESSOR(name, toMany, #Target)                                                               \
+  [[nodiscard]] ::coredata::NSSet<Target> name() const {                                           \
+    return ::coredata::NSSet<Target>(toMany(name##Slot_.index));                                   \
+  }                                                                                                \
+  void setter(const ::coredata::NSSet<Target>& value) {                                            \
+    setToMany(name##Slot_.index, value.objects());                                                 \
+  }                                                                                                \
+  void adder(const ::foundation::Ref<Target>& value) {                                             \
     addToMany(name##Slot_.index, *static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
-  }                                                                                            \
-  void remover(const ::foundation::Ref<Target>& value) {                                       \
-    removeFromMany(name##Slot_.index, *static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
+  }                                                                                                \
+  void remover(const ::foundation::Ref<Target>& value) {                                           \
+    removeFromMany(name##Slot_.index,                                                              \
+                   *static_cast<NSManagedObject*>(static_cast<void*>(value.get())));               \
   }

@@ -16,9 +16,10 @@ namespace coredata {
 class NSManagedObject;
 class ObjectRegistry;
 
-/// The members of a to-many relationship at one moment, or a set of objects put together by hand. Members that the
-/// store has are kept as keys, and their handles made while they are read; a set is never filled by looking at it.
-/// No order is promised (today: stored members by key, then unsaved ones as they were added).
+/// The members of a to-many relationship at one moment, or a set of objects put together by hand.
+/// Members that the store has are kept as keys, and their handles made while they are read; a set
+/// is never filled by looking at it. No order is promised (today: stored members by key, then
+/// unsaved ones as they were added).
 ///
 /// Threading: belongs to the queue of the context that its members belong to.
 class ObjectSet {

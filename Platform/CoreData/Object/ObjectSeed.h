@@ -8,7 +8,8 @@ namespace coredata {
 
 class ObjectRegistry;
 
-/// What a context makes an object of that the store already has: its place, and its row unless it starts as a fault.
+/// What a context makes an object of that the store already has: its place, and its row unless it
+/// starts as a fault.
 struct ObjectSeed {
   const NSEntityDescription& entity;
   ObjectRegistry& registry;

@@ -11,13 +11,14 @@ namespace coredata {
 /// Keys in ascending order, shared and immutable.
 using KeyList = std::shared_ptr<const std::vector<ObjectKey>>;
 
-/// What an object knows of one of its to-many relationships: the members that the store has, once somebody asked,
-/// and what was added and taken away since. Changing a member never loads the others.
+/// What an object knows of one of its to-many relationships: the members that the store has, once
+/// somebody asked, and what was added and taken away since. Changing a member never loads the
+/// others.
 struct ToMany {
   /// The store's members; null until they are read.
   KeyList stored;
-  /// The reading that `stored` belongs to: it is out of date as soon as the context's count of the member entity's
-  /// outside changes has moved on.
+  /// The reading that `stored` belongs to: it is out of date as soon as the context's count of the
+  /// member entity's outside changes has moved on.
   std::uint64_t epoch = 0;
   /// Members since, in the order in which they were added.
   std::vector<ObjectKey> added;

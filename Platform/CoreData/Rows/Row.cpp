@@ -23,7 +23,8 @@ bool isInPayload(SlotTag tag) noexcept {
 }
 }  // namespace
 
-Row::Row(const NSEntityDescription& entity, SlotIndex slotCount, std::uint32_t payloadCapacity) noexcept
+Row::Row(const NSEntityDescription& entity, SlotIndex slotCount,
+         std::uint32_t payloadCapacity) noexcept
     : entity_(&entity), payloadCapacity_(payloadCapacity), slotCount_(slotCount) {
   std::memset(words(), 0, slotCount * (sizeof(Word) + sizeof(SlotTag)));
 }
@@ -37,8 +38,8 @@ Ref<Row> Row::allocate(const NSEntityDescription& entity, std::size_t payloadCap
   const std::size_t size =
       sizeof(Row) + slotCount * (sizeof(Word) + sizeof(SlotTag)) + payloadCapacity;
   void* memory = ::operator new(size);
-  return Ref<Row>::adopt(
-      new (memory) Row(entity, slotCount, static_cast<std::uint32_t>(payloadCapacity)));
+  return Ref<Row>::adopt(new (memory)
+                             Row(entity, slotCount, static_cast<std::uint32_t>(payloadCapacity)));
 }
 
 void Row::destroy() const noexcept {
@@ -160,14 +161,16 @@ void Row::setReference(SlotIndex slot, ObjectKey key) noexcept {
   words()[slot].integer = key;
 }
 
-void Row::setRange(Ref<Row>& row, SlotIndex slot, SlotTag tag, const void* source, std::size_t size) {
+void Row::setRange(Ref<Row>& row, SlotIndex slot, SlotTag tag, const void* source,
+                   std::size_t size) {
   assert(row->isUnshared());
   Word& word = row->words()[slot];
   const bool fitsInPlace = isInPayload(row->tag(slot)) && word.range.size >= size;
   std::uint32_t offset = word.range.offset;
   if (!fitsInPlace) {
     if (size > kMaxPayload || row->payloadSize_ + size > row->payloadCapacity_) {
-      // The slot's own old text need not come along; growing by half again keeps repeated edits cheap.
+      // The slot's own old text need not come along; growing by half again keeps repeated edits
+      // cheap.
       row->setNone(slot);
       row = row->copy(size + row->payloadSize_ / 2);
     }

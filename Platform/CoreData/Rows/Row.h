@@ -26,12 +26,12 @@ enum class SlotTag : std::uint8_t {
   reference,   ///< the key of another object
 };
 
-/// The values of one object as the store holds them: one allocation of 8-byte slots, a tag each, and the texts and
-/// bytes behind them.
+/// The values of one object as the store holds them: one allocation of 8-byte slots, a tag each,
+/// and the texts and bytes behind them.
 ///
-/// A row is written while exactly one handle holds it and is immutable as soon as it is shared; the setters demand
-/// that (checked in debug builds). Setting a text or bytes may move the row, which is why those setters take the
-/// handle.
+/// A row is written while exactly one handle holds it and is immutable as soon as it is shared; the
+/// setters demand that (checked in debug builds). Setting a text or bytes may move the row, which
+/// is why those setters take the handle.
 ///
 /// Threading: a shared row may be read on any threads.
 class Row {
@@ -39,7 +39,8 @@ class Row {
   Row(const Row&) = delete;
   Row& operator=(const Row&) = delete;
 
-  /// A row with every slot absent, key and version 0, and room for `payloadCapacity` bytes of texts.
+  /// A row with every slot absent, key and version 0, and room for `payloadCapacity` bytes of
+  /// texts.
   [[nodiscard]] static foundation::Ref<Row> make(const NSEntityDescription& entity,
                                                  std::size_t payloadCapacity = 0);
   /// A copy that can be written, with room for `extraCapacity` more bytes.
@@ -49,7 +50,8 @@ class Row {
   [[nodiscard]] SlotIndex slotCount() const noexcept { return slotCount_; }
   /// The object's key in the store; kept by the row so that a fetched row says which object it is.
   [[nodiscard]] ObjectKey key() const noexcept { return key_; }
-  /// How often the stored row was written; a save that finds another number than it read has met a conflict.
+  /// How often the stored row was written; a save that finds another number than it read has met a
+  /// conflict.
   [[nodiscard]] std::int64_t version() const noexcept { return version_; }
   /// Bytes that the row occupies.
   [[nodiscard]] std::size_t byteSize() const noexcept;
@@ -69,7 +71,8 @@ class Row {
   [[nodiscard]] std::string_view text(SlotIndex slot) const noexcept;
   [[nodiscard]] std::span<const std::uint8_t> bytes(SlotIndex slot) const noexcept;
   [[nodiscard]] foundation::UUID identifier(SlotIndex slot) const noexcept;
-  /// The slot as a value of run-time kind; a reference gives its key as a number. Allocates for texts and bytes.
+  /// The slot as a value of run-time kind; a reference gives its key as a number. Allocates for
+  /// texts and bytes.
   [[nodiscard]] foundation::Value value(SlotIndex slot) const;
 
   void setKey(ObjectKey key) noexcept;
@@ -82,8 +85,10 @@ class Row {
   void setReference(SlotIndex slot, ObjectKey key) noexcept;
   /// Throws `foundation::Error` when the row would pass 1 GiB, the store's limit for one value.
   static void setText(foundation::Ref<Row>& row, SlotIndex slot, std::string_view value);
-  static void setBytes(foundation::Ref<Row>& row, SlotIndex slot, std::span<const std::uint8_t> value);
-  static void setIdentifier(foundation::Ref<Row>& row, SlotIndex slot, const foundation::UUID& value);
+  static void setBytes(foundation::Ref<Row>& row, SlotIndex slot,
+                       std::span<const std::uint8_t> value);
+  static void setIdentifier(foundation::Ref<Row>& row, SlotIndex slot,
+                            const foundation::UUID& value);
   /// Copies one slot of another row of the same entity.
   static void setFrom(foundation::Ref<Row>& row, SlotIndex slot, const Row& other);
 
@@ -97,7 +102,9 @@ class Row {
     if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1) destroy();
   }
   /// Whether this handle is the only one, so that the row may be written.
-  [[nodiscard]] bool isUnshared() const noexcept { return count_.load(std::memory_order_acquire) == 1; }
+  [[nodiscard]] bool isUnshared() const noexcept {
+    return count_.load(std::memory_order_acquire) == 1;
+  }
 
  private:
   struct PayloadRange {
@@ -110,16 +117,22 @@ class Row {
     PayloadRange range;
   };
 
-  Row(const NSEntityDescription& entity, SlotIndex slotCount, std::uint32_t payloadCapacity) noexcept;
+  Row(const NSEntityDescription& entity, SlotIndex slotCount,
+      std::uint32_t payloadCapacity) noexcept;
   ~Row() = default;
   void destroy() const noexcept;
-  static foundation::Ref<Row> allocate(const NSEntityDescription& entity, std::size_t payloadCapacity);
+  static foundation::Ref<Row> allocate(const NSEntityDescription& entity,
+                                       std::size_t payloadCapacity);
   static void setRange(foundation::Ref<Row>& row, SlotIndex slot, SlotTag tag, const void* source,
                        std::size_t size);
 
   [[nodiscard]] Word* words() noexcept { return reinterpret_cast<Word*>(this + 1); }
-  [[nodiscard]] const Word* words() const noexcept { return reinterpret_cast<const Word*>(this + 1); }
-  [[nodiscard]] SlotTag* tags() noexcept { return reinterpret_cast<SlotTag*>(words() + slotCount_); }
+  [[nodiscard]] const Word* words() const noexcept {
+    return reinterpret_cast<const Word*>(this + 1);
+  }
+  [[nodiscard]] SlotTag* tags() noexcept {
+    return reinterpret_cast<SlotTag*>(words() + slotCount_);
+  }
   [[nodiscard]] const SlotTag* tags() const noexcept {
     return reinterpret_cast<const SlotTag*>(words() + slotCount_);
   }

@@ -1,0 +1,49 @@
+#include "CoreData/Context/ChangeList.h"
+
+#include <algorithm>
+
+#include "CoreData/Object/NSManagedObject.h"
+
+namespace coredata {
+
+using foundation::Ref;
+
+ChangeList::ChangeList() = default;
+ChangeList::~ChangeList() = default;
+
+void ChangeList::add(NSManagedObject& object) {
+  object.changePosition_ = static_cast<std::uint32_t>(objects_.size());
+  objects_.emplace_back(&object);
+  ++live_;
+}
+
+void ChangeList::remove(NSManagedObject& object) {
+  const Ref<NSManagedObject> keptAlive = std::move(objects_[object.changePosition_]);
+  objects_[object.changePosition_] = nullptr;
+  --live_;
+  if (objects_.size() > 32 && live_ < objects_.size() / 2) closeHoles();
+}
+
+void ChangeList::closeHoles() {
+  std::erase(objects_, nullptr);
+  for (std::size_t i = 0; i < objects_.size(); ++i) {
+    objects_[i]->changePosition_ = static_cast<std::uint32_t>(i);
+  }
+}
+
+std::vector<Ref<NSManagedObject>> ChangeList::take() {
+  std::vector<Ref<NSManagedObject>> result = std::move(objects_);
+  objects_.clear();
+  live_ = 0;
+  std::erase(result, nullptr);
+  return result;
+}
+
+std::vector<Ref<NSManagedObject>> ChangeList::objects() const {
+  std::vector<Ref<NSManagedObject>> result;
+  result.reserve(live_);
+  forEach([&](NSManagedObject& object) { result.emplace_back(&object); });
+  return result;
+}
+
+}  // namespace coredata

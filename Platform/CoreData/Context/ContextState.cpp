@@ -1,0 +1,165 @@
+#include "CoreData/Context/ContextState.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "CoreData/Coordinator/ObjectIDTable.h"
+#include "CoreData/Coordinator/StoreError.h"
+
+namespace coredata {
+
+using foundation::make;
+using foundation::Ref;
+
+ContextState::ContextState(NSManagedObjectContext& owner,
+                           Ref<NSPersistentStoreCoordinator> ownCoordinator,
+                           NSManagedObjectContextConcurrencyType type)
+    : context(owner),
+      coordinator(std::move(ownCoordinator)),
+      concurrencyType(type),
+      registry(make<ObjectRegistry>(
+          &owner, Ref<const NSManagedObjectModel>(&coordinator->managedObjectModel()))) {
+  const auto entities = coordinator->managedObjectModel().entities();
+  prototypes.resize(entities.size());
+  emptyRows_.resize(entities.size());
+  dirty_.resize(entities.size());
+  epochs_.resize(entities.size());
+  rowEpochs_.resize(entities.size());
+  classes.reserve(entities.size());
+  for (const NSEntityDescription* entity : entities)
+    classes.push_back(EntityClass::serving(*entity));
+}
+
+void ContextState::report(std::string_view text) noexcept {
+  std::fprintf(stderr, "CoreData: %.*s\n", static_cast<int>(text.size()), text.data());
+}
+
+Ref<NSPersistentStore> ContextState::requireStore() const {
+  Ref<NSPersistentStore> store = coordinator->store();
+  if (!store) {
+    throw coordinatorError(CoordinatorErrorCode::noStore,
+                           "There is no store to read from or write to.");
+  }
+  return store;
+}
+
+ReadSession& ContextState::session() {
+  if (!session_) {
+    session_.emplace(requireStore()->engine());
+    if (depth > 0) session_->begin();
+  }
+  return *session_;
+}
+
+Ref<Row> ContextState::readRow(const NSEntityDescription& entity, ObjectKey key) {
+  return isTemporary(key) ? nullptr : session().row(entity, key);
+}
+
+const Row& ContextState::emptyRow(const NSEntityDescription& entity) {
+  Ref<Row>& row = emptyRows_[entity.index()];
+  if (!row) row = Row::make(entity);
+  return *row;
+}
+
+void ContextState::readMembers(const NSRelationshipDescription& relationship, ObjectKey owner,
+                               ToMany& members) {
+  const std::uint64_t epoch = epochs_[relationship.destinationEntity().index()];
+  if (members.stored && members.epoch == epoch) return;
+  auto keys =
+      isTemporary(owner) ? std::vector<ObjectKey>() : session().members(relationship, owner);
+  members.stored = std::make_shared<const std::vector<ObjectKey>>(std::move(keys));
+  members.epoch = epoch;
+}
+
+ObjectSet ContextState::membersWithChanges(const Ref<ObjectRegistry>& from,
+                                           const NSEntityDescription& entity,
+                                           const ToMany& members) {
+  auto stored = std::make_shared<std::vector<ObjectKey>>();
+  stored->reserve(members.stored->size() + members.added.size());
+  std::ranges::set_difference(*members.stored, members.removed, std::back_inserter(*stored));
+  const auto middle = static_cast<std::ptrdiff_t>(stored->size());
+  std::vector<Ref<NSManagedObject>> unsaved;
+  for (const ObjectKey key : members.added) {
+    if (!isTemporary(key)) {
+      stored->push_back(key);
+    } else if (Ref<NSManagedObject> object = registry->find(entity, key)) {
+      unsaved.push_back(std::move(object));
+    }
+  }
+  std::sort(stored->begin() + middle, stored->end());
+  std::inplace_merge(stored->begin(), stored->begin() + middle, stored->end());
+  // A member that was added here may have been stored by somebody else meanwhile.
+  stored->erase(std::unique(stored->begin(), stored->end()), stored->end());
+  return ObjectSet(from, entity, std::move(stored), std::move(unsaved));
+}
+
+Ref<NSManagedObjectID> ContextState::identifier(const NSEntityDescription& entity, ObjectKey key) {
+  return coordinator->identifiers().identifier(isTemporary(key) ? nullptr : coordinator->store(),
+                                               entity, key);
+}
+
+Ref<NSManagedObject> ContextState::object(const NSEntityDescription& entity, ObjectKey key,
+                                          Ref<Row> row) {
+  Ref<NSManagedObject> found = registry->findOrCreate(entity, key, [&]() -> NSManagedObject* {
+    const EntityClass* entityClass = classes[entity.index()];
+    ObjectSeed seed{entity, *registry, key, row};
+    return entityClass == nullptr ? new NSManagedObject(std::move(seed))
+                                  : entityClass->factory()(std::move(seed));
+  });
+  if (!found->row_ && row && !found->state_.detached) found->row_ = std::move(row);
+  return found;
+}
+
+void ContextState::noteInserted(NSManagedObject& object) {
+  object.state_.inserted = true;
+  inserted.add(object);
+  ++dirty(object.entity()).inserted;
+}
+
+void ContextState::noteUpdated(NSManagedObject& object) {
+  object.state_.updated = true;
+  updated.add(object);
+  ++dirty(object.entity()).updated;
+}
+
+void ContextState::noteDeleted(NSManagedObject& object) {
+  object.state_.deleted = true;
+  deleted.add(object);
+  ++dirty(object.entity()).deleted;
+}
+
+void ContextState::forgetChanges(NSManagedObject& object) {
+  DirtyCounts& counts = dirty(object.entity());
+  // The lists may hold the last handle.
+  const Ref<NSManagedObject> keptAlive(&object);
+  if (object.state_.deleted) {
+    object.state_.deleted = false;
+    deleted.remove(object);
+    --counts.deleted;
+  } else if (object.state_.inserted) {
+    object.state_.inserted = false;
+    inserted.remove(object);
+    --counts.inserted;
+  } else if (object.state_.updated) {
+    object.state_.updated = false;
+    updated.remove(object);
+    --counts.updated;
+  }
+}
+
+void ContextState::detach(NSManagedObject& object) {
+  const Ref<NSManagedObject> keptAlive(&object);
+  forgetChanges(object);
+  registry->remove(object);
+  object.neutralise();
+}
+
+void ContextState::markGone(NSManagedObject& object) {
+  forgetChanges(object);
+  object.row_ = Row::make(object.entity());
+  object.committed_ = nullptr;
+  object.toMany_ = nullptr;
+  object.state_.gone = true;
+}
+
+}  // namespace coredata

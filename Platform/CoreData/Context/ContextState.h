@@ -1,0 +1,136 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CoreData/Context/ChangeList.h"
+#include "CoreData/Context/NSManagedObjectContext.h"
+#include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
+#include "CoreData/Object/EntityClass.h"
+#include "CoreData/Object/ObjectRegistry.h"
+#include "CoreData/SQLite/ReadSession.h"
+#include "Foundation/Queues/SerialLane.h"
+
+namespace coredata {
+
+/// How many objects of one entity have unsaved changes.
+struct DirtyCounts {
+  std::uint32_t inserted = 0;
+  std::uint32_t updated = 0;
+  std::uint32_t deleted = 0;
+
+  [[nodiscard]] bool any() const noexcept { return inserted + updated + deleted != 0; }
+};
+
+/// What a context is made of, for the sources that make it work.
+///
+/// Ownership: the context holds the objects that have changes; objects hold the registry, which
+/// knows the context as long as it lives; relationships are keys. So nothing here holds itself.
+class ContextState {
+ public:
+  ContextState(NSManagedObjectContext& context,
+               foundation::Ref<NSPersistentStoreCoordinator> coordinator,
+               NSManagedObjectContextConcurrencyType concurrencyType);
+
+  /// Writes one line about a mishap that has no caller to throw to.
+  static void report(std::string_view text) noexcept;
+
+  // Reading.
+
+  /// The store's rows as this context reads them. Throws when there is no store.
+  [[nodiscard]] ReadSession& session();
+  /// The store; throws when there is none.
+  [[nodiscard]] foundation::Ref<NSPersistentStore> requireStore() const;
+  /// Around the outermost block: everything read in between sees one state of the store.
+  void beginReading() {
+    if (session_) session_->begin();
+  }
+  void endReading() noexcept {
+    if (session_) session_->end();
+  }
+  /// Lets go of the store, which is about to be removed.
+  void dropSession() noexcept { session_.reset(); }
+  [[nodiscard]] foundation::Ref<Row> readRow(const NSEntityDescription& entity, ObjectKey key);
+  /// All absent, for a look at an object that cannot be read.
+  [[nodiscard]] const Row& emptyRow(const NSEntityDescription& entity);
+  /// Fills the stored members in unless they are known and up to date.
+  void readMembers(const NSRelationshipDescription& relationship, ObjectKey owner, ToMany& members);
+  [[nodiscard]] ObjectSet membersWithChanges(const foundation::Ref<ObjectRegistry>& from,
+                                             const NSEntityDescription& entity,
+                                             const ToMany& members);
+  [[nodiscard]] foundation::Ref<NSManagedObjectID> identifier(const NSEntityDescription& entity,
+                                                              ObjectKey key);
+
+  // Objects.
+
+  /// The live object, or a new one with that row, or a new fault if the row is null. A live fault
+  /// takes the row.
+  [[nodiscard]] foundation::Ref<NSManagedObject> object(const NSEntityDescription& entity,
+                                                        ObjectKey key, foundation::Ref<Row> row);
+  [[nodiscard]] DirtyCounts& dirty(const NSEntityDescription& entity) {
+    return dirty_[entity.index()];
+  }
+  [[nodiscard]] bool hasChanges() const noexcept {
+    return !inserted.empty() || !updated.empty() || !deleted.empty();
+  }
+  void noteInserted(NSManagedObject& object);
+  void noteUpdated(NSManagedObject& object);
+  void noteDeleted(NSManagedObject& object);
+  /// Takes the object out of the list that it is in and marks it as unchanged.
+  void forgetChanges(NSManagedObject& object);
+  /// Takes the object out of the context for good.
+  void detach(NSManagedObject& object);
+  /// The object's row is gone from the store: it reads as absent and counts as deleted.
+  void markGone(NSManagedObject& object);
+
+  /// Objects of the entity were changed by somebody else: relationships to them must be read anew.
+  void outdateMembers(const NSEntityDescription& entity) {
+    ++epochs_[entity.index()];
+    outdateRows(entity);
+  }
+  /// Rows of the entity were written: fetched lists must not show the ones they hold any more.
+  void outdateRows(const NSEntityDescription& entity) { ++rowEpochs_[entity.index()]; }
+  [[nodiscard]] std::uint64_t rowEpoch(const NSEntityDescription& entity) const noexcept {
+    return rowEpochs_[entity.index()];
+  }
+
+  NSManagedObjectContext& context;
+  const foundation::Ref<NSPersistentStoreCoordinator> coordinator;
+  const NSManagedObjectContextConcurrencyType concurrencyType;
+  const foundation::Ref<ObjectRegistry> registry;
+  foundation::SerialLane lane;
+  /// How many blocks of the context are inside each other on the thread whose turn it is.
+  int depth = 0;
+
+  ChangeList inserted;
+  ChangeList updated;
+  ChangeList deleted;
+  /// Deleted objects whose delete rules are still to be applied.
+  std::vector<foundation::Ref<NSManagedObject>> condemned;
+
+  std::optional<std::string> name;
+  std::optional<std::string> author;
+  NSMergePolicy mergePolicy = NSMergePolicy::error;
+  std::atomic<bool> mergesAutomatically{false};
+
+  /// Saves of other contexts that wait to be merged.
+  std::mutex inboxMutex;
+  std::vector<std::shared_ptr<const SaveBroadcast>> inbox;  // guarded by inboxMutex
+
+  /// The classes that serve the model's entities, null for plain objects.
+  std::vector<const EntityClass*> classes;
+  /// New rows by entity, with the model's defaults.
+  std::vector<foundation::Ref<Row>> prototypes;
+
+ private:
+  std::optional<ReadSession> session_;
+  std::vector<foundation::Ref<Row>> emptyRows_;
+  std::vector<DirtyCounts> dirty_;
+  std::vector<std::uint64_t> epochs_;
+  std::vector<std::uint64_t> rowEpochs_;
+};
+
+}  // namespace coredata

@@ -1,0 +1,96 @@
+#include "CoreData/Context/ContextState.h"
+#include "CoreData/Context/NSManagedObjectContext.h"
+
+namespace coredata {
+
+using foundation::Ref;
+using foundation::Value;
+
+Ref<foundation::Object> NSManagedObjectContext::keepAlive() {
+  return retainIfAlive() ? Ref<foundation::Object>::adopt(this) : nullptr;
+}
+
+void NSManagedObjectContext::otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) {
+  if (!state_->mergesAutomatically || state_->registry->empty()) return;
+  {
+    const std::scoped_lock lock(state_->inboxMutex);
+    state_->inbox.push_back(broadcast);
+    // Whoever finds the inbox filled knows that somebody is on the way to empty it.
+    if (state_->inbox.size() > 1) return;
+  }
+  performBlock([this] { emptyInbox(); });
+}
+
+void NSManagedObjectContext::emptyInbox() {
+  std::vector<std::shared_ptr<const SaveBroadcast>> arrived;
+  {
+    const std::scoped_lock lock(state_->inboxMutex);
+    arrived.swap(state_->inbox);
+  }
+  for (const std::shared_ptr<const SaveBroadcast>& broadcast : arrived) merge(*broadcast);
+}
+
+void NSManagedObjectContext::merge(const SaveBroadcast& broadcast) {
+  for (const Ref<const Row>& row : broadcast.inserted) state_->outdateMembers(row->entity());
+  for (const Ref<const Row>& row : broadcast.updated) {
+    state_->outdateMembers(row->entity());
+    const Ref<NSManagedObject> object = state_->registry->find(row->entity(), row->key());
+    if (!object || object->isFault() || object->state_.detached) continue;
+    const Row& known = object->committed_ ? *object->committed_ : *object->row_;
+    if (known.version() < row->version()) {
+      takeFreshRow(*object, Ref<Row>(const_cast<Row*>(row.get())));
+    }
+  }
+  for (const SaveBroadcast::Removal& removal : broadcast.deleted) {
+    state_->outdateMembers(*removal.entity);
+    const Ref<NSManagedObject> object = state_->registry->find(*removal.entity, removal.key);
+    if (object && !object->state_.detached) state_->markGone(*object);
+  }
+}
+
+void NSManagedObjectContext::mergeChangesFromContextDidSave(
+    const foundation::NSNotification& notification) {
+  assertQueue();
+  const auto forEachIdentifier = [&](std::string_view key, auto&& visit) {
+    const Value* listed = notification.userInfoValue(key);
+    if (listed == nullptr || listed->list() == nullptr) return;
+    for (const Value& one : *listed->list()) {
+      auto identifier = Ref<NSManagedObjectID>(dynamic_cast<NSManagedObjectID*>(one.object()));
+      if (const auto* object = dynamic_cast<const NSManagedObject*>(one.object())) {
+        identifier = object->objectID();
+      }
+      if (identifier && !identifier->isTemporaryID()) visit(*identifier);
+    }
+  };
+  const auto own = [&](const NSManagedObjectID& identifier) -> const NSEntityDescription* {
+    return entity(identifier.entity().name());
+  };
+  for (const std::string_view key : {NSInsertedObjectsKey, NSUpdatedObjectsKey}) {
+    forEachIdentifier(key, [&](const NSManagedObjectID& identifier) {
+      const NSEntityDescription* mine = own(identifier);
+      if (mine == nullptr) return;
+      state_->outdateMembers(*mine);
+      if (const Ref<NSManagedObject> object = state_->registry->find(*mine, identifier.key())) {
+        refresh(*object, true);
+      }
+    });
+  }
+  forEachIdentifier(NSDeletedObjectsKey, [&](const NSManagedObjectID& identifier) {
+    const NSEntityDescription* mine = own(identifier);
+    if (mine == nullptr) return;
+    state_->outdateMembers(*mine);
+    const Ref<NSManagedObject> object = state_->registry->find(*mine, identifier.key());
+    if (object && !object->state_.detached) state_->markGone(*object);
+  });
+}
+
+void NSManagedObjectContext::storeWillBeRemoved() {
+  performBlockAndWait([&] {
+    for (const Ref<NSManagedObject>& object : state_->registry->objects()) {
+      if (!isTemporary(object->key_)) state_->detach(*object);
+    }
+    state_->dropSession();
+  });
+}
+
+}  // namespace coredata

@@ -1,0 +1,80 @@
+#include "CoreData/Context/ContextState.h"
+#include "CoreData/Context/NSManagedObjectContext.h"
+#include "CoreData/Context/RowMerging.h"
+
+namespace coredata {
+
+using foundation::Ref;
+
+void NSManagedObjectContext::refresh(NSManagedObject& object, bool mergeChanges) {
+  assertQueue();
+  if (object.registry_ != state_->registry || object.state_.detached || object.state_.inserted ||
+      isTemporary(object.key_)) {
+    return;
+  }
+  if (object.toMany_) {
+    for (std::size_t i = 0; i < object.entity().toManyRelationships().size(); ++i) {
+      object.toMany_[i].stored = nullptr;
+    }
+  }
+  if (!mergeChanges) {
+    dropChanges(object);
+    return;
+  }
+  // A fault is as fresh as can be.
+  if (object.isFault()) return;
+  takeFreshRow(object, state_->readRow(object.entity(), object.key_));
+}
+
+void NSManagedObjectContext::takeFreshRow(NSManagedObject& object, Ref<Row> fresh) {
+  if (!fresh) {
+    state_->markGone(object);
+    return;
+  }
+  object.state_.gone = false;
+  if (!object.committed_) {
+    object.row_ = std::move(fresh);
+    return;
+  }
+  object.row_ = rowWithChanges(*fresh, *object.row_, *object.committed_);
+  object.committed_ = std::move(fresh);
+}
+
+void NSManagedObjectContext::dropChanges(NSManagedObject& object) {
+  // Members that were added or removed stay so: they are changes of the members, which keep them.
+  const bool membersChanged = object.hasChangedMembers();
+  if (!membersChanged && object.state_.updated) state_->forgetChanges(object);
+  object.row_ = nullptr;
+  object.committed_ = nullptr;
+  object.state_.gone = false;
+}
+
+void NSManagedObjectContext::refreshAllObjects() {
+  assertQueue();
+  for (const Ref<NSManagedObject>& object : state_->registry->objects()) refresh(*object, true);
+}
+
+void NSManagedObjectContext::rollback() {
+  assertQueue();
+  for (const Ref<NSManagedObject>& object : std::exchange(state_->condemned, {})) {
+    if (!isTemporary(object->key_)) continue;
+    object->state_.deleted = false;
+    state_->detach(*object);
+  }
+  for (const Ref<NSManagedObject>& object : state_->inserted.objects()) state_->detach(*object);
+  for (const ChangeList* list : {&state_->updated, &state_->deleted}) {
+    for (const Ref<NSManagedObject>& object : list->objects()) {
+      state_->forgetChanges(*object);
+      object->row_ = nullptr;
+      object->committed_ = nullptr;
+      object->toMany_ = nullptr;
+    }
+  }
+}
+
+void NSManagedObjectContext::reset() {
+  rollback();
+  for (const Ref<NSManagedObject>& object : state_->registry->objects()) state_->detach(*object);
+}
+
+}  // namespace coredata

@@ -1,0 +1,236 @@
+#include "CoreData/Context/SaveOperation.h"
+
+#include <algorithm>
+
+#include "CoreData/Context/RowMerging.h"
+#include "CoreData/Context/SaveError.h"
+#include "Foundation/Values/FatalError.h"
+
+namespace coredata {
+
+using foundation::Ref;
+
+namespace {
+
+/// Under the write lock nobody else can change a row that was just read.
+void requireWritten(bool written) {
+  if (!written) foundation::fatalError("a row changed inside the transaction that had read it");
+}
+
+}  // namespace
+
+SaveOperation::SaveOperation(ContextState& state)
+    : state_(state),
+      inserted_(state.inserted.objects()),
+      updated_(state.updated.objects()),
+      deleted_(state.deleted.objects()) {}
+
+void SaveOperation::run() {
+  validate();
+  try {
+    WriteTransaction transaction(state_.session());
+    write(transaction);
+    throwConflicts();
+    transaction.commit({state_.author, state_.name});
+  } catch (...) {
+    undo();
+    throw;
+  }
+  publish();
+  tellOthers();
+  notify();
+}
+
+void SaveOperation::write(WriteTransaction& transaction) {
+  giveKeys(transaction);
+  writeDeleted(transaction);
+  settleReferences(transaction);
+  writeInserted(transaction);
+  writeUpdated(transaction);
+  for (const Ref<NSManagedObject>& object : deleted_) {
+    releaseStrangers(object->entity(), object->key_, transaction);
+  }
+}
+
+void SaveOperation::giveKeys(WriteTransaction& transaction) {
+  keys_.reserve(inserted_.size());
+  std::vector<ObjectKey> next(state_.classes.size(), kNoObject);
+  for (const Ref<NSManagedObject>& object : inserted_) {
+    ObjectKey& key = next[object->entity().index()];
+    if (key == kNoObject) {
+      key = transaction.reserveKeys(object->entity(), state_.dirty(object->entity()).inserted);
+    }
+    keys_.emplace_back(object->key_, key);
+    object->row_->setKey(key++);
+    object->row_->setVersion(1);
+  }
+}
+
+ObjectKey SaveOperation::permanentKey(ObjectKey temporary) const noexcept {
+  const auto found = std::ranges::lower_bound(keys_, temporary, std::ranges::greater(),
+                                              &std::pair<ObjectKey, ObjectKey>::first);
+  return found != keys_.end() && found->first == temporary ? found->second : kNoObject;
+}
+
+void SaveOperation::replaceReference(NSManagedObject& object, SlotIndex slot, ObjectKey key) {
+  replaced_.push_back({&object, slot, object.row_->reference(slot)});
+  object.row_->setReference(slot, key);
+}
+
+void SaveOperation::settleReferences(WriteTransaction& transaction) {
+  for (const Ref<NSManagedObject>& object : inserted_) settleReferences(*object, transaction);
+  for (const Ref<NSManagedObject>& object : updated_) {
+    if (object->committed_) settleReferences(*object, transaction);
+  }
+}
+
+void SaveOperation::settleReferences(NSManagedObject& object, WriteTransaction& transaction) {
+  for (const SlotIndex slot : object.entity().toOneSlots()) {
+    const ObjectKey target = object.row_->reference(slot);
+    if (target == kNoObject) continue;
+    if (isTemporary(target)) {
+      replaceReference(object, slot, permanentKey(target));
+      continue;
+    }
+    if (object.committed_ && object.committed_->reference(slot) == target) continue;
+    const NSEntityDescription& destination =
+        object.entity().slots()[slot].relationship->destinationEntity();
+    if (targetExists(destination, target, transaction)) continue;
+    const Ref<NSManagedObject> known = state_.registry->find(destination, target);
+    const bool isOwnDeletion = known && known->state_.deleted;
+    if (state_.mergePolicy == NSMergePolicy::error && !isOwnDeletion) {
+      noteConflict(destination, target, "is deleted, but a relationship leads to it");
+    } else {
+      replaceReference(object, slot, kNoObject);
+    }
+  }
+}
+
+bool SaveOperation::targetExists(const NSEntityDescription& entity, ObjectKey key,
+                                 WriteTransaction& transaction) {
+  if (lastTarget_ == std::pair(&entity, key)) return true;
+  if (!transaction.exists(entity, key)) return false;
+  lastTarget_ = {&entity, key};
+  return true;
+}
+
+void SaveOperation::writeDeleted(WriteTransaction& transaction) {
+  for (const Ref<NSManagedObject>& object : deleted_) {
+    const NSEntityDescription& entity = object->entity();
+    const Row& known = object->committed_ ? *object->committed_ : *object->row_;
+    if (transaction.remove(entity, object->key_, known.version())) continue;
+    if (state_.mergePolicy == NSMergePolicy::error) {
+      noteConflict(entity, object->key_,
+                   "was changed or deleted by somebody else and is deleted here");
+    } else if (const Ref<Row> current = transaction.row(entity, object->key_)) {
+      requireWritten(transaction.remove(entity, object->key_, current->version()));
+    }
+  }
+}
+
+void SaveOperation::writeInserted(WriteTransaction& transaction) {
+  for (const Ref<NSManagedObject>& object : inserted_) transaction.insert(*object->row_);
+}
+
+void SaveOperation::writeUpdated(WriteTransaction& transaction) {
+  for (const Ref<NSManagedObject>& object : updated_) {
+    if (!object->committed_) continue;
+    const SlotMask changed = object->row_->differencesFrom(*object->committed_);
+    if (changed == 0) continue;
+    const std::int64_t expected = object->committed_->version();
+    object->row_->setVersion(expected + 1);
+    if (transaction.update(*object->row_, changed, expected)) {
+      written_.push_back(object.get());
+    } else if (state_.mergePolicy == NSMergePolicy::error) {
+      noteConflict(object->entity(), object->key_, "was changed or deleted by somebody else");
+    } else {
+      mergeUpdate(*object, transaction);
+    }
+  }
+}
+
+void SaveOperation::mergeUpdate(NSManagedObject& object, WriteTransaction& transaction) {
+  const Ref<Row> current = transaction.row(object.entity(), object.key_);
+  if (!current) {
+    // It was erased by the user; bringing it back could bring back what its owner no longer has.
+    vanished_.push_back(&object);
+    return;
+  }
+  Ref<Row> merged = rowWithChanges(*current, *object.row_, *object.committed_);
+  const SlotMask changed = merged->differencesFrom(*current);
+  if (changed != 0) {
+    merged->setVersion(current->version() + 1);
+    requireWritten(transaction.update(*merged, changed, current->version()));
+    written_.push_back(&object);
+  }
+  merged_.push_back({&object, std::move(merged)});
+}
+
+void SaveOperation::releaseStrangers(const NSEntityDescription& entity, ObjectKey key,
+                                     WriteTransaction& transaction) {
+  for (const NSRelationshipDescription* relationship : entity.toManyRelationships()) {
+    const NSEntityDescription& destination = relationship->destinationEntity();
+    for (const ObjectKey member : transaction.members(*relationship, key)) {
+      if (state_.mergePolicy == NSMergePolicy::error) {
+        noteConflict(destination, member,
+                     "was related by somebody else to an object that is deleted here");
+      } else if (relationship->deleteRule() == NSDeleteRule::cascade) {
+        deleteStranger(destination, member, transaction);
+      } else if (const Ref<Row> current = transaction.row(destination, member)) {
+        Ref<Row> released = current->copy();
+        const SlotIndex back = relationship->inverseRelationship()->slot();
+        released->setReference(back, kNoObject);
+        released->setVersion(current->version() + 1);
+        requireWritten(transaction.update(*released, SlotMask{1} << back, current->version()));
+        releasedStrangers_.push_back(std::move(released));
+      }
+    }
+  }
+}
+
+void SaveOperation::deleteStranger(const NSEntityDescription& entity, ObjectKey key,
+                                   WriteTransaction& transaction) {
+  const Ref<Row> current = transaction.row(entity, key);
+  if (!current || !transaction.remove(entity, key, current->version())) return;
+  deletedStrangers_.push_back({&entity, key});
+  for (const SlotIndex slot : entity.toOneSlots()) {
+    const NSRelationshipDescription& relationship = *entity.slots()[slot].relationship;
+    const ObjectKey target = current->reference(slot);
+    if (relationship.deleteRule() == NSDeleteRule::cascade && target != kNoObject) {
+      deleteStranger(relationship.destinationEntity(), target, transaction);
+    }
+  }
+  releaseStrangers(entity, key, transaction);
+}
+
+void SaveOperation::noteConflict(const NSEntityDescription& entity, ObjectKey key,
+                                 std::string_view what) {
+  conflicts_.push_back(state_.identifier(entity, key)->description() + " " + std::string(what));
+}
+
+void SaveOperation::throwConflicts() const {
+  if (conflicts_.empty()) return;
+  foundation::ValueList details(conflicts_.begin(), conflicts_.end());
+  throw saveError(
+      SaveErrorCode::conflict,
+      conflicts_.front() + (conflicts_.size() == 1
+                                ? "."
+                                : ", and " + std::to_string(conflicts_.size() - 1) + " more."),
+      {{std::string(NSDetailedErrorsKey), details}});
+}
+
+void SaveOperation::undo() noexcept {
+  // From the last to the first: a slot may have been replaced twice.
+  for (auto replaced = replaced_.rbegin(); replaced != replaced_.rend(); ++replaced) {
+    replaced->object->row_->setReference(replaced->slot, replaced->before);
+  }
+  for (const Ref<NSManagedObject>& object : inserted_) {
+    object->row_->setKey(kNoObject);
+    object->row_->setVersion(0);
+  }
+  for (const Ref<NSManagedObject>& object : updated_) {
+    if (object->committed_) object->row_->setVersion(object->committed_->version());
+  }
+}
+
+}  // namespace coredata

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "CoreData/Context/ContextState.h"
+#include "CoreData/SQLite/WriteTransaction.h"
+#include "Foundation/Values/Error.h"
+
+namespace coredata {
+
+/// One save of a context: writes everything that is pending as one transaction and then makes the
+/// context agree with it. When `run` throws, the store is unchanged and the context is as it was.
+class SaveOperation {
+ public:
+  explicit SaveOperation(ContextState& state);
+
+  void run();
+
+ private:
+  /// A value of a private row that was replaced for writing.
+  struct ReplacedReference {
+    NSManagedObject* object;
+    SlotIndex slot;
+    ObjectKey before;
+  };
+  /// What an object's row becomes once the transaction is committed, where it met somebody else's
+  /// changes.
+  struct MergedRow {
+    NSManagedObject* object;
+    foundation::Ref<Row> row;
+  };
+
+  // Before the transaction.
+  void validate() const;
+  void validateValues(const NSManagedObject& object, std::vector<foundation::Error>& errors) const;
+  void validateDeletion(const NSManagedObject& object,
+                        std::vector<foundation::Error>& errors) const;
+
+  // Inside it.
+  void write(WriteTransaction& transaction);
+  void giveKeys(WriteTransaction& transaction);
+  [[nodiscard]] ObjectKey permanentKey(ObjectKey temporary) const noexcept;
+  void settleReferences(WriteTransaction& transaction);
+  void settleReferences(NSManagedObject& object, WriteTransaction& transaction);
+  [[nodiscard]] bool targetExists(const NSEntityDescription& entity, ObjectKey key,
+                                  WriteTransaction& transaction);
+  void replaceReference(NSManagedObject& object, SlotIndex slot, ObjectKey key);
+  void writeDeleted(WriteTransaction& transaction);
+  void writeInserted(WriteTransaction& transaction);
+  void writeUpdated(WriteTransaction& transaction);
+  void mergeUpdate(NSManagedObject& object, WriteTransaction& transaction);
+  /// Applies the delete rules to rows that others related to a deleted object meanwhile.
+  void releaseStrangers(const NSEntityDescription& entity, ObjectKey key,
+                        WriteTransaction& transaction);
+  void deleteStranger(const NSEntityDescription& entity, ObjectKey key,
+                      WriteTransaction& transaction);
+  /// Notes a conflict under the error policy.
+  void noteConflict(const NSEntityDescription& entity, ObjectKey key, std::string_view what);
+  void throwConflicts() const;
+
+  // After it.
+  void publish();
+  void publishInserted();
+  void publishUpdated();
+  void publishDeleted();
+  void publishStrangers();
+  void undo() noexcept;
+  void tellOthers() const;
+  void notify() const;
+
+  ContextState& state_;
+  std::vector<foundation::Ref<NSManagedObject>> inserted_;
+  std::vector<foundation::Ref<NSManagedObject>> updated_;
+  std::vector<foundation::Ref<NSManagedObject>> deleted_;
+  /// Temporary and permanent keys of the inserted objects; the temporary ones descend.
+  std::vector<std::pair<ObjectKey, ObjectKey>> keys_;
+  std::vector<ReplacedReference> replaced_;
+  std::vector<MergedRow> merged_;
+  /// Updated objects that somebody else deleted.
+  std::vector<NSManagedObject*> vanished_;
+  /// The updated objects whose rows were written.
+  std::vector<NSManagedObject*> written_;
+  /// Rows of objects that others related to what is deleted here, as the delete rules left them.
+  std::vector<foundation::Ref<Row>> releasedStrangers_;
+  std::vector<SaveBroadcast::Removal> deletedStrangers_;
+  std::vector<std::string> conflicts_;
+  std::pair<const NSEntityDescription*, ObjectKey> lastTarget_{nullptr, kNoObject};
+};
+
+}  // namespace coredata

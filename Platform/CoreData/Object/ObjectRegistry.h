@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+#include "CoreData/Model/NSManagedObjectModel.h"
+#include "CoreData/Object/NSManagedObject.h"
+#include "Foundation/Values/FunctionRef.h"
+#include "absl/container/flat_hash_map.h"
+
+namespace coredata {
+
+/// A context's live objects by entity and key. It holds none of them: an object leaves it when its
+/// last handle goes, on whatever thread that is. The registry outlives its context for as long as
+/// an object does, and tells objects that their context is gone.
+///
+/// Threading: one lock, held for a look-up.
+class ObjectRegistry final : public foundation::Object {
+ public:
+  /// `context` is null for objects that belong to none.
+  ObjectRegistry(NSManagedObjectContext* context,
+                 foundation::Ref<const NSManagedObjectModel> model);
+
+  /// The context, or null once it is gone.
+  [[nodiscard]] NSManagedObjectContext* context() const noexcept {
+    return context_.load(std::memory_order_acquire);
+  }
+  void forgetContext() noexcept { context_.store(nullptr, std::memory_order_release); }
+
+  [[nodiscard]] foundation::Ref<NSManagedObject> find(const NSEntityDescription& entity,
+                                                      ObjectKey key);
+  /// The live object, or the one that `create` makes (without registering it) while nobody else
+  /// can.
+  [[nodiscard]] foundation::Ref<NSManagedObject> findOrCreate(
+      const NSEntityDescription& entity, ObjectKey key,
+      foundation::FunctionRef<NSManagedObject*()> create);
+  void add(NSManagedObject& object);
+  /// Takes the object out, unless another one has its place by now.
+  void remove(const NSManagedObject& object) noexcept;
+  /// Gives the object another key.
+  void rekey(NSManagedObject& object, ObjectKey key);
+
+  [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> objects();
+  [[nodiscard]] bool empty();
+
+ private:
+  std::atomic<NSManagedObjectContext*> context_;
+  // Objects point to entities, which belong to the model.
+  foundation::Ref<const NSManagedObjectModel> model_;
+  std::mutex mutex_;
+  std::vector<absl::flat_hash_map<ObjectKey, NSManagedObject*>> objects_;
+};
+
+}  // namespace coredata

@@ -21,22 +21,34 @@ class ArgumentStorage {
  public:
   explicit ArgumentStorage(std::span<Value> values) : count_(values.size()) {
     if (count_ <= kInline) {
-      std::ranges::move(values, inline_.begin());
+      std::uninitialized_move(values.begin(), values.end(), inline_.values);
     } else {
       overflow_.assign(std::make_move_iterator(values.begin()),
                        std::make_move_iterator(values.end()));
     }
   }
+  ArgumentStorage(const ArgumentStorage&) = delete;
+  ArgumentStorage& operator=(const ArgumentStorage&) = delete;
+  ~ArgumentStorage() {
+    if (count_ <= kInline) std::destroy_n(inline_.values, count_);
+  }
 
   [[nodiscard]] std::span<const Value> values() const noexcept {
-    return {count_ <= kInline ? inline_.data() : overflow_.data(), count_};
+    return {count_ <= kInline ? inline_.values : overflow_.data(), count_};
   }
 
  private:
   static constexpr std::size_t kInline = 4;
 
+  /// Only as many values as there are arguments are ever made.
+  union Inline {
+    Inline() noexcept {}
+    ~Inline() {}
+    Value values[kInline];
+  };
+
   std::size_t count_;
-  std::array<Value, kInline> inline_;
+  Inline inline_;
   std::vector<Value> overflow_;
 };
 
@@ -66,13 +78,16 @@ NSPredicate formatWithKeyPaths(std::string_view format, std::span<Value> argumen
 }  // namespace
 
 struct NSPredicate::Content {
+  Content(std::shared_ptr<const PredicateShape> ownShape, std::span<Value> values)
+      : shape(std::move(ownShape)), arguments(values) {}
+
   std::shared_ptr<const PredicateShape> shape;
   ArgumentStorage arguments;
 };
 
 NSPredicate::NSPredicate(std::shared_ptr<const PredicateShape> shape, std::span<Value> arguments) {
   checkArguments(shape->format(), shape->argumentRules(), arguments);
-  content_ = std::make_shared<const Content>(std::move(shape), ArgumentStorage(arguments));
+  content_ = std::make_shared<const Content>(std::move(shape), arguments);
 }
 
 NSPredicate NSPredicate::formatWithArguments(std::string_view format, std::span<Value> arguments) {

@@ -94,12 +94,25 @@ std::partial_ordering order(const Operand& left, const Operand& right) noexcept 
 }
 
 bool isEqual(const Operand& left, const Operand& right) noexcept {
-  if (left.kind() == Kind::text && right.kind() == Kind::text) {
-    return left.asText() == right.asText();
-  }
-  if (left.isNone() || right.isNone()) return left.isNone() && right.isNone();
-  if (left.kind() == Kind::list && right.kind() == Kind::list) {
-    return left.asList() == right.asList();
+  if (left.kind() != right.kind()) return order(left, right) == 0;
+  switch (left.kind()) {
+    case Kind::none:
+      return true;
+    case Kind::integer:
+      return left.asInteger() == right.asInteger();
+    case Kind::text:
+    case Kind::bytes:
+      return left.asText() == right.asText();
+    case Kind::object:
+      return areSameObject(left, right);
+    case Kind::list:
+      return left.asList() == right.asList();
+    case Kind::real:
+    case Kind::date:
+    case Kind::uuid:
+    case Kind::many:
+    case Kind::other:
+      break;
   }
   return order(left, right) == 0;
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <limits>
+#include <memory>
 
 #include "Foundation/Predicate/Internal/FormatError.h"
 #include "Foundation/Predicate/Internal/TextMatching.h"
@@ -12,6 +13,25 @@ namespace foundation {
 namespace {
 
 using Expression = ExpressionNode::Kind;
+
+/// Where a reader keeps a value that it made on the spot. Readers of rows never do, so that an
+/// unused place must not cost a visit of the value's kinds.
+class Keep {
+ public:
+  Keep() noexcept : value_() {}
+  Keep(const Keep&) = delete;
+  Keep& operator=(const Keep&) = delete;
+  ~Keep() {
+    if (!value_.isNone()) std::destroy_at(&value_);
+  }
+
+  [[nodiscard]] Value& value() noexcept { return value_; }
+
+ private:
+  union {
+    Value value_;
+  };
+};
 
 /// One judgement of one subject. Values that readers make live in the frames that compare them.
 class Evaluation {
@@ -52,7 +72,7 @@ class Evaluation {
         return !holdsForSome(node, false);
     }
     if (node.left.kind == Expression::subqueryCount) return compareSubquery(node);
-    Value keep;
+    Keep keep;
     return test(node, operand(node.left, keep));
   }
 
@@ -73,7 +93,7 @@ class Evaluation {
     const bool isPlain =
         node.right.kind == Expression::literal || node.right.kind == Expression::argument;
     if (isPlain && node.comparison < ComparisonOperator::beginsWith) {
-      Value keep;
+      Keep keep;
       const Operand right = operand(node.right, keep);
       if (right.kind() == Operand::Kind::integer && right.asInteger() < enough) {
         enough = std::max<std::int64_t>(right.asInteger() + 1, 0);
@@ -95,14 +115,14 @@ class Evaluation {
     return count;
   }
 
-  [[nodiscard]] Operand operand(const ExpressionNode& node, Value& keep) {
+  [[nodiscard]] Operand operand(const ExpressionNode& node, Keep& keep) {
     switch (node.kind) {
       case Expression::literal:
         return Operand::of(node.literal);
       case Expression::argument:
         return reader_.operandForArgument(arguments_[node.argument]);
       case Expression::keyPath:
-        return reader_.read(subjectOf(node.path), node.path, keep);
+        return reader_.read(subjectOf(node.path), node.path, keep.value());
       case Expression::count:
         return Operand::integer(reader_.memberCount(subjectOf(node.path), node.path));
       case Expression::subqueryCount:
@@ -131,7 +151,7 @@ class Evaluation {
       case ComparisonOperator::like:
         break;
     }
-    Value keep;
+    Keep keep;
     return testPair(node, left, operand(node.right, keep));
   }
 
@@ -191,11 +211,11 @@ class Evaluation {
   [[nodiscard]] bool isIn(const PredicateNode& node, const Operand& left) {
     if (node.right.kind == Expression::aggregate) {
       return std::ranges::any_of(node.right.elements, [&](const ExpressionNode& element) {
-        Value keep;
+        Keep keep;
         return areEqual(left, operand(element, keep), node.option);
       });
     }
-    Value keep;
+    Keep keep;
     const Operand right = operand(node.right, keep);
     if (right.kind() == Operand::Kind::list) return hasElement(right.asList(), left, node.option);
     return right.kind() == Operand::Kind::many && hasMember(node.right.path, left, node.option);
@@ -219,12 +239,12 @@ class Evaluation {
 
   [[nodiscard]] bool isBetween(const ExpressionNode& bounds, const Operand& value) {
     if (bounds.kind == Expression::aggregate) {
-      Value keepLow;
-      Value keepHigh;
+      Keep keepLow;
+      Keep keepHigh;
       return liesBetween(operand(bounds.elements[0], keepLow), value,
                          operand(bounds.elements[1], keepHigh));
     }
-    Value keep;
+    Keep keep;
     const Operand pair = operand(bounds, keep);
     if (pair.kind() != Operand::Kind::list || pair.asList().size() != 2) return false;
     return liesBetween(reader_.operandForArgument(pair.asList()[0]), value,

@@ -34,10 +34,36 @@ void NSManagedObjectContext::takeFreshRow(NSManagedObject& object, Ref<Row> fres
   object.state_.gone = false;
   if (!object.committed_) {
     object.row_ = std::move(fresh);
+    settlePartners(object);
     return;
   }
   object.row_ = rowWithChanges(*fresh, *object.row_, *object.committed_);
   object.committed_ = std::move(fresh);
+  settlePartners(object);
+}
+
+void NSManagedObjectContext::settlePartners(NSManagedObject& object) {
+  for (const SlotIndex slot : object.entity().toOneSlots()) {
+    const NSRelationshipDescription& relationship = *object.entity().slots()[slot].relationship;
+    if (!relationship.isOneToOne()) continue;
+    const SlotIndex back = relationship.inverseRelationship()->slot();
+    const ObjectKey theirs =
+        object.committed_ ? object.committed_->reference(slot) : object.row().reference(slot);
+    if (theirs == kNoObject) continue;
+    if (object.row().reference(slot) != theirs) {
+      // Our change stands, so the partner that somebody else gave the object must forget it.
+      const Ref<NSManagedObject> partner = this->object(relationship.destinationEntity(), theirs);
+      if (!partner->isDeleted() && partner->row().reference(back) == object.key_) {
+        partner->setReference(back, kNoObject);
+      }
+    } else if (const Ref<NSManagedObject> partner =
+                   state_->registry->find(relationship.destinationEntity(), theirs);
+               partner && partner->committed_ && partner->row().reference(back) != object.key_ &&
+               !partner->row().slotEquals(back, *partner->committed_)) {
+      // The partner has found another one here, and that stands.
+      object.setReference(slot, kNoObject);
+    }
+  }
 }
 
 void NSManagedObjectContext::dropChanges(NSManagedObject& object) {

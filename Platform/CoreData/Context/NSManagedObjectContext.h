@@ -193,6 +193,9 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// Takes a row that is newer than the object's, and applies the object's own changes on top.
   void takeFreshRow(NSManagedObject& object, foundation::Ref<Row> fresh);
   void dropChanges(NSManagedObject& object);
+  /// After fresh values came in: makes both sides of the object's one-to-ones agree again where
+  /// they were changed here and elsewhere; changes made here stand.
+  void settlePartners(NSManagedObject& object);
 
   // CoordinatorClient
   [[nodiscard]] foundation::Ref<foundation::Object> keepAlive() override;

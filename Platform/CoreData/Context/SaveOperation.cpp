@@ -124,6 +124,7 @@ void SaveOperation::writeDeleted(WriteTransaction& transaction) {
                    "was changed or deleted by somebody else and is deleted here");
     } else if (const Ref<Row> current = transaction.row(entity, object->key_)) {
       requireWritten(transaction.remove(entity, object->key_, current->version()));
+      releasePartnersOf(*current, transaction);
     }
   }
 }
@@ -157,6 +158,7 @@ void SaveOperation::mergeUpdate(NSManagedObject& object, WriteTransaction& trans
     return;
   }
   Ref<Row> merged = rowWithChanges(*current, *object.row_, *object.committed_);
+  releaseFormerPartners(*object.row_, *object.committed_, *current, transaction);
   const SlotMask changed = merged->differencesFrom(*current);
   if (changed != 0) {
     merged->setVersion(current->version() + 1);
@@ -164,6 +166,30 @@ void SaveOperation::mergeUpdate(NSManagedObject& object, WriteTransaction& trans
     written_.push_back(&object);
   }
   merged_.push_back({&object, std::move(merged)});
+}
+
+void SaveOperation::releaseFormerPartners(const Row& mine, const Row& base, const Row& current,
+                                          WriteTransaction& transaction) {
+  for (const SlotIndex slot : mine.entity().toOneSlots()) {
+    const NSRelationshipDescription& relationship = *mine.entity().slots()[slot].relationship;
+    if (!relationship.isOneToOne() || mine.slotEquals(slot, base)) continue;
+    const ObjectKey theirs = current.reference(slot);
+    if (theirs == kNoObject || theirs == mine.reference(slot)) continue;
+    releaseReference(relationship.destinationEntity(), theirs,
+                     relationship.inverseRelationship()->slot(), current.key(), transaction);
+  }
+}
+
+void SaveOperation::releaseReference(const NSEntityDescription& entity, ObjectKey key,
+                                     SlotIndex slot, ObjectKey expected,
+                                     WriteTransaction& transaction) {
+  const Ref<Row> current = transaction.row(entity, key);
+  if (!current || current->reference(slot) != expected) return;
+  Ref<Row> released = current->copy();
+  released->setReference(slot, kNoObject);
+  released->setVersion(current->version() + 1);
+  requireWritten(transaction.update(*released, SlotMask{1} << slot, current->version()));
+  releasedStrangers_.push_back(std::move(released));
 }
 
 void SaveOperation::releaseStrangers(const NSEntityDescription& entity, ObjectKey key,
@@ -176,14 +202,24 @@ void SaveOperation::releaseStrangers(const NSEntityDescription& entity, ObjectKe
                      "was related by somebody else to an object that is deleted here");
       } else if (relationship->deleteRule() == NSDeleteRule::cascade) {
         deleteStranger(destination, member, transaction);
-      } else if (const Ref<Row> current = transaction.row(destination, member)) {
-        Ref<Row> released = current->copy();
-        const SlotIndex back = relationship->inverseRelationship()->slot();
-        released->setReference(back, kNoObject);
-        released->setVersion(current->version() + 1);
-        requireWritten(transaction.update(*released, SlotMask{1} << back, current->version()));
-        releasedStrangers_.push_back(std::move(released));
+      } else {
+        releaseReference(destination, member, relationship->inverseRelationship()->slot(), key,
+                         transaction);
       }
+    }
+  }
+}
+
+void SaveOperation::releasePartnersOf(const Row& deleted, WriteTransaction& transaction) {
+  for (const SlotIndex slot : deleted.entity().toOneSlots()) {
+    const NSRelationshipDescription& relationship = *deleted.entity().slots()[slot].relationship;
+    const ObjectKey target = deleted.reference(slot);
+    if (target == kNoObject) continue;
+    if (relationship.deleteRule() == NSDeleteRule::cascade) {
+      deleteStranger(relationship.destinationEntity(), target, transaction);
+    } else if (relationship.isOneToOne()) {
+      releaseReference(relationship.destinationEntity(), target,
+                       relationship.inverseRelationship()->slot(), deleted.key(), transaction);
     }
   }
 }
@@ -193,13 +229,7 @@ void SaveOperation::deleteStranger(const NSEntityDescription& entity, ObjectKey 
   const Ref<Row> current = transaction.row(entity, key);
   if (!current || !transaction.remove(entity, key, current->version())) return;
   deletedStrangers_.push_back({&entity, key});
-  for (const SlotIndex slot : entity.toOneSlots()) {
-    const NSRelationshipDescription& relationship = *entity.slots()[slot].relationship;
-    const ObjectKey target = current->reference(slot);
-    if (relationship.deleteRule() == NSDeleteRule::cascade && target != kNoObject) {
-      deleteStranger(relationship.destinationEntity(), target, transaction);
-    }
-  }
+  releasePartnersOf(*current, transaction);
   releaseStrangers(entity, key, transaction);
 }
 

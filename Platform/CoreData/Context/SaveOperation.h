@@ -52,9 +52,18 @@ class SaveOperation {
   void writeInserted(WriteTransaction& transaction);
   void writeUpdated(WriteTransaction& transaction);
   void mergeUpdate(NSManagedObject& object, WriteTransaction& transaction);
+  /// Where this object and somebody else gave one side of a one-to-one different partners: lets the
+  /// partner that loses forget the object, so that both sides go on to agree.
+  void releaseFormerPartners(const Row& mine, const Row& base, const Row& current,
+                             WriteTransaction& transaction);
+  void releaseReference(const NSEntityDescription& entity, ObjectKey key, SlotIndex slot,
+                        ObjectKey expected, WriteTransaction& transaction);
   /// Applies the delete rules to rows that others related to a deleted object meanwhile.
   void releaseStrangers(const NSEntityDescription& entity, ObjectKey key,
                         WriteTransaction& transaction);
+  /// The same for the partners that a deleted row had when it turned out that others had changed
+  /// it.
+  void releasePartnersOf(const Row& deleted, WriteTransaction& transaction);
   void deleteStranger(const NSEntityDescription& entity, ObjectKey key,
                       WriteTransaction& transaction);
   /// Notes a conflict under the error policy.

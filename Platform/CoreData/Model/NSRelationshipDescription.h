@@ -18,6 +18,10 @@ class NSRelationshipDescription final : public NSPropertyDescription {
   /// The relationship of the destination that leads back; null for a one-way to-one.
   [[nodiscard]] const NSRelationshipDescription* inverseRelationship() const noexcept { return inverse_; }
   [[nodiscard]] bool isToMany() const noexcept { return toMany_; }
+  /// Whether both sides are columns that lead to one object each.
+  [[nodiscard]] bool isOneToOne() const noexcept {
+    return !toMany_ && inverse_ != nullptr && !inverse_->toMany_;
+  }
   [[nodiscard]] bool isOrdered() const noexcept { return false; }
   [[nodiscard]] NSDeleteRule deleteRule() const noexcept { return deleteRule_; }
   /// The number among the entity's to-many relationships; meaningless for a to-one.

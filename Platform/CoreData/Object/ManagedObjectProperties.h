@@ -71,8 +71,8 @@ template <typename T>
 
 #define CD_INTEGER(Type, kind, name, setter)                                                      \
   CD_ACCESSOR(name, kind)                                                                         \
-  [[nodiscard]] Type name() const { return static_cast<Type>(row().integer(name##Slot_.index)); } \
-  void setter(Type value) { setInteger(name##Slot_.index, value); }
+  [[nodiscard]] Type name() const { return static_cast<Type>(NSManagedObject::row().integer(name##Slot_.index)); } \
+  void setter(Type value) { NSManagedObject::setInteger(name##Slot_.index, value); }
 
 /// Whole numbers that read 0 when nothing is stored.
 #define CD_INTEGER16(name, setter) CD_INTEGER(std::int16_t, integer16, name, setter)
@@ -81,19 +81,19 @@ template <typename T>
 
 #define CD_BOOLEAN(name, setter)                                                    \
   CD_ACCESSOR(name, boolean)                                                        \
-  [[nodiscard]] bool name() const { return row().integer(name##Slot_.index) != 0; } \
-  void setter(bool value) { setInteger(name##Slot_.index, value ? 1 : 0); }
+  [[nodiscard]] bool name() const { return NSManagedObject::row().integer(name##Slot_.index) != 0; } \
+  void setter(bool value) { NSManagedObject::setInteger(name##Slot_.index, value ? 1 : 0); }
 
 /// A double that reads 0 when nothing is stored; not-a-number cannot be stored and reads 0 again.
 #define CD_DOUBLE(name, setter)                                               \
   CD_ACCESSOR(name, real)                                                     \
-  [[nodiscard]] double name() const { return row().real(name##Slot_.index); } \
-  void setter(double value) { setReal(name##Slot_.index, value); }
+  [[nodiscard]] double name() const { return NSManagedObject::row().real(name##Slot_.index); } \
+  void setter(double value) { NSManagedObject::setReal(name##Slot_.index, value); }
 
 #define CD_OPTIONAL(Type, kind, name, setter, read, write)     \
   CD_ACCESSOR(name, kind)                                      \
   [[nodiscard]] std::optional<Type> name() const {             \
-    const ::coredata::Row& values = row();                     \
+    const ::coredata::Row& values = NSManagedObject::row();                     \
     if (values.isNone(name##Slot_.index)) return std::nullopt; \
     return read;                                               \
   }                                                            \
@@ -101,48 +101,48 @@ template <typename T>
 
 #define CD_TEXT(name, setter)                                                               \
   CD_OPTIONAL(std::string, text, name, setter, std::string(values.text(name##Slot_.index)), \
-              setText(name##Slot_.index, value))
+              NSManagedObject::setText(name##Slot_.index, value))
 #define CD_DATE(name, setter)                                                    \
   CD_OPTIONAL(::foundation::Date, date, name, setter,                            \
               ::foundation::Date::fromReference(values.real(name##Slot_.index)), \
-              setDate(name##Slot_.index, value))
+              NSManagedObject::setDate(name##Slot_.index, value))
 #define CD_DATA(name, setter)                                      \
   CD_OPTIONAL(::foundation::Data, data, name, setter,              \
               ::foundation::Data(values.bytes(name##Slot_.index)), \
-              setData(name##Slot_.index, value))
+              NSManagedObject::setData(name##Slot_.index, value))
 #define CD_UUID(name, setter)                                                                     \
   CD_OPTIONAL(::foundation::UUID, identifier, name, setter, values.identifier(name##Slot_.index), \
-              setIdentifier(name##Slot_.index, value))
+              NSManagedObject::setIdentifier(name##Slot_.index, value))
 /// A boxed number: absent and 0 differ.
 #define CD_NUMBER(name, setter)                               \
   CD_OPTIONAL(                                                \
       ::foundation::NSNumber, number, name, setter,           \
       ::foundation::NSNumber(values.real(name##Slot_.index)), \
-      setReal(name##Slot_.index, value ? std::optional(value->doubleValue()) : std::nullopt))
+      NSManagedObject::setReal(name##Slot_.index, value ? std::optional(value->doubleValue()) : std::nullopt))
 
 /// A relationship to one object of an entity class; null is none.
 #define CD_TO_ONE(Target, name, setter)                                                          \
   CD_ACCESSOR(name, toOne, #Target)                                                              \
   [[nodiscard]] ::foundation::Ref<Target> name() const {                                         \
-    return ::coredata::properties::uncheckedCast<Target>(toOne(name##Slot_.index));              \
+    return ::coredata::properties::uncheckedCast<Target>(NSManagedObject::toOne(name##Slot_.index));              \
   }                                                                                              \
   void setter(const ::foundation::Ref<Target>& value) {                                          \
-    setToOne(name##Slot_.index, static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
+    NSManagedObject::setToOne(name##Slot_.index, static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
   }
 
 /// A relationship to a set of objects of an entity class. Adding and removing never loads the set.
 #define CD_TO_MANY(Target, name, setter, adder, remover)                                           \
   CD_ACCESSOR(name, toMany, #Target)                                                               \
   [[nodiscard]] ::coredata::NSSet<Target> name() const {                                           \
-    return ::coredata::NSSet<Target>(toMany(name##Slot_.index));                                   \
+    return ::coredata::NSSet<Target>(NSManagedObject::toMany(name##Slot_.index));                                   \
   }                                                                                                \
   void setter(const ::coredata::NSSet<Target>& value) {                                            \
-    setToMany(name##Slot_.index, value.objects());                                                 \
+    NSManagedObject::setToMany(name##Slot_.index, value.objects());                                                 \
   }                                                                                                \
   void adder(const ::foundation::Ref<Target>& value) {                                             \
-    addToMany(name##Slot_.index, *static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
+    NSManagedObject::addToMany(name##Slot_.index, *static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
   }                                                                                                \
   void remover(const ::foundation::Ref<Target>& value) {                                           \
-    removeFromMany(name##Slot_.index,                                                              \
+    NSManagedObject::removeFromMany(name##Slot_.index,                                                              \
                    *static_cast<NSManagedObject*>(static_cast<void*>(value.get())));               \
   }

@@ -69,9 +69,11 @@ template <typename T>
                                                                                         \
  public:
 
-#define CD_INTEGER(Type, kind, name, setter)                                                      \
-  CD_ACCESSOR(name, kind)                                                                         \
-  [[nodiscard]] Type name() const { return static_cast<Type>(NSManagedObject::row().integer(name##Slot_.index)); } \
+#define CD_INTEGER(Type, kind, name, setter)                                     \
+  CD_ACCESSOR(name, kind)                                                        \
+  [[nodiscard]] Type name() const {                                              \
+    return static_cast<Type>(NSManagedObject::row().integer(name##Slot_.index)); \
+  }                                                                              \
   void setter(Type value) { NSManagedObject::setInteger(name##Slot_.index, value); }
 
 /// Whole numbers that read 0 when nothing is stored.
@@ -79,21 +81,23 @@ template <typename T>
 #define CD_INTEGER32(name, setter) CD_INTEGER(std::int32_t, integer32, name, setter)
 #define CD_INTEGER64(name, setter) CD_INTEGER(std::int64_t, integer64, name, setter)
 
-#define CD_BOOLEAN(name, setter)                                                    \
-  CD_ACCESSOR(name, boolean)                                                        \
-  [[nodiscard]] bool name() const { return NSManagedObject::row().integer(name##Slot_.index) != 0; } \
+#define CD_BOOLEAN(name, setter)                                   \
+  CD_ACCESSOR(name, boolean)                                       \
+  [[nodiscard]] bool name() const {                                \
+    return NSManagedObject::row().integer(name##Slot_.index) != 0; \
+  }                                                                \
   void setter(bool value) { NSManagedObject::setInteger(name##Slot_.index, value ? 1 : 0); }
 
 /// A double that reads 0 when nothing is stored; not-a-number cannot be stored and reads 0 again.
-#define CD_DOUBLE(name, setter)                                               \
-  CD_ACCESSOR(name, real)                                                     \
+#define CD_DOUBLE(name, setter)                                                                \
+  CD_ACCESSOR(name, real)                                                                      \
   [[nodiscard]] double name() const { return NSManagedObject::row().real(name##Slot_.index); } \
   void setter(double value) { NSManagedObject::setReal(name##Slot_.index, value); }
 
 #define CD_OPTIONAL(Type, kind, name, setter, read, write)     \
   CD_ACCESSOR(name, kind)                                      \
   [[nodiscard]] std::optional<Type> name() const {             \
-    const ::coredata::Row& values = NSManagedObject::row();                     \
+    const ::coredata::Row& values = NSManagedObject::row();    \
     if (values.isNone(name##Slot_.index)) return std::nullopt; \
     return read;                                               \
   }                                                            \
@@ -114,35 +118,38 @@ template <typename T>
   CD_OPTIONAL(::foundation::UUID, identifier, name, setter, values.identifier(name##Slot_.index), \
               NSManagedObject::setIdentifier(name##Slot_.index, value))
 /// A boxed number: absent and 0 differ.
-#define CD_NUMBER(name, setter)                               \
-  CD_OPTIONAL(                                                \
-      ::foundation::NSNumber, number, name, setter,           \
-      ::foundation::NSNumber(values.real(name##Slot_.index)), \
-      NSManagedObject::setReal(name##Slot_.index, value ? std::optional(value->doubleValue()) : std::nullopt))
+#define CD_NUMBER(name, setter)                                       \
+  CD_OPTIONAL(::foundation::NSNumber, number, name, setter,           \
+              ::foundation::NSNumber(values.real(name##Slot_.index)), \
+              NSManagedObject::setReal(                               \
+                  name##Slot_.index, value ? std::optional(value->doubleValue()) : std::nullopt))
 
 /// A relationship to one object of an entity class; null is none.
-#define CD_TO_ONE(Target, name, setter)                                                          \
-  CD_ACCESSOR(name, toOne, #Target)                                                              \
-  [[nodiscard]] ::foundation::Ref<Target> name() const {                                         \
-    return ::coredata::properties::uncheckedCast<Target>(NSManagedObject::toOne(name##Slot_.index));              \
-  }                                                                                              \
-  void setter(const ::foundation::Ref<Target>& value) {                                          \
-    NSManagedObject::setToOne(name##Slot_.index, static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
+#define CD_TO_ONE(Target, name, setter)                                                        \
+  CD_ACCESSOR(name, toOne, #Target)                                                            \
+  [[nodiscard]] ::foundation::Ref<Target> name() const {                                       \
+    return ::coredata::properties::uncheckedCast<Target>(                                      \
+        NSManagedObject::toOne(name##Slot_.index));                                            \
+  }                                                                                            \
+  void setter(const ::foundation::Ref<Target>& value) {                                        \
+    NSManagedObject::setToOne(name##Slot_.index,                                               \
+                              static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
   }
 
 /// A relationship to a set of objects of an entity class. Adding and removing never loads the set.
-#define CD_TO_MANY(Target, name, setter, adder, remover)                                           \
-  CD_ACCESSOR(name, toMany, #Target)                                                               \
-  [[nodiscard]] ::coredata::NSSet<Target> name() const {                                           \
-    return ::coredata::NSSet<Target>(NSManagedObject::toMany(name##Slot_.index));                                   \
-  }                                                                                                \
-  void setter(const ::coredata::NSSet<Target>& value) {                                            \
-    NSManagedObject::setToMany(name##Slot_.index, value.objects());                                                 \
-  }                                                                                                \
-  void adder(const ::foundation::Ref<Target>& value) {                                             \
-    NSManagedObject::addToMany(name##Slot_.index, *static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
-  }                                                                                                \
-  void remover(const ::foundation::Ref<Target>& value) {                                           \
-    NSManagedObject::removeFromMany(name##Slot_.index,                                                              \
-                   *static_cast<NSManagedObject*>(static_cast<void*>(value.get())));               \
+#define CD_TO_MANY(Target, name, setter, adder, remover)                                         \
+  CD_ACCESSOR(name, toMany, #Target)                                                             \
+  [[nodiscard]] ::coredata::NSSet<Target> name() const {                                         \
+    return ::coredata::NSSet<Target>(NSManagedObject::toMany(name##Slot_.index));                \
+  }                                                                                              \
+  void setter(const ::coredata::NSSet<Target>& value) {                                          \
+    NSManagedObject::setToMany(name##Slot_.index, value.objects());                              \
+  }                                                                                              \
+  void adder(const ::foundation::Ref<Target>& value) {                                           \
+    NSManagedObject::addToMany(name##Slot_.index,                                                \
+                               *static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
+  }                                                                                              \
+  void remover(const ::foundation::Ref<Target>& value) {                                         \
+    NSManagedObject::removeFromMany(                                                             \
+        name##Slot_.index, *static_cast<NSManagedObject*>(static_cast<void*>(value.get())));     \
   }

@@ -19,8 +19,7 @@ class FunctionRef<Result(Arguments...)> {
   template <typename F>
   requires(!std::same_as<std::remove_cvref_t<F>, FunctionRef> &&
            std::is_invocable_r_v<Result, F&, Arguments...>)
-      // NOLINTNEXTLINE(google-explicit-constructor): a lambda is passed where a FunctionRef is
-      // taken
+      // NOLINTNEXTLINE(google-explicit-constructor): a lambda becomes one when it is passed
       FunctionRef(F&& callable)
   noexcept
       : callable_(const_cast<void*>(static_cast<const void*>(std::addressof(callable)))),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace coredata {
@@ -28,5 +29,9 @@ enum class NSAttributeType : std::uint16_t {
 
 /// The type's name in model sources and messages: "integer16", "double", "text", "date", ...
 [[nodiscard]] std::string_view name(NSAttributeType type) noexcept;
+/// The type of that name, or none.
+[[nodiscard]] std::optional<NSAttributeType> attributeTypeNamed(std::string_view name) noexcept;
+/// The type of that number, or none; `undefined` is no type that an attribute can have.
+[[nodiscard]] std::optional<NSAttributeType> attributeTypeNumbered(std::uint16_t number) noexcept;
 
 }  // namespace coredata

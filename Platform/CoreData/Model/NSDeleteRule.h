@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string_view>
 
 namespace coredata {
 
@@ -15,5 +17,10 @@ enum class NSDeleteRule : std::uint8_t {
   /// The deletion is refused, at save, while the relationship leads anywhere.
   deny = 3,
 };
+
+/// The rule's name in model sources and messages: "noAction", "nullify", "cascade", "deny".
+[[nodiscard]] std::string_view name(NSDeleteRule rule) noexcept;
+/// The rule of that name, or none.
+[[nodiscard]] std::optional<NSDeleteRule> deleteRuleNamed(std::string_view name) noexcept;
 
 }  // namespace coredata

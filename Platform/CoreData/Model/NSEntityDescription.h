@@ -30,17 +30,20 @@ struct Slot {
   const NSRelationshipDescription* relationship = nullptr;
 };
 
-/// What the objects of one kind have: their properties by name, and the numbering by which rows hold them.
-/// Immutable; lives as long as its model.
+/// What the objects of one kind have: their properties by name, and the numbering by which rows
+/// hold them. Immutable; lives as long as its model.
 class NSEntityDescription final : public foundation::Object {
  public:
   [[nodiscard]] const std::string& name() const noexcept { return name_; }
-  /// The class that typed code binds to this entity; "NSManagedObject" in versions that no typed code reads.
+  /// The class that typed code binds to this entity; "NSManagedObject" in versions that no typed
+  /// code reads.
   [[nodiscard]] const std::string& managedObjectClassName() const noexcept { return className_; }
   [[nodiscard]] const NSManagedObjectModel& managedObjectModel() const noexcept { return *model_; }
   [[nodiscard]] EntityIndex index() const noexcept { return index_; }
   [[nodiscard]] bool isAbstract() const noexcept { return abstract_; }
-  [[nodiscard]] const std::string& renamingIdentifier() const noexcept { return renamingIdentifier_; }
+  [[nodiscard]] const std::string& renamingIdentifier() const noexcept {
+    return renamingIdentifier_;
+  }
   [[nodiscard]] const VersionHash& versionHash() const noexcept { return versionHash_; }
 
   /// Every property, in the order of names.
@@ -56,10 +59,13 @@ class NSEntityDescription final : public foundation::Object {
   /// The slots that hold to-one relationships.
   [[nodiscard]] std::span<const SlotIndex> toOneSlots() const noexcept { return toOneSlots_; }
   /// The to-many relationships, by their number.
-  [[nodiscard]] std::span<const NSRelationshipDescription* const> toManyRelationships() const noexcept {
+  [[nodiscard]] std::span<const NSRelationshipDescription* const> toManyRelationships()
+      const noexcept {
     return toMany_;
   }
-  [[nodiscard]] std::span<const NSFetchIndexDescription* const> indexes() const noexcept { return indexes_; }
+  [[nodiscard]] std::span<const NSFetchIndexDescription* const> indexes() const noexcept {
+    return indexes_;
+  }
 
  private:
   friend class ModelBuilder;

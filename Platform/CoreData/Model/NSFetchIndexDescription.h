@@ -7,8 +7,8 @@
 
 namespace coredata {
 
-/// An index that the store keeps over some of an entity's columns, in order. Indexes are no part of a version's
-/// identity: adding one changes speed, not what is stored.
+/// An index that the store keeps over some of an entity's columns, in order. Indexes are no part of
+/// a version's identity: adding one changes speed, not what is stored.
 class NSFetchIndexDescription final : public foundation::Object {
  public:
   [[nodiscard]] const std::string& name() const noexcept { return name_; }

@@ -15,19 +15,24 @@
 
 namespace coredata {
 
-/// One version of the schema: entities by name, and named configurations, which are subsets of them.
-/// Immutable from birth, so it may be shared by any threads. Every load gives a new model.
+/// One version of the schema: entities by name, and named configurations, which are subsets of
+/// them. Immutable from birth, so it may be shared by any threads. Every load gives a new model.
 class NSManagedObjectModel final : public foundation::Object {
  public:
-  /// Reads a compiled model: a `.mom` or `.omo` file, or a `.momd` directory, of which the current version is read.
-  /// None when there is nothing readable there: missing, damaged (magic, version, checksum and all bounds are
-  /// checked) or written by a newer compiler. `why`, if given, receives the reason as a text for people.
+  /// Reads a compiled model: a `.mom` or `.omo` file, or a `.momd` directory, of which the current
+  /// version is read. None when there is nothing readable there: missing, damaged (magic, version,
+  /// checksum and all bounds are checked) or written by a newer compiler. `why`, if given, receives
+  /// the reason as a text for people.
   [[nodiscard]] static foundation::Ref<NSManagedObjectModel> contentsOf(const foundation::URL& url,
                                                                         std::string* why = nullptr);
 
   /// The entities in the order of their names; an entity's `index()` is its place here.
-  [[nodiscard]] std::span<const NSEntityDescription* const> entities() const noexcept { return entities_; }
-  [[nodiscard]] const NSEntityDescription& entity(EntityIndex index) const noexcept { return *entities_[index]; }
+  [[nodiscard]] std::span<const NSEntityDescription* const> entities() const noexcept {
+    return entities_;
+  }
+  [[nodiscard]] const NSEntityDescription& entity(EntityIndex index) const noexcept {
+    return *entities_[index];
+  }
   /// The entity of that name, or null.
   [[nodiscard]] const NSEntityDescription* entity(std::string_view name) const noexcept;
 
@@ -37,16 +42,20 @@ class NSManagedObjectModel final : public foundation::Object {
       std::string_view configuration) const;
 
   /// Texts that the author of the version gave it, such as "Tessaline 7".
-  [[nodiscard]] const std::set<std::string>& versionIdentifiers() const noexcept { return versionIdentifiers_; }
+  [[nodiscard]] const std::set<std::string>& versionIdentifiers() const noexcept {
+    return versionIdentifiers_;
+  }
   /// Entity name to version hash, each hash as 32 bytes; what store metadata keeps.
   [[nodiscard]] foundation::ValueDictionary entityVersionHashesByName() const;
   /// One hash over all entities' hashes: equal exactly for models that store alike.
   [[nodiscard]] const VersionHash& fingerprint() const noexcept { return fingerprint_; }
 
-  /// Whether a store with this metadata holds exactly the entities of the configuration (of the whole model for
-  /// none), with equal version hashes. Missing or malformed metadata and unknown configurations answer false.
-  [[nodiscard]] bool isConfiguration(const std::optional<std::string>& configuration,
-                                     const foundation::ValueDictionary& compatibleWithStoreMetadata) const;
+  /// Whether a store with this metadata holds exactly the entities of the configuration (of the
+  /// whole model for none), with equal version hashes. Missing or malformed metadata and unknown
+  /// configurations answer false.
+  [[nodiscard]] bool isConfiguration(
+      const std::optional<std::string>& configuration,
+      const foundation::ValueDictionary& compatibleWithStoreMetadata) const;
 
  private:
   friend class ModelBuilder;
@@ -61,7 +70,8 @@ class NSManagedObjectModel final : public foundation::Object {
 
 /// The key under which store metadata keeps the map of entity version hashes.
 inline constexpr std::string_view NSStoreModelVersionHashesKey = "NSStoreModelVersionHashes";
-inline constexpr std::string_view NSStoreModelVersionIdentifiersKey = "NSStoreModelVersionIdentifiers";
+inline constexpr std::string_view NSStoreModelVersionIdentifiersKey =
+    "NSStoreModelVersionIdentifiers";
 inline constexpr std::string_view NSStoreTypeKey = "NSStoreType";
 inline constexpr std::string_view NSStoreUUIDKey = "NSStoreUUID";
 

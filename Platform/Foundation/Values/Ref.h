@@ -8,19 +8,20 @@
 
 namespace foundation {
 
-/// A counted, nullable handle to a shared object: the one way in which objects, contexts, containers and other
-/// things with identity are held.
+/// A counted, nullable handle to a shared object: the one way in which objects, contexts,
+/// containers and other things with identity are held.
 ///
-/// Two handles are equal when they hold the same object; the hash follows identity. Copying costs one atomic
-/// increment, moving nothing.
+/// Two handles are equal when they hold the same object; the hash follows identity. Copying costs
+/// one atomic increment, moving nothing.
 ///
-/// Threading: a handle itself is like a pointer and belongs to one thread at a time; the object's count is atomic, so
-/// handles to one object may be copied and dropped on any threads.
+/// Threading: a handle itself is like a pointer and belongs to one thread at a time; the object's
+/// count is atomic, so handles to one object may be copied and dropped on any threads.
 template <typename T>
 class Ref {
  public:
   constexpr Ref() noexcept = default;
-  constexpr Ref(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor): a handle is nullable
+  constexpr Ref(std::nullptr_t) noexcept {
+  }  // NOLINT(google-explicit-constructor): a handle is nullable
   /// Shares an object that is already counted.
   explicit Ref(T* object) noexcept : object_(object) {
     if (object_ != nullptr) object_->retain();
@@ -28,11 +29,11 @@ class Ref {
   Ref(const Ref& other) noexcept : Ref(other.object_) {}
   Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   template <typename U>
-    requires std::convertible_to<U*, T*>
-  Ref(const Ref<U>& other) noexcept : Ref(other.get()) {}  // NOLINT(google-explicit-constructor)
+  requires std::convertible_to<U*, T*> Ref(const Ref<U>& other)
+  noexcept : Ref(other.get()) {}  // NOLINT(google-explicit-constructor)
   template <typename U>
-    requires std::convertible_to<U*, T*>
-  Ref(Ref<U>&& other) noexcept : object_(other.leak()) {}  // NOLINT(google-explicit-constructor)
+  requires std::convertible_to<U*, T*> Ref(Ref<U>&& other)
+  noexcept : object_(other.leak()) {}  // NOLINT(google-explicit-constructor)
   ~Ref() {
     if (object_ != nullptr) object_->release();
   }

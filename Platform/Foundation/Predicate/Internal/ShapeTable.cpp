@@ -41,7 +41,8 @@ std::string partText(CompoundKind kind, const PredicateShape& part) {
   return needsParentheses(kind, part.root().kind) ? "(" + part.format() + ")" : part.format();
 }
 
-/// A compound as a text whose parse gives the compound: the parser knows how to number and to flatten.
+/// A compound as a text whose parse gives the compound: the parser knows how to number and to
+/// flatten.
 std::string compoundText(CompoundKind kind, std::span<const ShapeTable::Handle> parts) {
   if (kind == CompoundKind::negation) return "NOT " + partText(kind, *parts.front());
   if (parts.empty()) return kind == CompoundKind::conjunction ? "TRUEPREDICATE" : "FALSEPREDICATE";

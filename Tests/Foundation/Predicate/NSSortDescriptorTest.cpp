@@ -19,7 +19,7 @@ using testing::object;
 /// The names of the objects in the order of the descriptors, one letter each.
 std::string sortedNames(std::vector<Ref<testing::TestObject>> objects,
                         const std::vector<NSSortDescriptor>& descriptors) {
-  std::ranges::stable_sort(objects, [&](const auto& left, const auto& right) {
+  std::ranges::sort(objects, [&](const auto& left, const auto& right) {
     return compare(descriptors, *left, *right) < 0;
   });
   std::string names;

@@ -1,0 +1,167 @@
+#include "CoreData/SQLite/Connection.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+
+#include "CoreData/SQLite/ForkGeneration.h"
+#include "CoreData/SQLite/StoreVFS.h"
+#include "Foundation/Values/Error.h"
+
+namespace coredata {
+
+using foundation::Error;
+
+namespace {
+std::atomic<std::uint64_t> nextSerial{1};
+
+/// Failures after which the connection is as good as before; after any other it is not trusted any
+/// more.
+bool concernsStatementOnly(int result) noexcept {
+  switch (result & 0xff) {
+    case SQLITE_ERROR:
+    case SQLITE_BUSY:
+    case SQLITE_CONSTRAINT:
+    case SQLITE_MISMATCH:
+    case SQLITE_TOOBIG:
+    case SQLITE_RANGE:
+    case SQLITE_READONLY:
+    case SQLITE_AUTH:
+      return true;
+    default:
+      return false;
+  }
+}
+
+[[noreturn]] void throwSQLiteError(sqlite3* database, int result, std::string_view sql) {
+  // The handle's own text says more, but only while it is about this very failure.
+  const bool isLast = database != nullptr && sqlite3_extended_errcode(database) == result;
+  std::string message = isLast ? sqlite3_errmsg(database) : sqlite3_errstr(result);
+  if (!sql.empty()) message.append(" in: ").append(sql);
+  throw Error(std::string(foundation::kSQLiteErrorDomain), result, std::move(message));
+}
+}  // namespace
+
+Connection::Connection(const std::string& path, const ConnectionSettings& settings)
+    : serial_(nextSerial.fetch_add(1, std::memory_order_relaxed)),
+      forkGeneration_(coredata::forkGeneration()),
+      busyTimeoutMs_(static_cast<int>(settings.busyTimeout.count())) {
+  // Never SQLITE_OPEN_CREATE: a new file is made beforehand, with the owner's permissions only.
+  const int flags = (settings.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
+                    SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+  const int result = sqlite3_open_v2(path.c_str(), &database_, flags, storeVFS());
+  try {
+    if (result != SQLITE_OK) throwSQLiteError(database_, result, {});
+    configure(settings);
+  } catch (...) {
+    controls_ = {};
+    sqlite3_close_v2(database_);
+    throw;
+  }
+}
+
+Connection::~Connection() {
+  if (!isOurs()) {
+    for (auto& statement : controls_) static_cast<void>(statement.release());
+    for (auto& [key, statement] : statements_) static_cast<void>(statement.release());
+    return;
+  }
+  controls_ = {};
+  statements_.clear();
+  sqlite3_close_v2(database_);
+}
+
+bool Connection::isOurs() const noexcept { return forkGeneration_ == coredata::forkGeneration(); }
+
+void Connection::configure(const ConnectionSettings& settings) {
+  // First of all: whatever comes next may meet another process that is opening or closing the file.
+  sqlite3_busy_timeout(database_, busyTimeoutMs_);
+  const auto set = [this](int option, int value) {
+    const int result = sqlite3_db_config(database_, option, value, nullptr);
+    if (result != SQLITE_OK) throwSQLiteError(database_, result, {});
+  };
+  set(SQLITE_DBCONFIG_DEFENSIVE, 1);
+  set(SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0);
+  set(SQLITE_DBCONFIG_ENABLE_TRIGGER, 0);
+  set(SQLITE_DBCONFIG_ENABLE_VIEW, 0);
+  // Replaces SQLite's own hook, which is what makes its automatic checkpoints.
+  sqlite3_wal_hook(
+      database_,
+      [](void* self, sqlite3*, const char*, int pages) {
+        static_cast<Connection*>(self)->logPages_ = pages;
+        return SQLITE_OK;
+      },
+      this);
+  setKeepsLogFile(true);
+  if (!settings.pragmas.contains("synchronous")) execute("PRAGMA synchronous=FULL");
+  if (!settings.pragmas.contains("cache_size")) execute("PRAGMA cache_size=-8000");
+  for (const auto& [name, value] : settings.pragmas) {
+    if (name != "journal_mode") execute(("PRAGMA " + name + "=" + value).c_str());
+  }
+}
+
+void Connection::setKeepsLogFile(bool keeps) {
+  int value = keeps ? 1 : 0;
+  const int result = sqlite3_file_control(database_, "main", SQLITE_FCNTL_PERSIST_WAL, &value);
+  if (result != SQLITE_OK && result != SQLITE_NOTFOUND) throwSQLiteError(database_, result, {});
+}
+
+Statement& Connection::statement(const StatementKey& key,
+                                 foundation::FunctionRef<std::string()> text) {
+  if (const auto found = statements_.find(key); found != statements_.end()) return *found->second;
+  if (statements_.size() >= kMaxKeptStatements) dropStatements();
+  auto made = std::make_unique<Statement>(*this, text());
+  return *statements_.emplace(key, std::move(made)).first->second;
+}
+
+void Connection::dropStatements() {
+  absl::erase_if(statements_, [](const auto& entry) { return !entry.second->isRunning(); });
+}
+
+void Connection::execute(const char* sql) {
+  const int result = sqlite3_exec(database_, sql, nullptr, nullptr, nullptr);
+  if (result != SQLITE_OK) fail(result, sql);
+}
+
+Statement& Connection::controlStatement(Control which) {
+  static constexpr std::array<std::string_view, kControlCount> kTexts = {
+      "BEGIN",    "BEGIN IMMEDIATE",     "COMMIT",
+      "ROLLBACK", "PRAGMA data_version", "PRAGMA schema_version"};
+  const auto index = static_cast<std::size_t>(which);
+  std::unique_ptr<Statement>& statement = controls_[index];
+  if (!statement) statement = std::make_unique<Statement>(*this, kTexts[index]);
+  return *statement;
+}
+
+std::int64_t Connection::readNumber(Control which) {
+  Statement& statement = controlStatement(which);
+  const StatementUse use(statement);
+  return statement.step() ? statement.integer(0) : 0;
+}
+
+std::int64_t Connection::dataVersion() { return readNumber(Control::dataVersion); }
+
+std::int64_t Connection::schemaVersion() { return readNumber(Control::schemaVersion); }
+
+void Connection::rollBack() noexcept {
+  if (!isInTransaction()) return;
+  try {
+    control(Control::rollBack);
+  } catch (const std::exception&) {
+    // Closing the connection undoes what the statement could not.
+    abandon();
+  }
+}
+
+void Connection::extendOnce(void (*install)(sqlite3*)) {
+  if (std::ranges::find(extensions_, install) != extensions_.end()) return;
+  install(database_);
+  extensions_.push_back(install);
+}
+
+void Connection::fail(int result, std::string_view sql) {
+  if (!concernsStatementOnly(result)) abandon();
+  throwSQLiteError(database_, result, sql);
+}
+
+}  // namespace coredata

@@ -1,0 +1,177 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "CoreData/SQLite/Statement.h"
+#include "Foundation/Values/FunctionRef.h"
+#include "absl/container/flat_hash_map.h"
+
+namespace coredata {
+
+class QueryCache;
+
+/// What a kept statement does. Together with the two numbers of its key it stands for one text.
+enum class StatementKind : std::uint16_t {
+  selectRow,
+  rowExists,
+  insertRow,
+  updateRow,
+  removeRow,
+  highestKey,
+  members,
+  mark,
+  raiseMark,
+  newestTransaction,
+  insertTransaction,
+  insertChange,
+  findName,
+  insertName,
+  query,
+};
+
+struct StatementKey {
+  StatementKind kind;
+  /// An entity's index, or a variant of a query.
+  std::uint32_t which = 0;
+  /// A set of columns, a relationship's index, or a query's serial.
+  std::uint64_t detail = 0;
+
+  friend bool operator==(const StatementKey&, const StatementKey&) = default;
+  template <typename H>
+  friend H AbslHashValue(H state, const StatementKey& key) {
+    return H::combine(std::move(state), static_cast<std::uint16_t>(key.kind), key.which,
+                      key.detail);
+  }
+};
+
+struct ConnectionSettings {
+  bool readOnly = false;
+  std::chrono::milliseconds busyTimeout{5000};
+  /// Checked names and values.
+  std::map<std::string, std::string> pragmas;
+};
+
+/// One SQLite connection and the statements prepared on it.
+///
+/// Nothing that a file brings along is run: no triggers, views or functions in its schema, no
+/// schema edits. SQLite's own checkpoints are off; see `WriteAheadLog`.
+///
+/// Threading: one thread at a time.
+class Connection {
+ public:
+  /// Opens an existing file. Throws `foundation::Error` of domain `kSQLiteErrorDomain`.
+  Connection(const std::string& path, const ConnectionSettings& settings);
+  /// Rolls back what is open. In a child of the process that opened it, leaves everything as it is:
+  /// closing would take the parent's locks away.
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  [[nodiscard]] sqlite3* handle() const noexcept { return database_; }
+  /// Unique in this process and never used again.
+  [[nodiscard]] std::uint64_t serial() const noexcept { return serial_; }
+  /// False once an operation has failed in a way that leaves the connection's state in doubt.
+  [[nodiscard]] bool isUsable() const noexcept { return usable_; }
+  void abandon() noexcept { usable_ = false; }
+  /// Whether this is the process that opened it.
+  [[nodiscard]] bool isOurs() const noexcept;
+
+  /// The kept statement of that key, prepared from `text()` when it is not there yet. Stays valid
+  /// while in use.
+  [[nodiscard]] Statement& statement(const StatementKey& key,
+                                     foundation::FunctionRef<std::string()> text);
+  /// Runs a statement once, without keeping it.
+  void execute(const char* sql);
+
+  void begin() { control(Control::begin); }
+  /// Waits for other writers as long as the busy timeout says.
+  void beginWriting() { control(Control::beginWriting); }
+  void commit() { control(Control::commit); }
+  /// Ends the transaction if one is open. A connection that cannot even do that becomes unusable.
+  void rollBack() noexcept;
+  [[nodiscard]] bool isInTransaction() const noexcept {
+    return sqlite3_get_autocommit(database_) == 0;
+  }
+
+  /// Changes when others commit, never by this connection's own commits. True only inside a
+  /// transaction.
+  [[nodiscard]] std::int64_t dataVersion();
+  /// Changes when tables or indexes do, and when the whole content is replaced.
+  [[nodiscard]] std::int64_t schemaVersion();
+
+  /// Pages in the log after this connection's last commit; -1 before the first.
+  [[nodiscard]] int logPages() const noexcept { return logPages_; }
+
+  /// Calls `work` with a busy timeout of nothing: what another has locked is refused at once.
+  template <typename Work>
+  auto withoutWaiting(Work&& work) {
+    const WaitingPaused paused(*this);
+    return work();
+  }
+
+  /// Whether the log file stays when the last connection closes.
+  void setKeepsLogFile(bool keeps);
+
+  /// Calls `install` unless it was called for this connection before: for functions and tables of
+  /// our own.
+  void extendOnce(void (*install)(sqlite3*));
+
+  /// Throws the error of a failed call. Takes the connection out of use unless only the statement
+  /// was at fault.
+  [[noreturn]] void fail(int result, std::string_view sql);
+
+  /// What the store's owner last saw of the others' commits.
+  std::int64_t seenDataVersion = -1;
+  /// What fetches keep for this connection; null before the first one.
+  std::shared_ptr<QueryCache> queries;
+
+ private:
+  enum class Control : std::uint8_t {
+    begin,
+    beginWriting,
+    commit,
+    rollBack,
+    dataVersion,
+    schemaVersion
+  };
+  static constexpr std::size_t kControlCount = 6;
+  static constexpr std::size_t kMaxKeptStatements = 600;
+
+  /// Puts the busy timeout back at its end.
+  struct WaitingPaused {
+    explicit WaitingPaused(Connection& owner) noexcept : connection(owner) {
+      sqlite3_busy_timeout(connection.database_, 0);
+    }
+    ~WaitingPaused() { sqlite3_busy_timeout(connection.database_, connection.busyTimeoutMs_); }
+    WaitingPaused(const WaitingPaused&) = delete;
+    WaitingPaused& operator=(const WaitingPaused&) = delete;
+    Connection& connection;
+  };
+
+  void configure(const ConnectionSettings& settings);
+  Statement& controlStatement(Control which);
+  void control(Control which) { controlStatement(which).run(); }
+  std::int64_t readNumber(Control which);
+  void dropStatements();
+
+  sqlite3* database_ = nullptr;
+  std::uint64_t serial_;
+  std::uint64_t forkGeneration_;
+  std::array<std::unique_ptr<Statement>, kControlCount> controls_;
+  absl::flat_hash_map<StatementKey, std::unique_ptr<Statement>> statements_;
+  std::vector<void (*)(sqlite3*)> extensions_;
+  int busyTimeoutMs_;
+  int logPages_ = -1;
+  bool usable_ = true;
+};
+
+}  // namespace coredata

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "CoreData/SQLite/Connection.h"
+#include "CoreData/SQLite/ConnectionLease.h"
+#include "CoreData/SQLite/WriteAheadLog.h"
+
+namespace coredata {
+
+/// Which file a path names. Another file moved to the same path is not the same.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+
+  /// Looks at the path without opening it. Throws `StoreErrorCode::replaced` when nothing is there.
+  [[nodiscard]] static FileIdentity of(const std::string& path);
+  friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+};
+
+/// The connections of one open store. Any of them reads or writes; the one given back last is lent
+/// first, because its page cache knows most, and further ones are made when leases overlap.
+///
+/// Threading: use it on any thread; `log()` as its own comment says.
+class ConnectionPool final : public std::enable_shared_from_this<ConnectionPool> {
+ public:
+  /// Starts with a connection that is already open.
+  ConnectionPool(std::string path, ConnectionSettings settings, std::unique_ptr<Connection> first);
+  ~ConnectionPool();
+  ConnectionPool(const ConnectionPool&) = delete;
+  ConnectionPool& operator=(const ConnectionPool&) = delete;
+
+  /// Throws when the pool is closed, belongs to a process that forked, or no connection can be
+  /// made.
+  [[nodiscard]] ConnectionLease lease();
+  /// Closes what is not lent now, and the rest as it comes back; the last one folds the log.
+  void close() noexcept;
+  [[nodiscard]] bool isClosed() const;
+  [[nodiscard]] const std::string& path() const noexcept { return path_; }
+  [[nodiscard]] const ConnectionSettings& settings() const noexcept { return settings_; }
+  [[nodiscard]] WriteAheadLog& log() noexcept { return log_; }
+  /// Connections that exist, lent or idle.
+  [[nodiscard]] std::size_t size() const;
+
+ private:
+  friend class ConnectionLease;
+  [[nodiscard]] std::unique_ptr<Connection> takeIdle();
+  [[nodiscard]] std::unique_ptr<Connection> connect();
+  void takeBack(std::unique_ptr<Connection> connection) noexcept;
+  [[nodiscard]] bool keep(std::unique_ptr<Connection>& connection);
+  /// Ends a connection that is lent no more, without the lock held: folding the log takes time.
+  void retire(std::unique_ptr<Connection> connection) noexcept;
+
+  static constexpr std::size_t kMaxIdle = 6;
+
+  const std::string path_;
+  const ConnectionSettings settings_;
+  const FileIdentity file_;
+  const std::uint64_t forkGeneration_;
+  WriteAheadLog log_;
+  mutable std::mutex mutex_;
+  std::vector<std::unique_ptr<Connection>> idle_;
+  std::size_t open_ = 1;
+  bool closed_ = false;
+};
+
+}  // namespace coredata

@@ -1,0 +1,114 @@
+#include "CoreData/SQLite/HistoryWriter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "CoreData/SQLite/Connection.h"
+#include "Foundation/Internal/ProcessIdentifier.h"
+
+namespace coredata {
+
+using foundation::Date;
+
+namespace {
+/// More names than this are looked up instead of remembered.
+constexpr std::size_t kMaxRememberedNames = 1000;
+
+void bindName(Statement& statement, int parameter, std::int64_t id) {
+  if (id == 0) {
+    statement.bindNull(parameter);
+  } else {
+    statement.bindInteger(parameter, id);
+  }
+}
+
+std::int64_t findName(Connection& connection, std::string_view text) {
+  Statement& statement = connection.statement({StatementKind::findName},
+                                              [] { return "SELECT id FROM _name WHERE text=?"; });
+  const StatementUse use(statement);
+  statement.bindText(1, text);
+  return statement.step() ? statement.integer(0) : 0;
+}
+
+std::int64_t insertName(Connection& connection, std::string_view text) {
+  Statement& statement = connection.statement({StatementKind::insertName},
+                                              [] { return "INSERT INTO _name(text) VALUES(?)"; });
+  statement.bindText(1, text);
+  statement.run();
+  return sqlite3_last_insert_rowid(connection.handle());
+}
+}  // namespace
+
+Date nextTimestamp(Date newest) noexcept {
+  constexpr double kStep = 1e-6;
+  const double last = newest.timeIntervalSinceReferenceDate();
+  // Far from the reference date a microsecond is less than the distance to the next number.
+  const double atLeast =
+      std::max(last + kStep, std::nextafter(last, std::numeric_limits<double>::infinity()));
+  return Date::fromReference(std::max(Date::now().timeIntervalSinceReferenceDate(), atLeast));
+}
+
+HistoryWriter::NameId HistoryWriter::idOf(Connection& connection, std::string_view text) {
+  if (const auto found = names_.find(text); found != names_.end()) return found->second;
+  NameId id = findName(connection, text);
+  if (id == 0) {
+    id = insertName(connection, text);
+    added_.emplace_back(text);
+  }
+  if (names_.size() < kMaxRememberedNames) names_.emplace(text, id);
+  return id;
+}
+
+HistoryWriter::NameId HistoryWriter::idOf(Connection& connection,
+                                          const NSEntityDescription& entity) {
+  NameId& id = entityNames_[entity.index()];
+  if (id == 0) id = idOf(connection, entity.name());
+  return id;
+}
+
+void HistoryWriter::write(Connection& connection, const HistoryPosition& position,
+                          const Origin& origin, std::span<const RowChange> changes) {
+  const NameId author = origin.author ? idOf(connection, *origin.author) : 0;
+  const NameId context = origin.contextName ? idOf(connection, *origin.contextName) : 0;
+  const NameId bundle = origin.bundle.empty() ? 0 : idOf(connection, origin.bundle);
+  Statement& transaction = connection.statement({StatementKind::insertTransaction}, [] {
+    return "INSERT INTO _transaction(number, timestamp, author, contextName, bundle, process) "
+           "VALUES(?, ?, ?, ?, ?, ?)";
+  });
+  transaction.bindInteger(1, position.number);
+  transaction.bindReal(2, position.timestamp.timeIntervalSinceReferenceDate());
+  bindName(transaction, 3, author);
+  bindName(transaction, 4, context);
+  bindName(transaction, 5, bundle);
+  transaction.bindInteger(6, foundation::processIdentifier());
+  transaction.run();
+
+  Statement& insert = connection.statement({StatementKind::insertChange}, [] {
+    return "INSERT INTO _change(\"transaction\", sequence, entity, key, kind, changed) "
+           "VALUES(?, ?, ?, ?, ?, ?)";
+  });
+  insert.bindInteger(1, position.number);
+  std::int64_t sequence = 0;
+  for (const RowChange& change : changes) {
+    insert.bindInteger(2, ++sequence);
+    insert.bindInteger(3, idOf(connection, *change.entity));
+    insert.bindInteger(4, change.key);
+    insert.bindInteger(5, static_cast<std::int64_t>(change.kind));
+    if (change.kind == RowChangeKind::update) {
+      insert.bindInteger(6, static_cast<std::int64_t>(change.changed));
+    } else {
+      insert.bindNull(6);
+    }
+    insert.run();
+  }
+}
+
+void HistoryWriter::rolledBack() noexcept {
+  if (added_.empty()) return;
+  for (const std::string& name : added_) names_.erase(name);
+  std::ranges::fill(entityNames_, 0);
+  added_.clear();
+}
+
+}  // namespace coredata

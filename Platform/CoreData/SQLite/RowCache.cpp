@@ -1,0 +1,106 @@
+#include "CoreData/SQLite/RowCache.h"
+
+namespace coredata {
+
+using foundation::Ref;
+
+Ref<Row> RowCache::find(const NSEntityDescription& entity, ObjectKey key, CacheEpoch readerEpoch) {
+  if (readerEpoch == kNoEpoch) return nullptr;
+  const Place place{entity.index(), key};
+  const std::scoped_lock lock(mutex_);
+  if (const auto young = young_.rows.find(place); young != young_.rows.end()) {
+    return young->second.since <= readerEpoch ? young->second.row : nullptr;
+  }
+  const auto old = old_.rows.find(place);
+  if (old == old_.rows.end() || old->second.since > readerEpoch) return nullptr;
+  Entry entry = std::move(old->second);
+  old_.bytes -= entry.row->byteSize();
+  old_.rows.erase(old);
+  Ref<Row> row = entry.row;
+  put(place, std::move(entry));
+  return row;
+}
+
+void RowCache::add(const Ref<Row>& row, CacheEpoch readerEpoch) {
+  const std::scoped_lock lock(mutex_);
+  // While a commit is under way a snapshot may hold its rows or not; nobody can tell from outside.
+  if (readerEpoch != epoch_.load(std::memory_order_relaxed) || commitsUnderWay_ != 0) return;
+  const Place place{row->entity().index(), row->key()};
+  if (!young_.rows.contains(place)) put(place, {row, readerEpoch});
+}
+
+CacheEpoch RowCache::outdate(CacheEpoch readerEpoch) {
+  const std::scoped_lock lock(mutex_);
+  forgetAll();
+  const CacheEpoch before = epoch_.load(std::memory_order_relaxed);
+  epoch_.store(before + 1, std::memory_order_release);
+  // If the epoch moved on since the reader took its snapshot, others may hold a newer one than it
+  // does, and the rows that they add would be too new for it.
+  return readerEpoch == before ? before + 1 : kNoEpoch;
+}
+
+void RowCache::willCommit(std::span<const RowChange> changes) {
+  const std::scoped_lock lock(mutex_);
+  ++commitsUnderWay_;
+  for (const RowChange& change : changes) {
+    if (change.kind != RowChangeKind::insert) drop({change.entity->index(), change.key});
+  }
+}
+
+void RowCache::didCommit(std::span<const RowChange> changes) {
+  const std::scoped_lock lock(mutex_);
+  const CacheEpoch now = epoch_.load(std::memory_order_relaxed) + 1;
+  for (const RowChange& change : changes) {
+    const Place place{change.entity->index(), change.key};
+    // A row may be changed twice in one transaction; the last change is the one that counts.
+    drop(place);
+    if (change.row) put(place, {change.row, now});
+  }
+  epoch_.store(now, std::memory_order_release);
+  --commitsUnderWay_;
+}
+
+void RowCache::commitFailed() {
+  const std::scoped_lock lock(mutex_);
+  forgetAll();
+  epoch_.fetch_add(1, std::memory_order_release);
+  --commitsUnderWay_;
+}
+
+std::size_t RowCache::rowCount() const {
+  const std::scoped_lock lock(mutex_);
+  return young_.rows.size() + old_.rows.size();
+}
+
+std::size_t RowCache::byteCount() const {
+  const std::scoped_lock lock(mutex_);
+  return young_.bytes + old_.bytes;
+}
+
+void RowCache::put(const Place& place, Entry entry) {
+  const std::size_t size = entry.row->byteSize();
+  // One huge row is not worth everybody else's.
+  if (size > limits_.bytes / 8) return;
+  if (young_.rows.size() >= limits_.rows / 2 || young_.bytes + size > limits_.bytes / 2) {
+    old_ = std::move(young_);
+    young_ = {};
+  }
+  young_.rows.insert_or_assign(place, std::move(entry));
+  young_.bytes += size;
+}
+
+void RowCache::drop(const Place& place) {
+  for (Generation* generation : {&young_, &old_}) {
+    const auto found = generation->rows.find(place);
+    if (found == generation->rows.end()) continue;
+    generation->bytes -= found->second.row->byteSize();
+    generation->rows.erase(found);
+  }
+}
+
+void RowCache::forgetAll() {
+  young_ = {};
+  old_ = {};
+}
+
+}  // namespace coredata

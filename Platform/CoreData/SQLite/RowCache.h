@@ -1,0 +1,88 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <mutex>
+#include <span>
+
+#include "CoreData/Rows/Row.h"
+#include "CoreData/SQLite/CacheEpoch.h"
+#include "CoreData/SQLite/RowChange.h"
+#include "absl/container/flat_hash_map.h"
+
+namespace coredata {
+
+/// Rows that were read or written lately, shared by all contexts of a store.
+///
+/// A reader asks under the epoch that was current before its snapshot was taken. It gets a row only
+/// if that row is not newer than its epoch, and may add one only while its epoch is still the
+/// current one and no commit is under way: so a reader never sees a row newer than its snapshot,
+/// and an old snapshot never puts back an outdated row.
+///
+/// Rows are kept in two generations. When the young one has taken half of the room, the old one is
+/// dropped and the young one becomes the old; a hit in the old one moves the row to the young. That
+/// forgets what was not used lately without keeping a list in order.
+///
+/// Threading: use it on any thread.
+class RowCache {
+ public:
+  struct Limits {
+    std::size_t rows = 32'768;
+    std::size_t bytes = std::size_t{16} << 20;
+  };
+
+  RowCache() : RowCache(Limits{}) {}
+  explicit RowCache(Limits limits) : limits_(limits) {}
+
+  [[nodiscard]] CacheEpoch epoch() const noexcept { return epoch_.load(std::memory_order_acquire); }
+  [[nodiscard]] foundation::Ref<Row> find(const NSEntityDescription& entity, ObjectKey key,
+                                          CacheEpoch readerEpoch);
+  void add(const foundation::Ref<Row>& row, CacheEpoch readerEpoch);
+
+  /// Somebody else has committed: forgets everything. Gives the epoch under which the reader that
+  /// found it out goes on, `kNoEpoch` if the cache has meanwhile moved past its snapshot.
+  [[nodiscard]] CacheEpoch outdate(CacheEpoch readerEpoch);
+
+  /// Brackets a commit: the rows that it changes are withheld from before the store has it until it
+  /// is known.
+  void willCommit(std::span<const RowChange> changes);
+  void didCommit(std::span<const RowChange> changes);
+  /// Nobody knows what the store holds now.
+  void commitFailed();
+
+  [[nodiscard]] std::size_t rowCount() const;
+  [[nodiscard]] std::size_t byteCount() const;
+
+ private:
+  struct Place {
+    EntityIndex entity;
+    ObjectKey key;
+
+    friend bool operator==(const Place&, const Place&) = default;
+    template <typename H>
+    friend H AbslHashValue(H state, const Place& place) {
+      return H::combine(std::move(state), place.entity, place.key);
+    }
+  };
+  struct Entry {
+    foundation::Ref<Row> row;
+    CacheEpoch since;
+  };
+  struct Generation {
+    absl::flat_hash_map<Place, Entry> rows;
+    std::size_t bytes = 0;
+  };
+
+  void put(const Place& place, Entry entry);
+  void drop(const Place& place);
+  void forgetAll();
+
+  const Limits limits_;
+  std::atomic<CacheEpoch> epoch_{1};
+  mutable std::mutex mutex_;
+  Generation young_;
+  Generation old_;
+  int commitsUnderWay_ = 0;
+};
+
+}  // namespace coredata

@@ -1,0 +1,132 @@
+#include "CoreData/SQLite/RowColumns.h"
+
+#include <algorithm>
+
+#include "CoreData/SQLite/SQLiteStoreError.h"
+
+namespace coredata {
+
+using foundation::Ref;
+using foundation::UUID;
+
+std::string quoted(std::string_view name) {
+  std::string result = "\"";
+  for (const char character : name) {
+    if (character == '"') result += '"';
+    result += character;
+  }
+  return result += '"';
+}
+
+SlotTag slotKind(const Slot& slot) noexcept {
+  if (slot.attribute == nullptr) return SlotTag::reference;
+  switch (slot.attribute->attributeType()) {
+    case NSAttributeType::integer16:
+    case NSAttributeType::integer32:
+    case NSAttributeType::integer64:
+    case NSAttributeType::boolean:
+      return SlotTag::integer;
+    case NSAttributeType::double_:
+      return SlotTag::real;
+    case NSAttributeType::date:
+      return SlotTag::date;
+    case NSAttributeType::string:
+      return SlotTag::text;
+    case NSAttributeType::binaryData:
+      return SlotTag::bytes;
+    case NSAttributeType::uuid:
+      return SlotTag::identifier;
+    case NSAttributeType::undefined:
+      return SlotTag::none;
+  }
+  return SlotTag::none;
+}
+
+RowColumns::RowColumns(const NSEntityDescription& entity) : entity_(&entity) {
+  for (const Slot& slot : entity.slots()) {
+    const SlotTag kind = slotKind(slot);
+    if (kind == SlotTag::text || kind == SlotTag::bytes || kind == SlotTag::identifier) {
+      payloadSlots_.push_back(static_cast<SlotIndex>(kinds_.size()));
+    }
+    kinds_.push_back(kind);
+  }
+}
+
+std::string RowColumns::list(std::string_view alias) const {
+  const std::string prefix = alias.empty() ? std::string() : std::string(alias) + ".";
+  std::string result = prefix + "_id," + prefix + "_version";
+  for (const Slot& slot : entity_->slots()) result += "," + prefix + quoted(slot.property->name());
+  return result;
+}
+
+std::size_t RowColumns::payloadSize(Statement& statement, int firstSlotColumn) const {
+  std::size_t size = 0;
+  for (const SlotIndex slot : payloadSlots_) size += statement.byteSize(firstSlotColumn + slot);
+  return size;
+}
+
+Ref<Row> RowColumns::read(Statement& statement, int firstColumn) const {
+  const int firstSlotColumn = firstColumn + 2;
+  Ref<Row> row = Row::make(*entity_, payloadSize(statement, firstSlotColumn));
+  row->setKey(statement.integer(firstColumn));
+  row->setVersion(statement.integer(firstColumn + 1));
+  const auto count = static_cast<SlotIndex>(kinds_.size());
+  for (SlotIndex slot = 0; slot < count; ++slot) {
+    const int column = firstSlotColumn + slot;
+    if (!statement.isNull(column)) readSlot(statement, column, row, slot);
+  }
+  return row;
+}
+
+void RowColumns::readSlot(Statement& statement, int column, Ref<Row>& row, SlotIndex slot) const {
+  switch (kinds_[slot]) {
+    case SlotTag::none:
+      return;
+    case SlotTag::integer:
+      return row->setInteger(slot, statement.integer(column));
+    case SlotTag::real:
+      return row->setReal(slot, statement.real(column));
+    case SlotTag::date:
+      return row->setDate(slot, statement.real(column));
+    case SlotTag::reference:
+      return row->setReference(slot, statement.integer(column));
+    case SlotTag::text:
+      return Row::setText(row, slot, statement.text(column));
+    case SlotTag::bytes:
+      return Row::setBytes(row, slot, statement.bytes(column));
+    case SlotTag::identifier: {
+      const auto bytes = statement.bytes(column);
+      UUID::Bytes value;
+      if (bytes.size() != value.size()) {
+        throw storeError(StoreErrorCode::damaged,
+                         entity_->name() + " " + std::to_string(row->key()) + " holds an " +
+                             entity_->slots()[slot].property->name() + " of " +
+                             std::to_string(bytes.size()) + " bytes, which is no identifier.");
+      }
+      std::ranges::copy(bytes, value.begin());
+      return Row::setIdentifier(row, slot, UUID(value));
+    }
+  }
+}
+
+void RowColumns::bind(Statement& statement, int parameter, const Row& row, SlotIndex slot) {
+  switch (row.tag(slot)) {
+    case SlotTag::none:
+      return statement.bindNull(parameter);
+    case SlotTag::integer:
+      return statement.bindInteger(parameter, row.integer(slot));
+    case SlotTag::reference:
+      return statement.bindInteger(parameter, row.reference(slot));
+    case SlotTag::real:
+    case SlotTag::date:
+      return statement.bindReal(parameter, row.real(slot));
+    case SlotTag::text:
+      return statement.bindText(parameter, row.text(slot));
+    case SlotTag::bytes:
+      return statement.bindBytes(parameter, row.bytes(slot));
+    case SlotTag::identifier:
+      return statement.bind(parameter, foundation::Operand::uuid(row.identifier(slot).bytes()));
+  }
+}
+
+}  // namespace coredata

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "CoreData/Rows/Row.h"
+#include "CoreData/SQLite/Statement.h"
+
+namespace coredata {
+
+/// The columns of an entity's table, and how they become a row and back. Made once per entity:
+/// reading a row then looks nothing up and allocates once.
+///
+/// Threading: immutable.
+class RowColumns {
+ public:
+  explicit RowColumns(const NSEntityDescription& entity);
+
+  [[nodiscard]] const NSEntityDescription& entity() const noexcept { return *entity_; }
+  /// `_id`, `_version` and the slots, as they stand behind SELECT: each column quoted, and
+  /// qualified by the table's alias if one is given.
+  [[nodiscard]] std::string list(std::string_view alias = {}) const;
+  /// How many columns `list` names.
+  [[nodiscard]] int count() const noexcept { return static_cast<int>(kinds_.size()) + 2; }
+
+  /// The row on which the statement stands; its columns from `firstColumn` on are those of `list`.
+  /// Throws when one of them cannot be what the model says.
+  [[nodiscard]] foundation::Ref<Row> read(Statement& statement, int firstColumn = 0) const;
+  /// Lends the slot's value to the statement until that is reset.
+  static void bind(Statement& statement, int parameter, const Row& row, SlotIndex slot);
+
+ private:
+  [[nodiscard]] std::size_t payloadSize(Statement& statement, int firstSlotColumn) const;
+  void readSlot(Statement& statement, int column, foundation::Ref<Row>& row, SlotIndex slot) const;
+
+  const NSEntityDescription* entity_;
+  std::vector<SlotTag> kinds_;
+  /// The slots whose values lie behind the row's words.
+  std::vector<SlotIndex> payloadSlots_;
+};
+
+/// An SQL identifier in quotes.
+[[nodiscard]] std::string quoted(std::string_view name);
+
+/// What the slot's column holds when it is not absent.
+[[nodiscard]] SlotTag slotKind(const Slot& slot) noexcept;
+
+}  // namespace coredata

@@ -1,0 +1,57 @@
+#include "CoreData/SQLite/SQLiteStore.h"
+
+#include "CoreData/SQLite/ReadSession.h"
+#include "CoreData/SQLite/StoreCore.h"
+#include "CoreData/SQLite/StoreMetadata.h"
+#include "CoreData/SQLite/StoreOpening.h"
+#include "CoreData/SQLite/WriteTransaction.h"
+
+namespace coredata {
+
+using foundation::Ref;
+using foundation::ValueDictionary;
+
+Ref<SQLiteStore> SQLiteStore::open(const StoreOptions& options,
+                                   Ref<const NSManagedObjectModel> model) {
+  OpenedStore opened = openStore(options, *model);
+  auto core = std::make_unique<StoreCore>(options, std::move(model), std::move(opened));
+  return Ref<SQLiteStore>::adopt(new SQLiteStore(std::move(core)));
+}
+
+ValueDictionary SQLiteStore::metadataAt(const foundation::URL& url) { return metadataOfFile(url); }
+
+SQLiteStore::SQLiteStore(std::unique_ptr<StoreCore> core) : core_(std::move(core)) {}
+
+SQLiteStore::~SQLiteStore() { close(); }
+
+const NSManagedObjectModel& SQLiteStore::model() const noexcept { return core_->model(); }
+
+const StoreOptions& SQLiteStore::options() const noexcept { return core_->options(); }
+
+const foundation::UUID& SQLiteStore::identifier() const noexcept { return core_->identifier(); }
+
+ValueDictionary SQLiteStore::metadata() {
+  ReadSession session{Ref<SQLiteStore>(this)};
+  const Reading reading(session);
+  return readMetadata(reading.connection());
+}
+
+void SQLiteStore::setMetadata(const ValueDictionary& metadata) {
+  ReadSession session{Ref<SQLiteStore>(this)};
+  WriteTransaction transaction(session);
+  Connection& connection = transaction.connection();
+  writeMetadata(connection, mergedMetadata(metadata, readMetadata(connection)));
+  transaction.noteOtherChange();
+  transaction.commit({});
+}
+
+HistoryPosition SQLiteStore::newestTransaction() {
+  ReadSession session{Ref<SQLiteStore>(this)};
+  return session.newestTransaction();
+}
+
+void SQLiteStore::close() noexcept { core_->pool().close(); }
+
+bool SQLiteStore::isClosed() const noexcept { return core_->pool().isClosed(); }
+
+}  // namespace coredata

@@ -1,0 +1,78 @@
+#include "CoreData/SQLite/SchemaCheck.h"
+
+#include <string_view>
+
+#include "CoreData/SQLite/Connection.h"
+#include "CoreData/SQLite/RowColumns.h"
+#include "CoreData/SQLite/StoreSchema.h"
+#include "absl/container/flat_hash_map.h"
+
+namespace coredata {
+
+namespace {
+using Kind = SchemaObject::Kind;
+using Expected = absl::flat_hash_map<std::string_view, const SchemaObject*>;
+
+Expected byName(const std::vector<SchemaObject>& schema) {
+  Expected result;
+  result.reserve(schema.size());
+  for (const SchemaObject& object : schema) result.emplace(object.name, &object);
+  return result;
+}
+
+/// What SQLite adds by itself: indexes of keys, and the statistics that ANALYZE leaves for the
+/// planner.
+bool isSQLitesOwn(std::string_view type, std::string_view name, std::string_view sql) {
+  if (type == "index") return sql.empty();
+  return name == "sqlite_stat1" && sql == "CREATE TABLE sqlite_stat1(tbl,idx,stat)";
+}
+
+std::string quote(std::string_view name) { return "\"" + std::string(name) + "\""; }
+}  // namespace
+
+SchemaCheck checkSchema(Connection& connection, const NSManagedObjectModel& model) {
+  const std::vector<SchemaObject> schema = storeSchema(model);
+  Expected expected = byName(schema);
+  SchemaCheck result;
+  const auto report = [&](std::string problem) {
+    if (result.problem.empty()) result.problem = std::move(problem);
+  };
+  Statement statement(connection, "SELECT type, name, sql FROM sqlite_master");
+  while (statement.step()) {
+    const std::string_view type = statement.text(0);
+    const std::string_view name = statement.text(1);
+    const std::string_view sql = statement.text(2);
+    const auto found = expected.find(name);
+    const bool isKnown = found != expected.end() && found->second->sql == sql;
+    if (isKnown) {
+      if (name == "_metadata") result.hasMetadata = true;
+      expected.erase(found);
+    } else if (isSQLitesOwn(type, name, sql)) {
+      continue;
+    } else if (type == "index") {
+      result.indexChanges.push_back("DROP INDEX " + quoted(name));
+    } else {
+      report("it holds a " + std::string(type) + " " + quote(name) +
+             " that no store of this model has.");
+    }
+  }
+  for (const SchemaObject& object : schema) {
+    if (!expected.contains(object.name)) continue;
+    if (object.kind == Kind::index) {
+      result.indexChanges.push_back(object.sql);
+    } else {
+      report("it has no table " + quote(object.name) + " as this model needs it.");
+    }
+  }
+  return result;
+}
+
+void rebuildIndexes(Connection& connection, const NSManagedObjectModel& model) {
+  connection.beginWriting();
+  for (const std::string& change : checkSchema(connection, model).indexChanges) {
+    connection.execute(change.c_str());
+  }
+  connection.commit();
+}
+
+}  // namespace coredata

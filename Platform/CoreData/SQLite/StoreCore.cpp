@@ -1,0 +1,49 @@
+#include "CoreData/SQLite/StoreCore.h"
+
+#include "CoreData/SQLite/SQLiteStoreError.h"
+
+namespace coredata {
+
+using foundation::Ref;
+
+StoreCore::StoreCore(StoreOptions options, Ref<const NSManagedObjectModel> model,
+                     OpenedStore opened)
+    : options_(std::move(options)),
+      model_(std::move(model)),
+      identifier_(opened.identifier),
+      schemaVersion_(opened.schemaVersion),
+      counters_(*model_),
+      history_(model_->entities().size()),
+      pool_(std::make_shared<ConnectionPool>(std::move(opened.path), std::move(opened.settings),
+                                             std::move(opened.connection))) {
+  columns_.reserve(model_->entities().size());
+  for (const NSEntityDescription* entity : model_->entities()) columns_.emplace_back(*entity);
+  if (!opened.usesLog || options_.readOnly) pool_->log().disable();
+}
+
+ConnectionLease StoreCore::lease() {
+  if (replaced_.load(std::memory_order_relaxed)) throwReplaced();
+  return pool_->lease();
+}
+
+CacheEpoch StoreCore::notice(Connection& connection, CacheEpoch epochBefore) {
+  const std::int64_t version = connection.dataVersion();
+  if (version == connection.seenDataVersion) return epochBefore;
+  requireSameStore(connection);
+  connection.seenDataVersion = version;
+  return rows_.outdate(epochBefore);
+}
+
+void StoreCore::requireSameStore(Connection& connection) {
+  // Nothing changes the schema of a store in use but another store's content copied over it.
+  if (connection.schemaVersion() == schemaVersion_) return;
+  replaced_.store(true, std::memory_order_relaxed);
+  throwReplaced();
+}
+
+void StoreCore::throwReplaced() const {
+  throw storeError(StoreErrorCode::replaced, "The content of the store " + pool_->path() +
+                                                 " was replaced; close it and open it again.");
+}
+
+}  // namespace coredata

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "CoreData/SQLite/ConnectionPool.h"
+#include "CoreData/SQLite/HistoryWriter.h"
+#include "CoreData/SQLite/RowCache.h"
+#include "CoreData/SQLite/RowColumns.h"
+#include "CoreData/SQLite/StoreCounters.h"
+#include "CoreData/SQLite/StoreOpening.h"
+#include "CoreData/SQLite/WriterGate.h"
+
+namespace coredata {
+
+/// What the sessions and transactions of one open store share.
+///
+/// Threading: use it on any thread; what only the writer inside the gate may touch says so.
+class StoreCore {
+ public:
+  StoreCore(StoreOptions options, foundation::Ref<const NSManagedObjectModel> model,
+            OpenedStore opened);
+
+  [[nodiscard]] const StoreOptions& options() const noexcept { return options_; }
+  [[nodiscard]] const NSManagedObjectModel& model() const noexcept { return *model_; }
+  [[nodiscard]] const foundation::UUID& identifier() const noexcept { return identifier_; }
+  [[nodiscard]] const RowColumns& columns(const NSEntityDescription& entity) const noexcept {
+    return columns_[entity.index()];
+  }
+  [[nodiscard]] ConnectionPool& pool() const noexcept { return *pool_; }
+  [[nodiscard]] RowCache& rows() noexcept { return rows_; }
+  [[nodiscard]] WriterGate& gate() noexcept { return gate_; }
+
+  /// Inside the gate only.
+  [[nodiscard]] StoreCounters& counters() noexcept { return counters_; }
+  [[nodiscard]] HistoryWriter& history() noexcept { return history_; }
+
+  /// A connection of the store. Throws when the store was closed, replaced, or opened before a
+  /// fork.
+  [[nodiscard]] ConnectionLease lease();
+
+  /// To be called at the start of each transaction of a connection, with the cache's epoch from
+  /// before it: if others have committed since the connection's last one, forgets the rows that
+  /// they may have changed and makes sure that it is still the same store. Gives the epoch of the
+  /// transaction's snapshot.
+  [[nodiscard]] CacheEpoch notice(Connection& connection, CacheEpoch epochBefore);
+
+ private:
+  void requireSameStore(Connection& connection);
+  [[noreturn]] void throwReplaced() const;
+
+  const StoreOptions options_;
+  const foundation::Ref<const NSManagedObjectModel> model_;
+  const foundation::UUID identifier_;
+  const std::int64_t schemaVersion_;
+  std::vector<RowColumns> columns_;
+  RowCache rows_;
+  WriterGate gate_;
+  StoreCounters counters_;
+  HistoryWriter history_;
+  std::atomic<bool> replaced_{false};
+  std::shared_ptr<ConnectionPool> pool_;
+};
+
+}  // namespace coredata

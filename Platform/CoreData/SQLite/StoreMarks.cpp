@@ -1,0 +1,68 @@
+#include "CoreData/SQLite/StoreMarks.h"
+
+#include <algorithm>
+
+#include "CoreData/SQLite/Connection.h"
+
+namespace coredata {
+
+using foundation::Date;
+
+namespace {
+// No entity's name begins with an underscore.
+constexpr std::string_view kNumberMark = "_transaction";
+constexpr std::string_view kTimestampMark = "_timestamp";
+
+Statement& markStatement(Connection& connection) {
+  return connection.statement({StatementKind::mark},
+                              [] { return "SELECT value FROM _mark WHERE name=?"; });
+}
+
+Statement& raiseStatement(Connection& connection) {
+  return connection.statement({StatementKind::raiseMark}, [] {
+    return "INSERT INTO _mark(name, value) VALUES(?, ?) ON CONFLICT(name) DO UPDATE SET "
+           "value=excluded.value WHERE excluded.value>value";
+  });
+}
+}  // namespace
+
+std::int64_t keyMark(Connection& connection, std::string_view entityName) {
+  Statement& statement = markStatement(connection);
+  const StatementUse use(statement);
+  statement.bindText(1, entityName);
+  return statement.step() ? statement.integer(0) : 0;
+}
+
+void raiseKeyMark(Connection& connection, std::string_view entityName, std::int64_t key) {
+  Statement& statement = raiseStatement(connection);
+  statement.bindText(1, entityName);
+  statement.bindInteger(2, key);
+  statement.run();
+}
+
+void raiseHistoryMarks(Connection& connection, const HistoryPosition& position) {
+  raiseKeyMark(connection, kNumberMark, position.number);
+  Statement& statement = raiseStatement(connection);
+  statement.bindText(1, kTimestampMark);
+  statement.bindReal(2, position.timestamp.timeIntervalSinceReferenceDate());
+  statement.run();
+}
+
+HistoryPosition newestTransactionIn(Connection& connection) {
+  HistoryPosition result;
+  Statement& newest = connection.statement({StatementKind::newestTransaction}, [] {
+    return "SELECT number, timestamp FROM _transaction ORDER BY number DESC LIMIT 1";
+  });
+  {
+    const StatementUse use(newest);
+    if (newest.step()) result = {newest.integer(0), Date::fromReference(newest.real(1))};
+  }
+  result.number = std::max(result.number, keyMark(connection, kNumberMark));
+  Statement& mark = markStatement(connection);
+  const StatementUse use(mark);
+  mark.bindText(1, kTimestampMark);
+  if (mark.step()) result.timestamp = std::max(result.timestamp, Date::fromReference(mark.real(0)));
+  return result;
+}
+
+}  // namespace coredata

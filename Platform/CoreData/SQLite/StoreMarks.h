@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "CoreData/SQLite/SQLiteStore.h"
+
+namespace coredata {
+
+class Connection;
+
+// Numbers that a store must not give out again although no row shows them any more: an entity's
+// highest key after its row was deleted, under the entity's name, and the newest transaction after
+// the history was cut or the content replaced.
+
+/// The highest key that the entity is known to have used without a row to show for it; 0 when there
+/// is none.
+[[nodiscard]] std::int64_t keyMark(Connection& connection, std::string_view entityName);
+/// Both raise a mark in the transaction that is open, and never lower one.
+void raiseKeyMark(Connection& connection, std::string_view entityName, std::int64_t key);
+void raiseHistoryMarks(Connection& connection, const HistoryPosition& position);
+
+/// The newest transaction that any later one must exceed in number and stamp: the last recorded, or
+/// the marks.
+[[nodiscard]] HistoryPosition newestTransactionIn(Connection& connection);
+
+}  // namespace coredata

@@ -1,0 +1,282 @@
+#include "CoreData/SQLite/StoreOpening.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "CoreData/SQLite/SQLiteStoreError.h"
+#include "CoreData/SQLite/SchemaCheck.h"
+#include "CoreData/SQLite/StoreMetadata.h"
+#include "CoreData/SQLite/StorePragmas.h"
+#include "CoreData/SQLite/StoreSchema.h"
+#include "CoreData/SQLite/WriteAheadLog.h"
+#include "Foundation/Internal/FileSystem.h"
+
+namespace coredata {
+
+using foundation::Error;
+using foundation::FileSystem;
+using foundation::UUID;
+using foundation::ValueDictionary;
+
+namespace {
+/// What SQLite's failure means for somebody who wants to open a store. Called where the error was
+/// caught; throws it on when it says enough by itself.
+[[noreturn]] void throwMeaning(const Error& error, const std::string& path) {
+  const auto say = [&](StoreErrorCode code, const std::string& text) {
+    return storeError(code, text, error.clone());
+  };
+  if (error.domain() != foundation::kSQLiteErrorDomain) throw;
+  switch (error.code() & 0xff) {
+    case SQLITE_NOTADB:
+      throw say(StoreErrorCode::notAStore, "The file " + path + " is not a store.");
+    case SQLITE_CORRUPT:
+      throw say(StoreErrorCode::damaged, "The store " + path + " is damaged.");
+    case SQLITE_CANTOPEN:
+    case SQLITE_PERM:
+    case SQLITE_READONLY:
+      throw say(StoreErrorCode::notWritable,
+                "The store " + path +
+                    " cannot be opened: its file, its directory and the files beside it must be "
+                    "accessible.");
+    case SQLITE_BUSY:
+      throw say(StoreErrorCode::busy, "The store " + path + " is in use by another process.");
+    default:
+      throw;
+  }
+}
+
+std::string pathOf(const foundation::URL& url) {
+  if (auto path = url.filePath()) return *path;
+  throw storeError(StoreErrorCode::invalidOption,
+                   "A store lies in a file, which " + url.absoluteString() + " does not name.");
+}
+
+std::optional<struct stat> statusOf(const std::string& path) {
+  const auto status = FileSystem::current().status(AT_FDCWD, path.c_str(), 0);
+  if (status) return *status;
+  if (status.error() == ENOENT || status.error() == ENOTDIR) return std::nullopt;
+  throw storeError(
+      StoreErrorCode::notWritable, "The store " + path + " cannot be reached.",
+      std::make_shared<Error>(std::string(foundation::kPosixErrorDomain), status.error(), "stat"));
+}
+
+std::string directoryOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+/// Makes an empty file that only its owner may read, and leaves one alone that is there. Nobody can
+/// have opened a file that did not exist, so closing this descriptor takes nobody's locks away.
+void createFile(const std::string& path) {
+  FileSystem& files = FileSystem::current();
+  const auto file =
+      files.open(AT_FDCWD, path.c_str(), O_RDWR | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
+  if (file) return files.close(*file);
+  if (file.error() == EEXIST) return;
+  throw storeError(
+      StoreErrorCode::notWritable, "The store " + path + " cannot be made.",
+      std::make_shared<Error>(std::string(foundation::kPosixErrorDomain), file.error(), "open"));
+}
+
+void requireFile(const std::string& path, bool mayCreate) {
+  if (const auto status = statusOf(path)) {
+    if (S_ISREG(status->st_mode)) return;
+    throw storeError(StoreErrorCode::notAStore, path + " is not a file.");
+  }
+  if (!statusOf(directoryOf(path))) {
+    throw storeError(StoreErrorCode::missingDirectory,
+                     "The directory of the store " + path + " does not exist.");
+  }
+  if (!mayCreate) throw storeError(StoreErrorCode::missing, "There is no store " + path + ".");
+  createFile(path);
+}
+
+std::int64_t readNumber(Connection& connection, const char* sql) {
+  Statement statement(connection, sql);
+  return statement.step() ? statement.integer(0) : 0;
+}
+
+enum class Content : std::uint8_t { nothing, store };
+
+/// What the file's header says it is. Begins to read it, so this is where a file that is no
+/// database shows.
+Content contentOf(Connection& connection, const std::string& path) {
+  const std::int64_t application = readNumber(connection, "PRAGMA application_id");
+  if (application == kStoreApplicationId) {
+    if (readNumber(connection, "PRAGMA user_version") <= kStoreFormatVersion) return Content::store;
+    throw storeError(StoreErrorCode::newerVersion,
+                     "The store " + path + " was written by a newer version of this program.");
+  }
+  if (readNumber(connection, "PRAGMA page_count") == 0) return Content::nothing;
+  throw storeError(StoreErrorCode::notAStore,
+                   "The file " + path + " is a database, but not a store of this program.");
+}
+
+void createStore(Connection& connection, const StoreOptions& options,
+                 const NSManagedObjectModel& model) {
+  connection.execute(("PRAGMA page_size=" + std::to_string(kStorePageSize)).c_str());
+  connection.beginWriting();
+  // Somebody else may have been faster; then theirs is the store.
+  if (readNumber(connection, "PRAGMA page_count") != 0) return connection.rollBack();
+  connection.execute(("PRAGMA application_id=" + std::to_string(kStoreApplicationId)).c_str());
+  connection.execute(("PRAGMA user_version=" + std::to_string(kStoreFormatVersion)).c_str());
+  for (const SchemaObject& object : storeSchema(model)) connection.execute(object.sql.c_str());
+  const UUID identifier = options.newIdentifier.value_or(UUID());
+  writeMetadata(connection,
+                mergedMetadata(options.newMetadata, identifyingMetadata(model, identifier)));
+  connection.commit();
+}
+
+/// The number at the end of a version's name, and what stands before it.
+std::pair<std::string_view, long> splitName(std::string_view name) {
+  const std::size_t end = name.find_last_not_of("0123456789") + 1;
+  const std::string digits(name.substr(end));
+  return {name.substr(0, end), digits.empty() || digits.size() > 9 ? -1 : std::stol(digits)};
+}
+
+bool isNewer(const ValueDictionary& metadata, const NSManagedObjectModel& model) {
+  const auto found = metadata.find(NSStoreModelVersionIdentifiersKey);
+  const auto* names = found == metadata.end() ? nullptr : found->second.list();
+  if (names == nullptr) return false;
+  return std::ranges::any_of(*names, [&](const foundation::Value& value) {
+    if (value.text() == nullptr) return false;
+    const auto [name, number] = splitName(*value.text());
+    return std::ranges::any_of(model.versionIdentifiers(), [&](const std::string& own) {
+      const auto [ownName, ownNumber] = splitName(own);
+      return name == ownName && ownNumber >= 0 && number > ownNumber;
+    });
+  });
+}
+
+std::string namesOf(const ValueDictionary& metadata) {
+  const auto found = metadata.find(NSStoreModelVersionIdentifiersKey);
+  return found == metadata.end() ? "none" : found->second.description();
+}
+
+void requireCompatible(const ValueDictionary& metadata, const NSManagedObjectModel& model,
+                       const std::string& path) {
+  if (model.isConfiguration(std::nullopt, metadata)) return;
+  if (isNewer(metadata, model)) {
+    throw storeError(StoreErrorCode::newerVersion,
+                     "The store " + path +
+                         " was written by a newer version of this program; its model is " +
+                         namesOf(metadata) + ".");
+  }
+  throw storeError(StoreErrorCode::incompatibleModel,
+                   "The store " + path + " was written with another version of the model, " +
+                       namesOf(metadata) + "; it has to be migrated first.");
+}
+
+/// Looks through schema and metadata, in the read transaction that is open, and ends it.
+void verify(OpenedStore& store, const StoreOptions& options, const NSManagedObjectModel& model) {
+  Connection& connection = *store.connection;
+  const SchemaCheck check = checkSchema(connection, model);
+  if (!check.hasMetadata) {
+    throw storeError(StoreErrorCode::damaged, "The store " + store.path + " has no metadata.");
+  }
+  const ValueDictionary metadata = readMetadata(connection);
+  requireCompatible(metadata, model, store.path);
+  if (!check.problem.empty()) {
+    throw storeError(StoreErrorCode::foreignSchema,
+                     "The store " + store.path + " is not used: " + check.problem);
+  }
+  const auto identifier = storeIdentifier(metadata);
+  if (!identifier) {
+    throw storeError(StoreErrorCode::damaged, "The store " + store.path + " has no identifier.");
+  }
+  store.identifier = *identifier;
+  store.schemaVersion = connection.schemaVersion();
+  connection.seenDataVersion = connection.dataVersion();
+  connection.commit();
+  if (check.indexChanges.empty() || options.readOnly) return;
+  rebuildIndexes(connection, model);
+  store.schemaVersion = connection.schemaVersion();
+}
+
+std::string setJournalMode(Connection& connection, const char* sql) {
+  Statement statement(connection, sql);
+  return statement.step() ? std::string(statement.text(0)) : std::string();
+}
+
+/// Leaves the log for a rollback journal. While others have the store open that is refused; then as
+/// much as possible of the log is copied into the file, which is what leaving it is wanted for.
+bool leaveLog(Connection& connection, const std::string& path) {
+  // A log left behind by a file that no longer uses one would be taken for newer than the file.
+  connection.setKeepsLogFile(false);
+  try {
+    if (setJournalMode(connection, "PRAGMA journal_mode=DELETE") == "delete") return true;
+  } catch (const Error& error) {
+    const auto code = error.code() & 0xff;
+    if (code != SQLITE_BUSY && code != SQLITE_LOCKED) throw;
+  }
+  connection.setKeepsLogFile(true);
+  WriteAheadLog(path).fold(connection);
+  return false;
+}
+
+void chooseJournal(OpenedStore& store) {
+  const auto mode = store.settings.pragmas.find("journal_mode");
+  if (mode != store.settings.pragmas.end() && mode->second == "DELETE") {
+    store.usesLog = !leaveLog(*store.connection, store.path);
+    return;
+  }
+  const std::string result = setJournalMode(*store.connection, "PRAGMA journal_mode=WAL");
+  if (result == "wal") return;
+  throw storeError(StoreErrorCode::notWritable,
+                   "The store " + store.path +
+                       " lies where no log can be kept beside it, perhaps on a network.");
+}
+}  // namespace
+
+OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& model) {
+  OpenedStore store;
+  store.path = pathOf(options.url);
+  store.settings = {options.readOnly, options.busyTimeout, checkedPragmas(options.pragmas)};
+  requireFile(store.path, !options.readOnly);
+  try {
+    store.connection = std::make_unique<Connection>(store.path, store.settings);
+    Connection& connection = *store.connection;
+    if (!options.readOnly && sqlite3_db_readonly(connection.handle(), "main") == 1) {
+      throw storeError(StoreErrorCode::notWritable,
+                       "The store " + store.path + " may only be read, not written.");
+    }
+    // One transaction from here to the end of the check: else another process could make the store
+    // in between.
+    connection.begin();
+    if (contentOf(connection, store.path) == Content::nothing) {
+      connection.rollBack();
+      if (options.readOnly) {
+        throw storeError(StoreErrorCode::missing, "There is no store in " + store.path + ".");
+      }
+      createStore(connection, options, model);
+      connection.begin();
+    }
+    verify(store, options, model);
+    if (!options.readOnly) chooseJournal(store);
+    return store;
+  } catch (const Error& error) {
+    throwMeaning(error, store.path);
+  }
+}
+
+ValueDictionary metadataOfFile(const foundation::URL& url) {
+  const std::string path = pathOf(url);
+  requireFile(path, false);
+  try {
+    ConnectionSettings settings;
+    settings.readOnly = true;
+    Connection connection(path, settings);
+    connection.begin();
+    if (contentOf(connection, path) == Content::nothing) {
+      throw storeError(StoreErrorCode::missing, "There is no store in " + path + ".");
+    }
+    return readMetadata(connection);
+  } catch (const Error& error) {
+    throwMeaning(error, path);
+  }
+}
+
+}  // namespace coredata

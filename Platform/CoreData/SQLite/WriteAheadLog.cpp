@@ -1,0 +1,122 @@
+#include "CoreData/SQLite/WriteAheadLog.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+
+#include "CoreData/SQLite/Connection.h"
+#include "CoreData/SQLite/StoreSchema.h"
+
+namespace coredata {
+
+using foundation::Error;
+
+namespace {
+constexpr std::int64_t kMiB = std::int64_t{1} << 20;
+constexpr std::int64_t kGrowth = kMiB;
+/// A save that needs more than this extends the file by itself.
+constexpr std::int64_t kRoomForASave = 128 * 1024;
+constexpr std::int64_t kMaxSizeWhenClosed = 5 * kMiB;
+constexpr int kHeaderSize = 32;
+constexpr int kFrameHeaderSize = 24;
+
+std::int64_t endOf(int pages) {
+  return pages <= 0 ? 0 : kHeaderSize + std::int64_t{pages} * (kFrameHeaderSize + kStorePageSize);
+}
+
+/// SQLite's own handle of the log file; null when it has none open.
+sqlite3_file* logFile(const Connection& connection) {
+  sqlite3_file* file = nullptr;
+  const int result =
+      sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &file);
+  return result == SQLITE_OK && file != nullptr && file->pMethods != nullptr ? file : nullptr;
+}
+
+std::int64_t sizeOf(sqlite3_file* file) {
+  sqlite3_int64 size = 0;
+  return file->pMethods->xFileSize(file, &size) == SQLITE_OK ? size : -1;
+}
+
+/// Zeros end a log: no frame carries them for its salt. They are written rather than the file
+/// merely lengthened, or each commit would still have to find blocks for what it overwrites.
+void fillWithZeros(sqlite3_file* file, std::int64_t from, std::int64_t to) {
+  static constexpr std::array<std::uint8_t, 64 * 1024> kZeros{};
+  while (from < to) {
+    const auto count = std::min<std::int64_t>(to - from, kZeros.size());
+    // A full disk is the save's to find out: this is only to make it faster.
+    if (file->pMethods->xWrite(file, kZeros.data(), static_cast<int>(count), from) != SQLITE_OK) {
+      return;
+    }
+    from += count;
+  }
+}
+}  // namespace
+
+void WriteAheadLog::makeRoom(Connection& connection) {
+  if (!enabled_) return;
+  sqlite3_file* file = logFile(connection);
+  if (file == nullptr) return;
+  const std::int64_t size = sizeOf(file);
+  if (size >= 0 && size - endOf(pages_) < kRoomForASave) fillWithZeros(file, size, size + kGrowth);
+}
+
+void WriteAheadLog::committed(Connection& connection) {
+  if (!enabled_) return;
+  pages_ = connection.logPages();
+  if (pages_ < nextCheckpointAt_) return;
+  const SideLock::Guard guard = lock_.tryLock();
+  int pages = 0;
+  if (guard && checkpoint(connection, SQLITE_CHECKPOINT_RESTART, pages)) {
+    nextCheckpointAt_ = kLongLogPages;
+    return;
+  }
+  // Somebody reads an old state or writes a new one. Asking again at every commit would cost each
+  // of them a sync.
+  nextCheckpointAt_ = pages_ + kLongLogPages / 4;
+}
+
+bool WriteAheadLog::checkpoint(Connection& connection, int mode, int& pages) {
+  int copied = 0;
+  const int result = connection.withoutWaiting([&] {
+    return sqlite3_wal_checkpoint_v2(connection.handle(), "main", mode, &pages, &copied);
+  });
+  if (result == SQLITE_OK) {
+    lastFailure_.reset();
+    return true;
+  }
+  if ((result & 0xff) != SQLITE_BUSY && (result & 0xff) != SQLITE_LOCKED) {
+    connection.abandon();
+    lastFailure_.emplace(std::string(foundation::kSQLiteErrorDomain), result,
+                         sqlite3_errmsg(connection.handle()));
+  }
+  return false;
+}
+
+void WriteAheadLog::fold(Connection& connection) noexcept {
+  if (!enabled_ || !connection.isUsable() || !connection.isOurs()) return;
+  try {
+    foldUnderLock(connection);
+  } catch (const std::exception&) {
+    // Whoever opens the store next reads the log as it stands.
+    connection.rollBack();
+  }
+}
+
+void WriteAheadLog::foldUnderLock(Connection& connection) {
+  const SideLock::Guard guard = lock_.tryLock();
+  if (!guard) return;
+  int pages = 0;
+  if (!checkpoint(connection, SQLITE_CHECKPOINT_FULL, pages) || pages <= 0) return;
+  sqlite3_file* file = logFile(connection);
+  if (file == nullptr) return;
+  const std::int64_t size = std::min(sizeOf(file), kMaxSizeWhenClosed);
+  // A log that is merely copied still has its frames, and the next to open it would read them all
+  // again. Cutting it off and growing it anew leaves nothing in it to be read.
+  if (!checkpoint(connection, SQLITE_CHECKPOINT_TRUNCATE, pages)) return;
+  connection.withoutWaiting([&] { connection.beginWriting(); });
+  // With the write lock in hand, an empty file says that nobody has written since.
+  if (sizeOf(file) == 0) fillWithZeros(file, 0, size);
+  connection.rollBack();
+}
+
+}  // namespace coredata

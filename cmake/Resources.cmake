@@ -27,8 +27,8 @@ endfunction()
 #                [MODEL <name> VERSIONS <source>... CURRENT <version name>]
 #                [MAPPINGS <source>...] [TABLES <directory>.lproj...])
 # Makes <name>.bundle, and a target <name>Bundle that builds it. Paths are relative to the calling folder.
-#   MODEL     Model.momd/ with every version compiled to a readable .mom and an optimised .omo, and the current
-#             version's name in VersionInfo.json
+#   MODEL     Model.momd/ with every version compiled to a readable .mom and an optimised .omo, and the list of
+#             versions with the current one's name in Info.json
 #   MAPPINGS  each source compiled to a .cdm
 #   TABLES    folders of texts, one a language, copied as they are
 function(cds_add_bundle name)
@@ -39,12 +39,7 @@ function(cds_add_bundle name)
   set(outputs)
 
   if(ARG_MODEL)
-    set(directory "${bundle}/${ARG_MODEL}.momd")
-    file(CONFIGURE OUTPUT "${directory}/VersionInfo.json" CONTENT "{\"current\": \"${ARG_CURRENT}\"}\n" @ONLY)
-    foreach(source IN LISTS ARG_VERSIONS)
-      cmake_path(GET source STEM LAST_ONLY version)
-      _cds_compile(outputs "${source}" "${directory}/${version}.mom" "${directory}/${version}.omo")
-    endforeach()
+    _cds_compile_model(outputs "${bundle}/${ARG_MODEL}.momd" "${ARG_CURRENT}" ${ARG_VERSIONS})
   endif()
 
   foreach(source IN LISTS ARG_MAPPINGS)
@@ -60,6 +55,28 @@ function(cds_add_bundle name)
   set_property(GLOBAL APPEND PROPERTY CDS_BUNDLES "${bundle}")
 endfunction()
 
+# One run of the compiler for all versions, which it checks against each other; appends the files that it writes to the
+# caller's list `made`.
+function(_cds_compile_model made directory current)
+  cds_model_compiler(command dependency)
+  set(sources)
+  set(outputs "${directory}/Info.json")
+  foreach(source IN LISTS ARGN)
+    cmake_path(GET source STEM LAST_ONLY version)
+    cmake_path(ABSOLUTE_PATH source)
+    list(APPEND sources "${source}")
+    list(APPEND outputs "${directory}/${version}.mom" "${directory}/${version}.omo")
+  endforeach()
+  cmake_path(GET directory FILENAME display)
+  add_custom_command(
+    OUTPUT ${outputs}
+    COMMAND ${command} compile ${sources} --output "${directory}" --current "${current}"
+    DEPENDS ${sources} ${dependency}
+    COMMENT "Compiling ${display}"
+    VERBATIM)
+  set(${made} ${${made}} ${outputs} PARENT_SCOPE)
+endfunction()
+
 # One run of the compiler, which appends the files named last to the caller's list `made`; what it writes follows from
 # their extensions.
 function(_cds_compile made source)
@@ -73,7 +90,7 @@ function(_cds_compile made source)
   cmake_path(GET first FILENAME display)
   add_custom_command(
     OUTPUT ${ARGN}
-    COMMAND ${command} "${source}" ${arguments}
+    COMMAND ${command} compile "${source}" ${arguments}
     DEPENDS "${source}" ${dependency}
     COMMENT "Compiling ${display}"
     VERBATIM)

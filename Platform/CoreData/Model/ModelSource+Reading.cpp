@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -70,15 +71,26 @@ class DuplicateGuard {
   std::vector<OpenObject> open_;
 };
 
+std::string lineAndColumn(std::string_view text, std::size_t byte) {
+  const auto before = text.substr(0, byte == 0 ? 0 : byte - 1);
+  const auto lines = std::ranges::count(before, '\n');
+  const auto lineStart = before.rfind('\n');
+  const auto column = before.size() - (lineStart == std::string_view::npos ? 0 : lineStart + 1);
+  return "line " + std::to_string(lines + 1) + ", column " + std::to_string(column + 1);
+}
+
+/// What the parser found wrong, without the identifier and the position that it puts before it.
+std::string complaint(const Json::parse_error& error) {
+  const std::string_view message(error.what());
+  const auto colon = message.find(": ");
+  return std::string(colon == std::string_view::npos ? message : message.substr(colon + 2));
+}
+
 Json parseJson(std::string_view text) {
   try {
     return Json::parse(text, DuplicateGuard());
   } catch (const Json::parse_error& error) {
-    // The library's messages begin with an identifier of their own in brackets.
-    const std::string_view message(error.what());
-    const auto bracket = message.find("] ");
-    fail("byte " + std::to_string(error.byte),
-         std::string(bracket == std::string_view::npos ? message : message.substr(bracket + 2)));
+    fail(lineAndColumn(text, error.byte), complaint(error));
   }
 }
 

@@ -26,6 +26,12 @@ class NSManagedObjectModel final : public foundation::Object {
   [[nodiscard]] static foundation::Ref<NSManagedObjectModel> contentsOf(const foundation::URL& url,
                                                                         std::string* why = nullptr);
 
+  /// The first model among compiled models, every version of a `.momd` directory included, that is
+  /// compatible with a store of this metadata; none when no model is. Files that cannot be read are
+  /// passed over.
+  [[nodiscard]] static foundation::Ref<NSManagedObjectModel> mergedModel(
+      std::span<const foundation::URL> from, const foundation::ValueDictionary& forStoreMetadata);
+
   /// The entities in the order of their names; an entity's `index()` is its place here.
   [[nodiscard]] std::span<const NSEntityDescription* const> entities() const noexcept {
     return entities_;

@@ -1,0 +1,322 @@
+#include <algorithm>
+#include <array>
+#include <bit>
+
+#include "CoreData/Model/Compiled/CompiledModel.h"
+#include "CoreData/Model/Internal/ByteReader.h"
+#include "CoreData/Model/Internal/ByteWriter.h"
+#include "CoreData/Model/Internal/Checksum.h"
+
+// file          := "CDMO" format:u16 model checksum:u32
+// model         := fingerprint:32 count identifier:text* count entity* count configuration*
+// entity        := name:text class:text renamedFrom:text flags:u8 hash:32
+//                  count attribute* count relationship* count index*
+// attribute     := name:text type:u16 flags:u8 default modifier:text renamedFrom:text
+// default       := 0 | 1 boolean:u8 | 2 integer:u64 | 3 double:u64 | 4 text
+// relationship  := name:text destination:text inverse:text flags:u8 deleteRule:u8 renamedFrom:text
+// index         := name:text count property:text*
+// configuration := name:text count entity:u16*
+// text          := count bytes
+// count         := u16
+//
+// Integers are little-endian, doubles their bits. Entities stand in the order of names; a
+// configuration names them by their place there. The checksum is the CRC-32 of all that stands
+// before it. Trailing bytes, unknown flags and unknown numbers are errors.
+
+namespace coredata {
+namespace {
+
+using foundation::NSNumber;
+using foundation::Value;
+
+constexpr std::array<std::uint8_t, 4> kMagic = {'C', 'D', 'M', 'O'};
+constexpr std::uint16_t kFormat = 1;
+constexpr std::size_t kHeadSize = kMagic.size() + sizeof kFormat;
+constexpr std::size_t kChecksumSize = sizeof(std::uint32_t);
+
+constexpr std::uint8_t kAbstract = 1;
+constexpr std::uint8_t kOptional = 1;
+constexpr std::uint8_t kScalar = 2;
+constexpr std::uint8_t kTransient = 4;
+constexpr std::uint8_t kToMany = 2;
+
+enum class DefaultKind : std::uint8_t { none, boolean, integer, real, text };
+
+// The least that an element of each list takes, by which counts are judged.
+constexpr std::size_t kLeastText = 2;
+constexpr std::size_t kLeastEntity = 3 * kLeastText + 1 + 32 + 3 * 2;
+constexpr std::size_t kLeastAttribute = 3 * kLeastText + 2 + 1 + 1;
+constexpr std::size_t kLeastRelationship = 4 * kLeastText + 2;
+constexpr std::size_t kLeastIndex = kLeastText + 2;
+constexpr std::size_t kLeastConfiguration = kLeastText + 2;
+
+constexpr std::uint8_t flag(bool isSet, std::uint8_t bit) { return isSet ? bit : std::uint8_t{0}; }
+
+class Writer {
+ public:
+  explicit Writer(const CompiledModel& model) : model_(model) {}
+
+  std::vector<std::uint8_t> write() && {
+    bytes_.addBytes(kMagic);
+    bytes_.add(kFormat);
+    bytes_.addBytes(model_.hashes.fingerprint);
+    addTexts(model_.source.identifiers);
+    const auto& entities = model_.source.entities;
+    bytes_.addCount(entities.size());
+    for (std::size_t i = 0; i < entities.size(); ++i) add(entities[i], model_.hashes.entities[i]);
+    addEach(model_.source.configurations);
+    bytes_.add(checksum(bytes_.bytes()));
+    return std::move(bytes_).take();
+  }
+
+ private:
+  template <typename Element>
+  void addEach(const std::vector<Element>& list) {
+    bytes_.addCount(list.size());
+    for (const auto& element : list) add(element);
+  }
+
+  void addTexts(const std::vector<std::string>& texts) {
+    bytes_.addCount(texts.size());
+    for (const auto& text : texts) bytes_.addText(text);
+  }
+
+  void add(const EntitySource& entity, const VersionHash& hash) {
+    bytes_.addText(entity.name);
+    bytes_.addText(entity.className);
+    bytes_.addText(entity.renamedFrom);
+    bytes_.add(flag(entity.abstract, kAbstract));
+    bytes_.addBytes(hash);
+    addEach(entity.attributes);
+    addEach(entity.relationships);
+    addEach(entity.indexes);
+  }
+
+  void add(const AttributeSource& attribute) {
+    bytes_.addText(attribute.name);
+    bytes_.add(static_cast<std::uint16_t>(attribute.type));
+    bytes_.add(static_cast<std::uint8_t>(flag(attribute.optional, kOptional) |
+                                         flag(attribute.scalar, kScalar) |
+                                         flag(attribute.transient, kTransient)));
+    add(attribute.defaultValue);
+    bytes_.addText(attribute.hashModifier);
+    bytes_.addText(attribute.renamedFrom);
+  }
+
+  void add(const Value& value) {
+    if (const auto* text = value.text()) {
+      addKind(DefaultKind::text);
+      bytes_.addText(*text);
+    } else if (const auto* number = value.number()) {
+      add(*number);
+    } else {
+      addKind(DefaultKind::none);
+    }
+  }
+
+  void add(const NSNumber& number) {
+    switch (number.kind()) {
+      case NSNumber::Kind::boolean:
+        addKind(DefaultKind::boolean);
+        return bytes_.add(std::uint8_t{number.boolValue()});
+      case NSNumber::Kind::integer:
+        addKind(DefaultKind::integer);
+        return bytes_.add(std::bit_cast<std::uint64_t>(number.int64Value()));
+      case NSNumber::Kind::real:
+        addKind(DefaultKind::real);
+        return bytes_.add(std::bit_cast<std::uint64_t>(number.doubleValue()));
+    }
+  }
+
+  void addKind(DefaultKind kind) { bytes_.add(static_cast<std::uint8_t>(kind)); }
+
+  void add(const RelationshipSource& relationship) {
+    bytes_.addText(relationship.name);
+    bytes_.addText(relationship.destination);
+    bytes_.addText(relationship.inverse);
+    bytes_.add(static_cast<std::uint8_t>(flag(relationship.optional, kOptional) |
+                                         flag(relationship.toMany, kToMany)));
+    bytes_.add(static_cast<std::uint8_t>(relationship.deleteRule));
+    bytes_.addText(relationship.renamedFrom);
+  }
+
+  void add(const IndexSource& index) {
+    bytes_.addText(index.name);
+    addTexts(index.properties);
+  }
+
+  void add(const ConfigurationSource& configuration) {
+    bytes_.addText(configuration.name);
+    bytes_.addCount(configuration.entities.size());
+    for (const auto& name : configuration.entities) {
+      const auto found =
+          std::ranges::lower_bound(model_.source.entities, name, {}, &EntitySource::name);
+      bytes_.add(static_cast<std::uint16_t>(found - model_.source.entities.begin()));
+    }
+  }
+
+  const CompiledModel& model_;
+  ByteWriter bytes_;
+};
+
+class Reader {
+ public:
+  explicit Reader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+
+  CompiledModel read() && {
+    model_.hashes.fingerprint = readHash();
+    model_.source.identifiers = readTexts();
+    model_.source.entities = readList(kLeastEntity, &Reader::readEntity);
+    if (!std::ranges::is_sorted(model_.source.entities, {}, &EntitySource::name)) {
+      ByteReader::fail("its entities are out of order");
+    }
+    model_.source.configurations = readList(kLeastConfiguration, &Reader::readConfiguration);
+    if (!bytes_.isAtEnd()) ByteReader::fail("something follows its end");
+    return std::move(model_);
+  }
+
+ private:
+  template <typename Element>
+  std::vector<Element> readList(std::size_t leastSize, Element (Reader::*readElement)()) {
+    const auto count = bytes_.takeCount(leastSize);
+    std::vector<Element> list;
+    list.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) list.push_back((this->*readElement)());
+    return list;
+  }
+
+  std::string readText() { return std::string(bytes_.takeText()); }
+  std::vector<std::string> readTexts() { return readList(kLeastText, &Reader::readText); }
+
+  VersionHash readHash() {
+    VersionHash hash{};
+    std::ranges::copy(bytes_.takeBytes(hash.size()), hash.begin());
+    return hash;
+  }
+
+  std::uint8_t readFlags(std::uint8_t known) {
+    const auto flags = bytes_.take<std::uint8_t>();
+    if ((flags & ~known) != 0) ByteReader::fail("it holds unknown flags");
+    return flags;
+  }
+
+  EntitySource readEntity() {
+    EntitySource entity;
+    entity.name = readText();
+    entity.className = readText();
+    entity.renamedFrom = readText();
+    entity.abstract = readFlags(kAbstract) != 0;
+    model_.hashes.entities.push_back(readHash());
+    entity.attributes = readList(kLeastAttribute, &Reader::readAttribute);
+    entity.relationships = readList(kLeastRelationship, &Reader::readRelationship);
+    entity.indexes = readList(kLeastIndex, &Reader::readIndex);
+    return entity;
+  }
+
+  AttributeSource readAttribute() {
+    AttributeSource attribute;
+    attribute.name = readText();
+    const auto type = attributeTypeNumbered(bytes_.take<std::uint16_t>());
+    if (!type) ByteReader::fail("it holds an unknown type");
+    attribute.type = *type;
+    const auto flags = readFlags(kOptional | kScalar | kTransient);
+    attribute.optional = (flags & kOptional) != 0;
+    attribute.scalar = (flags & kScalar) != 0;
+    attribute.transient = (flags & kTransient) != 0;
+    attribute.defaultValue = readDefault();
+    attribute.hashModifier = readText();
+    attribute.renamedFrom = readText();
+    return attribute;
+  }
+
+  Value readDefault() {
+    switch (static_cast<DefaultKind>(bytes_.take<std::uint8_t>())) {
+      case DefaultKind::none:
+        return {};
+      case DefaultKind::boolean:
+        return readFlags(1) != 0;
+      case DefaultKind::integer:
+        return std::bit_cast<std::int64_t>(bytes_.take<std::uint64_t>());
+      case DefaultKind::real:
+        return std::bit_cast<double>(bytes_.take<std::uint64_t>());
+      case DefaultKind::text:
+        return readText();
+    }
+    ByteReader::fail("it holds an unknown kind of default");
+  }
+
+  RelationshipSource readRelationship() {
+    RelationshipSource relationship;
+    relationship.name = readText();
+    relationship.destination = readText();
+    relationship.inverse = readText();
+    const auto flags = readFlags(kOptional | kToMany);
+    relationship.optional = (flags & kOptional) != 0;
+    relationship.toMany = (flags & kToMany) != 0;
+    const auto rule = bytes_.take<std::uint8_t>();
+    if (rule > static_cast<std::uint8_t>(NSDeleteRule::deny)) {
+      ByteReader::fail("it holds an unknown delete rule");
+    }
+    relationship.deleteRule = static_cast<NSDeleteRule>(rule);
+    relationship.renamedFrom = readText();
+    return relationship;
+  }
+
+  IndexSource readIndex() {
+    IndexSource index;
+    index.name = readText();
+    index.properties = readTexts();
+    return index;
+  }
+
+  ConfigurationSource readConfiguration() {
+    ConfigurationSource configuration;
+    configuration.name = readText();
+    configuration.entities = readList(sizeof(std::uint16_t), &Reader::readEntityName);
+    return configuration;
+  }
+
+  std::string readEntityName() {
+    const std::size_t place = bytes_.take<std::uint16_t>();
+    if (place >= model_.source.entities.size()) {
+      ByteReader::fail("a configuration names an entity that is not there");
+    }
+    return model_.source.entities[place].name;
+  }
+
+  ByteReader bytes_;
+  CompiledModel model_;
+};
+
+/// The part between the head and the checksum, when both are right.
+std::span<const std::uint8_t> unwrapped(std::span<const std::uint8_t> bytes) {
+  ByteReader head(bytes);
+  if (!std::ranges::equal(head.takeBytes(kMagic.size()), kMagic)) {
+    ByteReader::fail("it does not begin as one");
+  }
+  const auto format = head.take<std::uint16_t>();
+  if (format > kFormat) {
+    throw modelError(ModelErrorCode::newerFormat, "The compiled model is in format " +
+                                                      std::to_string(format) +
+                                                      ", which a newer compiler writes.");
+  }
+  if (format != kFormat) ByteReader::fail("there is no format " + std::to_string(format));
+  if (bytes.size() < kHeadSize + kChecksumSize) ByteReader::fail("it ends too early");
+  ByteReader tail(bytes.last(kChecksumSize));
+  if (tail.take<std::uint32_t>() != checksum(bytes.first(bytes.size() - kChecksumSize))) {
+    ByteReader::fail("its checksum is wrong");
+  }
+  return bytes.subspan(kHeadSize, bytes.size() - kHeadSize - kChecksumSize);
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> optimizedForm(const CompiledModel& model) {
+  return Writer(model).write();
+}
+
+CompiledModel fromOptimizedForm(std::span<const std::uint8_t> bytes) {
+  return Reader(unwrapped(bytes)).read();
+}
+
+}  // namespace coredata

@@ -14,6 +14,7 @@ enum class FetchErrorCode : std::int64_t {
   unsuitableKey = 134062,  ///< the property exists, but not for this use
   kindMismatch = 134063,   ///< a text is compared with a number, or the like
   noStore = 134064,        ///< the coordinator has no store to ask
+  tooDeep = 134065,        ///< a predicate with more levels than the store can take
 };
 
 [[nodiscard]] inline foundation::Error fetchError(FetchErrorCode code, std::string message) {

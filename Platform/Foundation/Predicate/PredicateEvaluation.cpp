@@ -273,4 +273,34 @@ bool evaluate(const PredicateShape& shape, std::span<const Value> arguments, Sub
   return Evaluation(arguments, subject, reader).holds(shape.root());
 }
 
+bool evaluate(const PredicateNode& node, std::span<const Value> arguments, Subject subject,
+              const SubjectReader& reader) {
+  return Evaluation(arguments, subject, reader).holds(node);
+}
+
+bool testTexts(ComparisonOperator comparison, std::string_view left, std::string_view right,
+               TextOption option) noexcept {
+  switch (comparison) {
+    case ComparisonOperator::equal:
+      return textsAreEqual(left, right, option);
+    case ComparisonOperator::beginsWith:
+      return textBeginsWith(left, right, option);
+    case ComparisonOperator::endsWith:
+      return textEndsWith(left, right, option);
+    case ComparisonOperator::contains:
+      return textContains(left, right, option);
+    case ComparisonOperator::like:
+      return textIsLike(left, right, option);
+    case ComparisonOperator::notEqual:
+    case ComparisonOperator::less:
+    case ComparisonOperator::lessOrEqual:
+    case ComparisonOperator::greater:
+    case ComparisonOperator::greaterOrEqual:
+    case ComparisonOperator::in:
+    case ComparisonOperator::between:
+      break;
+  }
+  return false;
+}
+
 }  // namespace foundation

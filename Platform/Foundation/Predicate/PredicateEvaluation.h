@@ -1,6 +1,7 @@
 #pragma once
 
 #include <span>
+#include <string_view>
 
 #include "Foundation/Predicate/SubjectReader.h"
 
@@ -22,5 +23,13 @@ namespace foundation {
 /// Allocates nothing beyond what the reader does. Throws what the reader throws.
 [[nodiscard]] bool evaluate(const PredicateShape& shape, std::span<const Value> arguments,
                             Subject subject, const SubjectReader& reader);
+
+/// The same for one comparison, or a tree of them, that is no shape of its own but a part of one.
+[[nodiscard]] bool evaluate(const PredicateNode& node, std::span<const Value> arguments,
+                            Subject subject, const SubjectReader& reader);
+
+/// Whether a text operator, or `=`, holds between two texts.
+[[nodiscard]] bool testTexts(ComparisonOperator comparison, std::string_view left,
+                             std::string_view right, TextOption option) noexcept;
 
 }  // namespace foundation

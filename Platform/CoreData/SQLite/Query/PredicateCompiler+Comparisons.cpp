@@ -1,0 +1,225 @@
+#include <utility>
+
+#include "CoreData/SQLite/Query/PredicateCompiler.h"
+
+namespace coredata {
+
+using foundation::ArgumentRule;
+using foundation::ArgumentSpecifier;
+using foundation::ComparisonOperator;
+using foundation::ExpressionNode;
+
+namespace {
+
+ComparisonOperator mirrored(ComparisonOperator comparison) noexcept {
+  switch (comparison) {
+    case ComparisonOperator::less:
+      return ComparisonOperator::greater;
+    case ComparisonOperator::lessOrEqual:
+      return ComparisonOperator::greaterOrEqual;
+    case ComparisonOperator::greater:
+      return ComparisonOperator::less;
+    case ComparisonOperator::greaterOrEqual:
+      return ComparisonOperator::lessOrEqual;
+    case ComparisonOperator::equal:
+    case ComparisonOperator::notEqual:
+    case ComparisonOperator::beginsWith:
+    case ComparisonOperator::endsWith:
+    case ComparisonOperator::contains:
+    case ComparisonOperator::like:
+    case ComparisonOperator::in:
+    case ComparisonOperator::between:
+      break;
+  }
+  return comparison;
+}
+
+std::string_view symbol(ComparisonOperator ordering) noexcept {
+  switch (ordering) {
+    case ComparisonOperator::less:
+      return " < ";
+    case ComparisonOperator::lessOrEqual:
+      return " <= ";
+    case ComparisonOperator::greater:
+      return " > ";
+    case ComparisonOperator::greaterOrEqual:
+      return " >= ";
+    case ComparisonOperator::equal:
+    case ComparisonOperator::notEqual:
+    case ComparisonOperator::beginsWith:
+    case ComparisonOperator::endsWith:
+    case ComparisonOperator::contains:
+    case ComparisonOperator::like:
+    case ComparisonOperator::in:
+    case ComparisonOperator::between:
+      break;
+  }
+  return " = ";
+}
+
+/// Where a bound that lies between two doubles has to go, so that no double changes sides.
+QueryParameter::Role roleOf(ComparisonOperator ordering) noexcept {
+  const bool roundsUp =
+      ordering == ComparisonOperator::less || ordering == ComparisonOperator::greaterOrEqual;
+  return roundsUp ? QueryParameter::Role::roundedUp : QueryParameter::Role::roundedDown;
+}
+
+bool isAbsentLiteral(const ExpressionNode& expression) noexcept {
+  return expression.kind == ExpressionNode::Kind::literal && expression.literal.isNone();
+}
+
+std::string call(const char* function, const std::string& left, const std::string& right) {
+  return std::string(function) + "(" + left + ", " + right + ")";
+}
+
+}  // namespace
+
+SqlCondition PredicateCompiler::constantTest(Node comparison, bool wanted) {
+  return holdsOrNot(draft_.addTest(std::move(comparison)), wanted);
+}
+
+SqlCondition PredicateCompiler::constantTest(Comparison comparison, const Side& left,
+                                             const Side& right, Option option, bool wanted) {
+  Node node;
+  node.kind = Node::Kind::comparison;
+  node.comparison = comparison;
+  node.option = option;
+  node.left = *left.constant;
+  node.right = *right.constant;
+  return constantTest(std::move(node), wanted);
+}
+
+SqlCondition PredicateCompiler::equal(const Side& left, const Side& right, Option option,
+                                      bool wanted) {
+  if (left.constant != nullptr && right.constant != nullptr) {
+    return constantTest(Comparison::equal, left, right, option, wanted);
+  }
+  if (right.constant != nullptr) return equalToConstant(left, right, option, wanted);
+  if (left.constant != nullptr) return equalToConstant(right, left, option, wanted);
+  if (!areComparable(left.type, right.type)) {
+    return holds(
+        {left.sql + " IS NULL AND " + right.sql + " IS NULL", SqlCondition::Form::conjunction},
+        wanted);
+  }
+  if (option != Option::exact && left.type.kind == ColumnKind::text) {
+    return holdsOrNot(call(textFunction(Comparison::equal, option), left.sql, right.sql), wanted);
+  }
+  return {left.sql + (wanted ? " IS " : " IS NOT ") + right.sql};
+}
+
+SqlCondition PredicateCompiler::equalToConstant(const Side& column, const Side& constant,
+                                                Option option, bool wanted) {
+  if (isAbsentLiteral(*constant.constant)) {
+    return {column.sql + (wanted ? " IS NULL" : " IS NOT NULL")};
+  }
+  const std::string bound = parameter(constant, column, Role::equality);
+  if (option != Option::exact && column.type.kind == ColumnKind::text) {
+    return holdsOrNot(call(textFunction(Comparison::equal, option), column.sql, bound), wanted);
+  }
+  // The plain form lets SQLite see that a joined row must be there, and start from its table.
+  if (wanted && column.isJoined && isNeverAbsent(*constant.constant)) {
+    return {column.sql + " = " + bound};
+  }
+  return {column.sql + (wanted ? " IS " : " IS NOT ") + bound};
+}
+
+bool PredicateCompiler::isNeverAbsent(const Expression& constant) const {
+  if (constant.kind == Expression::Kind::literal) return !constant.literal.isNone();
+  return constant.kind == Expression::Kind::argument &&
+         predicate_.shape().argumentRules()[constant.argument].specifier !=
+             ArgumentSpecifier::value;
+}
+
+SqlCondition PredicateCompiler::ordered(Comparison comparison, const Side& left, const Side& right,
+                                        bool wanted) {
+  if (left.constant != nullptr && right.constant != nullptr) {
+    return constantTest(comparison, left, right, Option::exact, wanted);
+  }
+  if (left.constant != nullptr) return ordered(mirrored(comparison), right, left, wanted);
+  if (!isOrdered(left.type)) return always(!wanted);
+  if (right.constant == nullptr) {
+    if (!areComparable(left.type, right.type)) return always(!wanted);
+    return holds({left.sql + std::string(symbol(comparison)) + right.sql}, wanted);
+  }
+  if (isAbsentLiteral(*right.constant)) return always(!wanted);
+  return holds(
+      {left.sql + std::string(symbol(comparison)) + parameter(right, left, roleOf(comparison))},
+      wanted);
+}
+
+PredicateCompiler::Side PredicateCompiler::bound(const Expression& bounds, int element) {
+  if (bounds.kind == Expression::Kind::aggregate) {
+    return side(bounds.elements[static_cast<std::size_t>(element)]);
+  }
+  Side result = side(bounds);
+  result.element = element;
+  return result;
+}
+
+SqlCondition PredicateCompiler::between(const Side& value, const Expression& bounds, bool wanted) {
+  const Side low = bound(bounds, 0);
+  const Side high = bound(bounds, 1);
+  if (value.constant == nullptr && low.constant != nullptr && high.constant != nullptr) {
+    if (!isOrdered(value.type)) return always(!wanted);
+    const std::string from = parameter(low, value, Role::roundedUp);
+    const std::string to = parameter(high, value, Role::roundedDown);
+    return holds({value.sql + " BETWEEN " + from + " AND " + to}, wanted);
+  }
+  std::vector<SqlCondition> ends;
+  ends.push_back(ordered(Comparison::greaterOrEqual, value, low, wanted));
+  ends.push_back(ordered(Comparison::lessOrEqual, value, high, wanted));
+  return wanted ? allOf(std::move(ends)) : anyOf(std::move(ends));
+}
+
+SqlCondition PredicateCompiler::textTest(Comparison comparison, const Side& left, const Side& right,
+                                         Option option, bool wanted) {
+  if (left.constant != nullptr && right.constant != nullptr) {
+    return constantTest(comparison, left, right, option, wanted);
+  }
+  const Side& column = left.constant == nullptr ? left : right;
+  const auto mayBeText = [](const Side& given) {
+    return given.constant != nullptr || given.type.kind == ColumnKind::text;
+  };
+  if (!mayBeText(left) || !mayBeText(right)) return always(!wanted);
+  const bool isPrefix = comparison == Comparison::beginsWith && option == Option::exact;
+  if (isPrefix && right.constant != nullptr) return prefixRange(left, right, wanted);
+  const auto text = [&](const Side& given) {
+    return given.constant == nullptr ? given.sql : parameter(given, column, Role::roundedDown);
+  };
+  const std::string whole = text(left);
+  return holdsOrNot(call(textFunction(comparison, option), whole, text(right)), wanted);
+}
+
+SqlCondition PredicateCompiler::prefixRange(const Side& column, const Side& prefix, bool wanted) {
+  const std::string from = parameter(prefix, column, Role::roundedUp);
+  const std::string to = parameter(prefix, column, Role::prefixEnd);
+  return holds({column.sql + " >= " + from + " AND " + column.sql + " < " + to,
+                SqlCondition::Form::conjunction},
+               wanted);
+}
+
+const char* textFunction(ComparisonOperator comparison, foundation::TextOption option) noexcept {
+  const bool isExact = option == foundation::TextOption::exact;
+  switch (comparison) {
+    case ComparisonOperator::beginsWith:
+      return isExact ? "text_begins" : "text_begins_folded";
+    case ComparisonOperator::endsWith:
+      return isExact ? "text_ends" : "text_ends_folded";
+    case ComparisonOperator::contains:
+      return isExact ? "text_contains" : "text_contains_folded";
+    case ComparisonOperator::like:
+      return isExact ? "text_like" : "text_like_folded";
+    case ComparisonOperator::equal:
+    case ComparisonOperator::notEqual:
+    case ComparisonOperator::less:
+    case ComparisonOperator::lessOrEqual:
+    case ComparisonOperator::greater:
+    case ComparisonOperator::greaterOrEqual:
+    case ComparisonOperator::in:
+    case ComparisonOperator::between:
+      break;
+  }
+  return isExact ? "text_equals" : "text_equals_folded";
+}
+
+}  // namespace coredata

@@ -1,0 +1,45 @@
+#include "CoreData/SQLite/Query/QueryDraft.h"
+
+#include <utility>
+
+#include "CoreData/SQLite/RowColumns.h"
+
+namespace coredata {
+
+std::string QueryDraft::add(QueryParameter parameter) {
+  parameter.number = lastNumber_ + 1;
+  lastNumber_ += parameter.width;
+  std::string text;
+  for (int number = parameter.number; number <= lastNumber_; ++number) {
+    text += (text.empty() ? "?" : ", ?") + std::to_string(number);
+  }
+  parameters_.push_back(std::move(parameter));
+  return text;
+}
+
+std::string QueryDraft::addTest(foundation::PredicateNode comparison) {
+  QueryParameter parameter;
+  parameter.source = QueryParameter::Source::test;
+  parameter.index = static_cast<std::uint32_t>(tests_.size());
+  tests_.push_back(std::move(comparison));
+  return add(std::move(parameter));
+}
+
+CompiledQuery QueryDraft::finish(std::string sql) && {
+  return {&model_, std::move(sql), std::move(parameters_), std::move(tests_)};
+}
+
+std::string tableAlias(std::uint32_t table) { return "t" + std::to_string(table); }
+
+std::string column(std::uint32_t table, std::string_view name) {
+  return tableAlias(table) + "." + quoted(name);
+}
+
+std::string keyColumn(std::uint32_t table) { return tableAlias(table) + "._id"; }
+
+std::string endColumn(std::uint32_t table, const ResolvedPath& path) {
+  if (path.end != ResolvedPath::End::slot) return keyColumn(table);
+  return column(table, path.entity->slots()[path.slot].property->name());
+}
+
+}  // namespace coredata

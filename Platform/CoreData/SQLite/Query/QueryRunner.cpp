@@ -1,0 +1,105 @@
+#include "CoreData/SQLite/Query/QueryRunner.h"
+
+#include <algorithm>
+
+#include "CoreData/Fetching/RowOrder.h"
+#include "CoreData/SQLite/Query/DictionaryReader.h"
+#include "CoreData/SQLite/Query/QueryBinding.h"
+#include "CoreData/SQLite/Query/QueryCache.h"
+#include "CoreData/SQLite/StoreCore.h"
+
+namespace coredata {
+
+using foundation::Ref;
+using foundation::Value;
+
+namespace {
+
+/// One run of one query: found or prepared, bound, and reset at the end.
+class QueryRun {
+ public:
+  QueryRun(Reading& reading, const FetchPlan& plan, QueryResult result, bool isSorted,
+           const QueryInput& input, const ObjectArguments& objects)
+      : query_(QueryCache::of(reading.connection())
+                   .query(plan, {result, input.limit != 0, input.offset != 0, isSorted,
+                                 listCodes(plan, input.arguments)})),
+        statement_(
+            reading.connection().statement({StatementKind::query, query_.number, plan.serial()},
+                                           [&] { return query_.compiled.sql; })),
+        binding_(statement_, input, objects),
+        use_(statement_) {
+    binding_.bind(query_.compiled);
+  }
+
+  [[nodiscard]] bool step() { return statement_.step(); }
+  [[nodiscard]] Statement& statement() noexcept { return statement_; }
+
+ private:
+  const QueryCache::Query& query_;
+  Statement& statement_;
+  QueryBinding binding_;
+  StatementUse use_;
+};
+
+bool isCut(const QueryInput& input) noexcept { return input.limit != 0 || input.offset != 0; }
+
+/// Whether the store has to put the rows in order. Otherwise all of them are read and sorted here,
+/// which takes two thirds of the time.
+bool mustSortInStore(QueryCache& cache, const FetchPlan& plan, const QueryInput& input) {
+  if (isCut(input)) return true;
+  if (plan.sorts().empty()) return false;
+  return !plan.sortsByOwnSlots() || cache.indexGivesOrder(plan);
+}
+
+}  // namespace
+
+std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const Value> arguments,
+                                        std::size_t limit, std::size_t offset) {
+  const QueryInput input{arguments, limit, offset};
+  Reading reading(session_);
+  const bool isSorted = mustSortInStore(QueryCache::of(reading.connection()), plan, input);
+  const RowColumns& columns = reading.core().columns(plan.entity());
+  QueryRun run(reading, plan, QueryResult::rows, isSorted, input, objects_);
+  std::vector<Ref<Row>> rows;
+  while (run.step()) rows.push_back(columns.read(run.statement()));
+  if (!isSorted) sortRows(rows, plan.sorts());
+  return rows;
+}
+
+std::vector<ObjectKey> QueryRunner::keys(const FetchPlan& plan, std::span<const Value> arguments,
+                                         std::size_t limit, std::size_t offset) {
+  const QueryInput input{arguments, limit, offset};
+  Reading reading(session_);
+  const bool isSorted = isCut(input) || !plan.sorts().empty();
+  QueryRun run(reading, plan, QueryResult::keys, isSorted, input, objects_);
+  std::vector<ObjectKey> keys;
+  while (run.step()) keys.push_back(run.statement().integer(0));
+  if (!isSorted && !std::ranges::is_sorted(keys)) std::ranges::sort(keys);
+  return keys;
+}
+
+std::int64_t QueryRunner::count(const FetchPlan& plan, std::span<const Value> arguments,
+                                std::size_t limit) {
+  const QueryInput input{arguments, limit};
+  Reading reading(session_);
+  if (limit == 0) {
+    QueryRun run(reading, plan, QueryResult::number, false, input, objects_);
+    return run.step() ? run.statement().integer(0) : 0;
+  }
+  QueryRun run(reading, plan, QueryResult::existence, false, input, objects_);
+  std::int64_t count = 0;
+  while (count < static_cast<std::int64_t>(limit) && run.step()) ++count;
+  return count;
+}
+
+DictionaryRows QueryRunner::dictionaries(const FetchPlan& plan, std::span<const Value> arguments,
+                                         std::size_t limit, std::size_t offset) {
+  const QueryInput input{arguments, limit, offset};
+  Reading reading(session_);
+  QueryRun run(reading, plan, QueryResult::dictionaries, true, input, objects_);
+  DictionaryRows rows(plan.columns());
+  while (run.step()) appendRow(run.statement(), rows);
+  return rows;
+}
+
+}  // namespace coredata

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "CoreData/Fetching/FetchPlan.h"
+#include "Foundation/Values/Value.h"
+
+namespace coredata {
+
+/// What a query gives for each object that satisfies the predicate.
+enum class QueryResult : std::uint8_t {
+  rows,          ///< key, version and every slot
+  keys,          ///< the key
+  number,        ///< nothing; one row tells how many there are
+  existence,     ///< a row without content, so that counting can stop early
+  dictionaries,  ///< the plan's columns
+};
+
+/// How an argument's list after IN is written: few members as parameters of their own, padded to
+/// one of four numbers so that lists of any length share six statements; more through a table
+/// function.
+enum class ListForm : std::uint8_t { empty, one, two, four, eight, table };
+
+struct ListShape {
+  ListForm form = ListForm::empty;
+  /// Whether an absent value is among the members. It is no parameter: a column that is searched
+  /// for it must say so.
+  bool hasAbsent = false;
+};
+
+/// What the text of a plan's query depends on beside the plan.
+struct QueryVariant {
+  QueryResult result = QueryResult::rows;
+  bool hasLimit = false;
+  bool hasOffset = false;
+  /// Whether the store sorts; otherwise rows come as they are found.
+  bool isSorted = true;
+  /// One `code` for each argument that is a list, in the order of the arguments. Fifteen need no
+  /// memory.
+  std::string lists;
+
+  friend bool operator==(const QueryVariant&, const QueryVariant&) = default;
+};
+
+/// How many parameters a list of that form has.
+[[nodiscard]] int width(ListForm form) noexcept;
+
+[[nodiscard]] ListShape listShape(const foundation::ValueList& list) noexcept;
+[[nodiscard]] char code(ListShape shape) noexcept;
+[[nodiscard]] ListShape shapeOfCode(char code) noexcept;
+
+/// The codes of the lists among the arguments; costs next to nothing when there is none.
+[[nodiscard]] std::string listCodes(const FetchPlan& plan,
+                                    std::span<const foundation::Value> arguments);
+
+}  // namespace coredata

@@ -7,6 +7,7 @@
 #include "Domain/DayOfWeek.h"
 #include "Foundation/Predicate/PredicateTemplate.h"
 #include "Foundation/Text/DayKey.h"
+#include "Foundation/Values/Error.h"
 #include "Foundation/Values/FatalError.h"
 
 namespace coredatastack {
@@ -25,7 +26,7 @@ NSFetchRequest<CDCheckin> requestForDay(const CDActivity& activity, Date day) {
   static constinit PredicateTemplate ofActivityAndDay{"activity = %@ AND date = %@"};
   NSFetchRequest<CDCheckin> request = CDCheckin::fetchRequest();
   request.setPredicate(
-      ofActivityAndDay.bind(Ref<const CDActivity>(&activity), foundation::dayKey(day).view()));
+      ofActivityAndDay.bind(Ref<const CDActivity>(&activity), foundation::DayKey(day).text()));
   request.setFetchLimit(1);
   return request;
 }

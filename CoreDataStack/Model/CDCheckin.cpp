@@ -19,7 +19,7 @@ constexpr std::string_view kSectionKey = "section";
 
 CDCheckin::CDCheckin(coredata::NSManagedObjectContext& context, Date date, CheckinType type)
     : CDCheckin(context) {
-  setDate(std::string(foundation::dayKey(date).view()));
+  setDate(foundation::DayKey(date).string());
   setCreatedDate(Date::now());
   setModifiedDate(Date::now());
   setType(type.value());
@@ -56,7 +56,9 @@ std::string CDCheckin::section() const {
   return std::string(foundation::prefix(textIn(dateSlot_.index), kMonthLength));
 }
 
-bool CDCheckin::hasMemo() const { return !foundation::trimmed(textIn(memoSlot_.index)).empty(); }
+bool CDCheckin::hasMemo() const {
+  return !foundation::trimmingWhitespaceAndNewlines(textIn(memoSlot_.index)).empty();
+}
 
 foundation::Value CDCheckin::valueForKey(std::string_view key) const {
   return key == kSectionKey ? foundation::Value(section()) : NSManagedObject::valueForKey(key);

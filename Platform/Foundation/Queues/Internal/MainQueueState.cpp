@@ -47,8 +47,6 @@ class MainQueueState::Serving {
   Lock lock_;
 };
 
-MainQueueState::MainQueueState() : report_(reportToErrorStream) {}
-
 MainQueueState& MainQueueState::shared() {
   static auto& state = *new MainQueueState;
   return state;
@@ -57,7 +55,7 @@ MainQueueState& MainQueueState::shared() {
 void MainQueueState::enqueue(Block block) {
   Lock lock(mutex_);
   const auto arrival = Clock::now();
-  if (!wasEverServed_ && !isWatched_) startWatch(arrival);
+  if (!wasEverServed_ && !isWatched_ && !hasReported_) startWatch(arrival);
   waiting_.push_back({std::move(block), arrival});
   if (waiting_.size() == 1) signalDescriptor();
   arrived_.notify_one();
@@ -77,7 +75,10 @@ void MainQueueState::enqueueAndWait(Block block) {
   Lock lock(mutex_);
   const auto isOver = [&] { return hasEnded; };
   while (!ended.wait_for(lock, patience_, isOver)) {
-    if (noteStarvation()) report(lock);
+    if (noteStarvation()) {
+      report(lock);
+      lock.lock();
+    }
   }
 }
 
@@ -139,7 +140,6 @@ void MainQueueState::watchForStarvation(Clock::duration patience, std::function<
   const Lock lock(mutex_);
   patience_ = patience;
   report_ = std::move(report);
-  wasEverServed_ = false;
   hasReported_ = false;
 }
 
@@ -169,11 +169,11 @@ bool MainQueueState::noteStarvation() noexcept {
   return hasReported_;
 }
 
+/// Leaves the mutex unlocked: whoever is told may use the queue.
 void MainQueueState::report(Lock& lock) {
   const auto tell = report_;
   lock.unlock();
-  tell();
-  lock.lock();
+  tell ? tell() : reportToErrorStream();
 }
 
 }  // namespace foundation

@@ -16,7 +16,7 @@ class MainQueueState {
   using Clock = std::chrono::steady_clock;
   using Lock = std::unique_lock<std::mutex>;
 
-  MainQueueState();
+  MainQueueState() = default;
   MainQueueState(const MainQueueState&) = delete;
   MainQueueState& operator=(const MainQueueState&) = delete;
 
@@ -32,8 +32,8 @@ class MainQueueState {
   [[nodiscard]] int eventDescriptor();
 
   /// How long work may wait with nobody to run it, and who is told, once, when it waits longer.
-  /// Starts anew, as if nothing had been reported yet. Tests shorten it.
-  void watchForStarvation(Clock::duration patience, std::function<void()> report);
+  /// What was reported before does not count. An empty `report` writes the line for people.
+  void watchForStarvation(Clock::duration patience, std::function<void()> report = {});
 
  private:
   class Serving;
@@ -63,6 +63,7 @@ class MainQueueState {
   bool isWatched_ = false;
   bool hasReported_ = false;
   Clock::duration patience_ = std::chrono::seconds(5);
+  /// Empty for the line on the standard error stream.
   std::function<void()> report_;
 };
 

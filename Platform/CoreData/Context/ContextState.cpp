@@ -98,6 +98,34 @@ Ref<NSManagedObjectID> ContextState::identifier(const NSEntityDescription& entit
                                                entity, key);
 }
 
+Ref<NSManagedObjectID> ContextState::ownIdentifier(const foundation::Object& argument) const {
+  Ref<NSManagedObjectID> identifier;
+  if (const auto* object = dynamic_cast<const NSManagedObject*>(&argument)) {
+    identifier = object->objectID();
+  } else {
+    identifier = Ref<NSManagedObjectID>(
+        const_cast<NSManagedObjectID*>(dynamic_cast<const NSManagedObjectID*>(&argument)));
+  }
+  if (!identifier ||
+      &identifier->entity().managedObjectModel() != &coordinator->managedObjectModel()) {
+    return nullptr;
+  }
+  const bool isOfThisStore =
+      identifier->isTemporaryID() || identifier->persistentStore() == coordinator->store();
+  return isOfThisStore ? identifier : nullptr;
+}
+
+ObjectKey ContextState::keyFor(const foundation::Object& argument,
+                               const NSEntityDescription& expected) const {
+  // Nearly always it is an object of this very context, whose key is at hand.
+  if (const auto* object = dynamic_cast<const NSManagedObject*>(&argument);
+      object != nullptr && object->registry_ == registry && !object->state_.detached) {
+    return &object->entity() == &expected ? object->key_ : kNoObject;
+  }
+  const Ref<NSManagedObjectID> identifier = ownIdentifier(argument);
+  return identifier && &identifier->entity() == &expected ? identifier->key() : kNoObject;
+}
+
 Ref<NSManagedObject> ContextState::object(const NSEntityDescription& entity, ObjectKey key,
                                           Ref<Row> row) {
   Ref<NSManagedObject> found = registry->findOrCreate(entity, key, [&]() -> NSManagedObject* {

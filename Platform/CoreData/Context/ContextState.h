@@ -11,6 +11,7 @@
 #include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
 #include "CoreData/Object/EntityClass.h"
 #include "CoreData/Object/ObjectRegistry.h"
+#include "CoreData/SQLite/Query/ObjectArguments.h"
 #include "CoreData/SQLite/ReadSession.h"
 #include "Foundation/Queues/SerialLane.h"
 
@@ -29,7 +30,7 @@ struct DirtyCounts {
 ///
 /// Ownership: the context holds the objects that have changes; objects hold the registry, which
 /// knows the context as long as it lives; relationships are keys. So nothing here holds itself.
-class ContextState {
+class ContextState final : public ObjectArguments {
  public:
   ContextState(NSManagedObjectContext& context,
                foundation::Ref<NSPersistentStoreCoordinator> coordinator,
@@ -51,6 +52,10 @@ class ContextState {
   void endReading() noexcept {
     if (session_) session_->end();
   }
+  /// What is read from now on sees what was committed since the block's first read.
+  void seeNewest() noexcept {
+    if (session_) session_->refresh();
+  }
   /// Lets go of the store, which is about to be removed.
   void dropSession() noexcept { session_.reset(); }
   [[nodiscard]] foundation::Ref<Row> readRow(const NSEntityDescription& entity, ObjectKey key);
@@ -63,6 +68,12 @@ class ContextState {
                                              const ToMany& members);
   [[nodiscard]] foundation::Ref<NSManagedObjectID> identifier(const NSEntityDescription& entity,
                                                               ObjectKey key);
+
+  [[nodiscard]] ObjectKey keyFor(const foundation::Object& argument,
+                                 const NSEntityDescription& expected) const override;
+  /// The identifier that an object or an identifier stands for, if it is one of this store's.
+  [[nodiscard]] foundation::Ref<NSManagedObjectID> ownIdentifier(
+      const foundation::Object& argument) const;
 
   // Objects.
 

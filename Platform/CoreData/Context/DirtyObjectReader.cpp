@@ -23,18 +23,8 @@ const void* predicateIdentity(const NSEntityDescription& entity, ObjectKey key) 
 }
 
 const void* predicateIdentity(const foundation::Object& argument, const ContextState& state) {
-  const auto* identifier = dynamic_cast<const NSManagedObjectID*>(&argument);
-  Ref<NSManagedObjectID> ofObject;
-  if (const auto* object = dynamic_cast<const NSManagedObject*>(&argument)) {
-    ofObject = object->objectID();
-    identifier = ofObject.get();
-  }
-  if (identifier == nullptr) return nullptr;
-  const NSEntityDescription& entity = identifier->entity();
-  if (&entity.managedObjectModel() != &state.coordinator->managedObjectModel()) return nullptr;
-  if (!identifier->isTemporaryID() && identifier->persistentStore() != state.coordinator->store())
-    return nullptr;
-  return predicateIdentity(entity, identifier->key());
+  const Ref<NSManagedObjectID> identifier = state.ownIdentifier(argument);
+  return identifier ? predicateIdentity(identifier->entity(), identifier->key()) : nullptr;
 }
 
 Operand DirtyObjectReader::operand(const Row& row, SlotIndex slot, Value& keep) {

@@ -51,6 +51,7 @@ void NSManagedObjectContext::merge(const SaveBroadcast& broadcast) {
 void NSManagedObjectContext::mergeChangesFromContextDidSave(
     const foundation::NSNotification& notification) {
   assertQueue();
+  state_->seeNewest();
   const auto forEachIdentifier = [&](std::string_view key, auto&& visit) {
     const Value* listed = notification.userInfoValue(key);
     if (listed == nullptr || listed->list() == nullptr) return;
@@ -71,7 +72,7 @@ void NSManagedObjectContext::mergeChangesFromContextDidSave(
       if (mine == nullptr) return;
       state_->outdateMembers(*mine);
       if (const Ref<NSManagedObject> object = state_->registry->find(*mine, identifier.key())) {
-        refresh(*object, true);
+        refreshFromHere(*object, true);
       }
     });
   }

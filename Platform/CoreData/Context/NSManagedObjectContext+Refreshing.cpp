@@ -8,6 +8,12 @@ using foundation::Ref;
 
 void NSManagedObjectContext::refresh(NSManagedObject& object, bool mergeChanges) {
   assertQueue();
+  // Who asks for the current row means the newest, not the one that the block's first read saw.
+  state_->seeNewest();
+  refreshFromHere(object, mergeChanges);
+}
+
+void NSManagedObjectContext::refreshFromHere(NSManagedObject& object, bool mergeChanges) {
   if (object.registry_ != state_->registry || object.state_.detached || object.state_.inserted ||
       isTemporary(object.key_)) {
     return;
@@ -77,7 +83,9 @@ void NSManagedObjectContext::dropChanges(NSManagedObject& object) {
 
 void NSManagedObjectContext::refreshAllObjects() {
   assertQueue();
-  for (const Ref<NSManagedObject>& object : state_->registry->objects()) refresh(*object, true);
+  state_->seeNewest();
+  for (const Ref<NSManagedObject>& object : state_->registry->objects())
+    refreshFromHere(*object, true);
 }
 
 void NSManagedObjectContext::rollback() {

@@ -35,7 +35,8 @@ enum class NSManagedObjectContextConcurrencyType : std::uint8_t {
 ///   with changes are held by the context.
 /// - `save()` commits everything or nothing. When it throws, the changes are still pending in the
 /// context.
-/// - Everything read inside one perform block sees one state of the store.
+/// - Everything read inside one perform block sees one state of the store, until a save or a
+/// refresh.
 ///
 /// Threading: use it only inside its own `performBlock` or `performBlockAndWait`, a main-queue
 /// context also directly on the main thread; debug builds check this and stop. The members that say
@@ -190,6 +191,8 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// The members with their rows read.
   std::vector<foundation::Ref<NSManagedObject>> loadedMembers(const ObjectSet& members);
 
+  /// `refresh`, in the state of the store that the block sees.
+  void refreshFromHere(NSManagedObject& object, bool mergeChanges);
   /// Takes a row that is newer than the object's, and applies the object's own changes on top.
   void takeFreshRow(NSManagedObject& object, foundation::Ref<Row> fresh);
   void dropChanges(NSManagedObject& object);

@@ -120,7 +120,8 @@ void createStore(Connection& connection, const StoreOptions& options,
   connection.execute(("PRAGMA page_size=" + std::to_string(kStorePageSize)).c_str());
   connection.beginWriting();
   // Somebody else may have been faster; then theirs is the store.
-  if (readNumber(connection, "PRAGMA page_count") != 0) return connection.rollBack();
+  // (The number of pages does not tell: the transaction itself has begun the first one.)
+  if (readNumber(connection, "PRAGMA schema_version") != 0) return connection.rollBack();
   connection.execute(("PRAGMA application_id=" + std::to_string(kStoreApplicationId)).c_str());
   connection.execute(("PRAGMA user_version=" + std::to_string(kStoreFormatVersion)).c_str());
   for (const SchemaObject& object : storeSchema(model)) connection.execute(object.sql.c_str());

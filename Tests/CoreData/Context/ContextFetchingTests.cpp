@@ -1,0 +1,291 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "Tests/Support/GardenStore.h"
+
+namespace {
+
+using coredata::NSFetchRequest;
+using coredata::NSManagedObjectContext;
+using foundation::make;
+using foundation::NSPredicate;
+using foundation::NSSortDescriptor;
+using foundation::Ref;
+using garden::Bed;
+using garden::Plant;
+
+class ContextFetching : public testing::Test {
+ protected:
+  garden::Store store;
+  Ref<NSManagedObjectContext> context = store.newContext();
+
+  Ref<Plant> plant(const char* name, double height) {
+    auto made = make<Plant>(*context);
+    if (name != nullptr) made->setName(name);
+    made->setHeight(height);
+    return made;
+  }
+  /// Names in the request's order, "-" for an absent one.
+  std::vector<std::string> names(const NSFetchRequest<Plant>& request) {
+    std::vector<std::string> result;
+    for (const Ref<Plant>& found : context->fetch(request))
+      result.push_back(found->name().value_or("-"));
+    return result;
+  }
+  using Names = std::vector<std::string>;
+};
+
+TEST_F(ContextFetching, SeesUnsavedChangesAndSortsThemIn) {
+  context->performBlockAndWait([&] {
+    plant("ash", 1);
+    auto elm = plant("elm", 3);
+    auto oak = plant("oak", 5);
+    context->save();
+    plant("fir", 4);
+    elm->setHeight(6);
+    context->delete_(oak);
+
+    auto request = Plant::fetchRequest();
+    request.setSortDescriptors({NSSortDescriptor("height", false)});
+
+    EXPECT_EQ(names(request), (Names{"elm", "fir", "ash"}));
+    request.setPredicate(NSPredicate::format("height > %d", 3));
+    EXPECT_EQ(names(request), (Names{"elm", "fir"}));
+    EXPECT_EQ(context->count(request), 2);
+  });
+}
+
+TEST_F(ContextFetching, CutsTheMergedResultByOffsetAndLimit) {
+  context->performBlockAndWait([&] {
+    for (const char* name : {"b", "d", "f", "h"}) plant(name, 1);
+    context->save();
+    for (const char* name : {"a", "c", "e", "g"}) plant(name, 1);
+
+    auto request = Plant::fetchRequest();
+    request.setSortDescriptors({NSSortDescriptor("name", true)});
+    request.setFetchOffset(2);
+    request.setFetchLimit(3);
+
+    EXPECT_EQ(names(request), (Names{"c", "d", "e"}));
+    EXPECT_EQ(context->count(request), 3);
+    request.setFetchOffset(7);
+    EXPECT_EQ(names(request), (Names{"h"}));
+    EXPECT_EQ(context->count(request), 1);
+    request.setFetchOffset(9);
+    EXPECT_EQ(names(request), Names{});
+    EXPECT_EQ(context->count(request), 0);
+  });
+}
+
+TEST_F(ContextFetching, StillReachesItsLimitWhenStoredObjectsDropOut) {
+  context->performBlockAndWait([&] {
+    std::vector<Ref<Plant>> plants;
+    for (const char* name : {"a", "b", "c", "d"}) plants.push_back(plant(name, 1));
+    context->save();
+    plants[0]->setHeight(9);
+    context->delete_(plants[1]);
+
+    auto request = Plant::fetchRequest();
+    request.setPredicate(NSPredicate::format("height = 1"));
+    request.setSortDescriptors({NSSortDescriptor("name", true)});
+    request.setFetchLimit(2);
+
+    EXPECT_EQ(names(request), (Names{"c", "d"}));
+  });
+}
+
+TEST_F(ContextFetching, GivesStoredObjectsByKeyThenUnsavedOnesInTheirOrder) {
+  context->performBlockAndWait([&] {
+    plant("1", 1);
+    plant("2", 1);
+    context->save();
+    plant("3", 1);
+    plant("4", 1);
+    context->fetch(Plant::fetchRequest()).first()->setHeight(2);
+
+    EXPECT_EQ(names(Plant::fetchRequest()), (Names{"1", "2", "3", "4"}));
+  });
+}
+
+TEST_F(ContextFetching, PutsAbsentValuesFirstAscendingAndLastDescending) {
+  context->performBlockAndWait([&] {
+    plant("b", 1);
+    plant(nullptr, 1);
+    context->save();
+    plant("a", 1);
+    plant(nullptr, 1);
+
+    auto request = Plant::fetchRequest();
+    request.setSortDescriptors({NSSortDescriptor("name", true)});
+    EXPECT_EQ(names(request), (Names{"-", "-", "a", "b"}));
+    request.setSortDescriptors({NSSortDescriptor("name", false)});
+    EXPECT_EQ(names(request), (Names{"b", "a", "-", "-"}));
+  });
+}
+
+TEST_F(ContextFetching, SortsThroughAToOneAndKeepsObjectsWithoutOne) {
+  context->performBlockAndWait([&] {
+    auto north = make<Bed>(*context);
+    north->setName("north");
+    auto east = make<Bed>(*context);
+    east->setName("east");
+    plant("n", 1)->setBed(north);
+    plant("lost", 1);
+    context->save();
+    plant("e", 1)->setBed(east);
+
+    auto request = Plant::fetchRequest();
+    request.setSortDescriptors({NSSortDescriptor("bed.name", true)});
+
+    EXPECT_EQ(names(request), (Names{"lost", "e", "n"}));
+  });
+}
+
+TEST_F(ContextFetching, KeepsAbsentValuesUnderNotEqual) {
+  context->performBlockAndWait([&] {
+    plant("a", 1);
+    plant(nullptr, 1);
+    context->save();
+    auto request = Plant::fetchRequest();
+    request.setPredicate(NSPredicate::format("name != %@", "a"));
+    EXPECT_EQ(names(request), (Names{"-"}));
+    plant(nullptr, 2);
+    EXPECT_EQ(names(request), (Names{"-", "-"}));
+  });
+}
+
+TEST_F(ContextFetching, GivesTheLiveObjectAndKeepsItsLoadedValues) {
+  context->setAutomaticallyMergesChangesFromParent(false);
+  context->performBlockAndWait([&] {
+    auto oak = plant("oak", 1);
+    context->save();
+    const auto other = store.newContext();
+    other->performBlockAndWait([&] {
+      other->fetch(Plant::fetchRequest()).first()->setName("elm");
+      other->save();
+    });
+
+    EXPECT_EQ(context->fetch(Plant::fetchRequest()).first(), oak);
+    EXPECT_EQ(oak->name(), "oak");
+    context->refresh(oak, true);
+    EXPECT_EQ(oak->name(), "elm");
+  });
+}
+
+TEST_F(ContextFetching, GivesTheSameListWithABatchSize) {
+  context->performBlockAndWait([&] {
+    for (int i = 0; i < 25; ++i) plant(std::to_string(i).c_str(), i % 7);
+    context->save();
+    auto request = Plant::fetchRequest();
+    request.setSortDescriptors({NSSortDescriptor("height", true)});
+    const Names all = names(request);
+
+    request.setFetchBatchSize(4);
+
+    EXPECT_EQ(names(request), all);
+    const auto batched = context->fetch(request);
+    for (std::size_t i = batched.size(); i-- > 0;) EXPECT_EQ(batched[i]->name(), all[i]);
+  });
+}
+
+TEST_F(ContextFetching, FixesTheListAtTheFetch) {
+  context->performBlockAndWait([&] {
+    plant("a", 1);
+    auto gone = plant("b", 1);
+    context->save();
+    auto request = Plant::fetchRequest();
+    request.setFetchBatchSize(1);
+    const auto list = context->fetch(request);
+
+    plant("c", 1);
+    context->delete_(gone);
+    context->save();
+
+    ASSERT_EQ(list.size(), 2U);
+    EXPECT_EQ(list[0]->name(), "a");
+    const Ref<Plant> ghost = list[1];
+    EXPECT_FALSE(ghost->name().has_value());
+    EXPECT_TRUE(ghost->isDeleted());
+  });
+}
+
+TEST_F(ContextFetching, ShowsSavedChangesInAListFetchedBefore) {
+  context->performBlockAndWait([&] {
+    plant("a", 1);
+    context->save();
+    context->reset();
+    const auto list = context->fetch(Plant::fetchRequest());
+    {
+      const Ref<Plant> changed = list[0];
+      changed->setName("b");
+      context->save();
+    }
+    EXPECT_EQ(list[0]->name(), "b");
+  });
+}
+
+TEST_F(ContextFetching, CountsFromTheStoreAloneInDictionaries) {
+  context->performBlockAndWait([&] {
+    plant("a", 1);
+    plant("b", 2);
+    context->save();
+    plant("c", 4);
+
+    coredata::NSFetchRequest<Plant> request("Plant");
+    request.setResultType(coredata::NSFetchRequestResultType::dictionaries);
+    request.setPropertiesToFetch({make<coredata::NSExpressionDescription>(
+        "total",
+        foundation::NSExpression::forFunction("sum:",
+                                              {foundation::NSExpression::forKeyPath("height")}),
+        coredata::NSAttributeType::double_)});
+    const auto rows = context->fetchDictionaries(request);
+
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows.real(0, rows.column("total")), 3.0);
+  });
+}
+
+TEST_F(ContextFetching, ThrowsForUnknownKeysNamingEntityAndKey) {
+  context->performBlockAndWait([&] {
+    auto request = Plant::fetchRequest();
+    request.setPredicate(NSPredicate::format("section = 'x'"));
+    try {
+      (void)context->fetch(request);
+      FAIL() << "an unknown key was let through";
+    } catch (const foundation::Error& error) {
+      EXPECT_NE(error.message().find("Plant"), std::string::npos);
+      EXPECT_NE(error.message().find("section"), std::string::npos);
+    }
+  });
+}
+
+TEST_F(ContextFetching, ThrowsWithoutAStore) {
+  auto coordinator = store.container().persistentStoreCoordinator();
+  coordinator->removePersistentStore(coordinator->persistentStores().front());
+  context->performBlockAndWait([&] {
+    EXPECT_THROW((void)context->fetch(Plant::fetchRequest()), foundation::Error);
+    EXPECT_THROW((void)context->count(Plant::fetchRequest()), foundation::Error);
+    (void)make<Plant>(*context);
+    EXPECT_THROW(context->save(), foundation::Error);
+  });
+}
+
+TEST_F(ContextFetching, JudgesMembersOfADirtyObjectInMemory) {
+  context->performBlockAndWait([&] {
+    auto bed = make<Bed>(*context);
+    auto small = plant("small", 1);
+    small->setBed(bed);
+    context->save();
+    auto request = Bed::fetchRequest();
+    request.setPredicate(NSPredicate::format("SUBQUERY(plants, $p, $p.height > %d).@count > 0", 3));
+    EXPECT_EQ(context->count(request), 0);
+
+    plant("tall", 9)->setBed(bed);
+
+    EXPECT_EQ(context->count(request), 1);
+    EXPECT_EQ(context->fetch(request).first(), bed);
+  });
+}
+
+}  // namespace

@@ -1,0 +1,72 @@
+#include "CoreData/SQLite/StoreSchema.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "Tests/CoreData/SQLite/StoreFixture.h"
+
+namespace {
+using coredata::SchemaObject;
+
+std::vector<std::string> texts(const std::vector<SchemaObject>& schema) {
+  std::vector<std::string> result;
+  for (const SchemaObject& object : schema) result.push_back(object.sql);
+  return result;
+}
+}  // namespace
+
+TEST(StoreSchema, IsMadeOfTheTablesEveryStoreHasThoseOfTheEntitiesAndTheirIndexes) {
+  const std::vector<std::string> expected = {
+      "CREATE TABLE _metadata(key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID",
+      "CREATE TABLE _mark(name TEXT PRIMARY KEY, value NOT NULL) WITHOUT ROWID",
+      "CREATE TABLE _name(id INTEGER PRIMARY KEY, text TEXT NOT NULL UNIQUE)",
+      "CREATE TABLE _transaction(number INTEGER PRIMARY KEY, timestamp REAL NOT NULL, author "
+      "INTEGER, "
+      "contextName INTEGER, bundle INTEGER, process INTEGER)",
+      "CREATE TABLE _change(\"transaction\" INTEGER NOT NULL, sequence INTEGER NOT NULL, entity "
+      "INTEGER "
+      "NOT NULL, key INTEGER NOT NULL, kind INTEGER NOT NULL, changed INTEGER, PRIMARY "
+      "KEY(\"transaction\", sequence)) WITHOUT ROWID",
+      "CREATE INDEX _transaction_timestamp ON _transaction(timestamp)",
+      "CREATE INDEX _transaction_author ON _transaction(author, timestamp)",
+      "CREATE TABLE \"Book\"(_id INTEGER PRIMARY KEY, _version INTEGER NOT NULL, \"bought\" REAL, "
+      "\"code\" BLOB, \"cover\" BLOB, \"lent\" INTEGER, \"pages\" INTEGER, \"shelf\" INTEGER, "
+      "\"title\" TEXT, \"weight\" REAL)",
+      "CREATE TABLE \"Shelf\"(_id INTEGER PRIMARY KEY, _version INTEGER NOT NULL, \"name\" TEXT)",
+      "CREATE INDEX \"Book_byShelfAndTitle\" ON \"Book\"(\"shelf\", \"title\")",
+  };
+
+  EXPECT_EQ(texts(coredata::storeSchema(*shelf::model())), expected);
+}
+
+TEST(StoreSchema, IsKeptByTheFileLetterByLetter) {
+  const shelf::StoreFile file;
+  file.open()->close();
+
+  const auto kept = shelf::query(
+      file.path(), "SELECT sql FROM sqlite_master WHERE sql IS NOT NULL ORDER BY rootpage, rowid");
+  auto made = texts(coredata::storeSchema(*shelf::model()));
+
+  EXPECT_EQ(std::set(kept.begin(), kept.end()), std::set(made.begin(), made.end()));
+}
+
+TEST(StoreSchema, MarksTheFileAsAStore) {
+  const shelf::StoreFile file;
+  file.open()->close();
+
+  EXPECT_EQ(shelf::query(file.path(), "PRAGMA application_id"),
+            std::vector<std::string>{"1128551252"});
+  EXPECT_EQ(shelf::query(file.path(), "PRAGMA user_version"), std::vector<std::string>{"1"});
+  EXPECT_EQ(shelf::query(file.path(), "PRAGMA journal_mode"), std::vector<std::string>{"wal"});
+}
+
+TEST(StoreSchema, IsReadableInAShell) {
+  const shelf::StoreFile file;
+  const auto store = file.open();
+  coredata::ReadSession session(store);
+  shelf::insertBook(session, "Emma");
+  store->close();
+
+  EXPECT_EQ(shelf::query(file.path(), "SELECT title FROM Book"), std::vector<std::string>{"Emma"});
+}

@@ -22,13 +22,14 @@ TEST(GlobalQueue, RunsBlocksOffTheMainThread) {
 }
 
 TEST(GlobalQueue, GoesOnWhileBlocksWaitForEachOther) {
-  std::latch together(13);
+  // Shared: the last blocks may still be waking up when the test has ended.
+  const auto together = std::make_shared<std::latch>(13);
 
   for (int number = 0; number < 12; ++number) {
-    GlobalQueue::userInitiated().async([&] { together.arrive_and_wait(); });
+    GlobalQueue::userInitiated().async([together] { together->arrive_and_wait(); });
   }
 
-  together.arrive_and_wait();
+  together->arrive_and_wait();
 }
 
 TEST(GlobalQueue, TakesBlocksThatCanOnlyBeMoved) {

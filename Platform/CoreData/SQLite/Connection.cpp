@@ -1,6 +1,5 @@
 #include "CoreData/SQLite/Connection.h"
 
-#include <algorithm>
 #include <atomic>
 #include <exception>
 
@@ -151,12 +150,6 @@ void Connection::rollBack() noexcept {
     // Closing the connection undoes what the statement could not.
     abandon();
   }
-}
-
-void Connection::extendOnce(void (*install)(sqlite3*)) {
-  if (std::ranges::find(extensions_, install) != extensions_.end()) return;
-  install(database_);
-  extensions_.push_back(install);
 }
 
 void Connection::fail(int result, std::string_view sql) {

@@ -9,7 +9,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "CoreData/SQLite/Statement.h"
 #include "Foundation/Values/FunctionRef.h"
@@ -121,10 +120,6 @@ class Connection {
   /// Whether the log file stays when the last connection closes.
   void setKeepsLogFile(bool keeps);
 
-  /// Calls `install` unless it was called for this connection before: for functions and tables of
-  /// our own.
-  void extendOnce(void (*install)(sqlite3*));
-
   /// Throws the error of a failed call. Takes the connection out of use unless only the statement
   /// was at fault.
   [[noreturn]] void fail(int result, std::string_view sql);
@@ -168,7 +163,6 @@ class Connection {
   std::uint64_t forkGeneration_;
   std::array<std::unique_ptr<Statement>, kControlCount> controls_;
   absl::flat_hash_map<StatementKey, std::unique_ptr<Statement>> statements_;
-  std::vector<void (*)(sqlite3*)> extensions_;
   int busyTimeoutMs_;
   int logPages_ = -1;
   bool usable_ = true;

@@ -57,8 +57,7 @@ TEST(ComparisonSql, ComparesColumnsOfOneKind) {
 }
 
 TEST(ComparisonSql, FindsColumnsOfTwoKindsEqualOnlyWhenBothAreAbsent) {
-  EXPECT_EQ(condition("Activity", "title = score"),
-            R"(t0."title" IS NULL AND t0."score" IS NULL)");
+  EXPECT_EQ(condition("Activity", "title = score"), R"(t0."title" IS NULL AND t0."score" IS NULL)");
   EXPECT_EQ(condition("Activity", "title != createdDate"),
             R"((t0."title" IS NULL AND t0."createdDate" IS NULL) IS NOT TRUE)");
   EXPECT_EQ(condition("Activity", "title < score"), "0");
@@ -74,8 +73,9 @@ TEST(ComparisonSql, WrapsAnOrderOnlyUnderNot) {
 }
 
 TEST(ComparisonSql, CarriesNotThroughAndAndOr) {
-  EXPECT_EQ(condition("Activity", "NOT (status = 1 OR (status = 2 AND score < 3))"),
-            R"(t0."status" IS NOT ?1 AND (t0."status" IS NOT ?2 OR (t0."score" < ?3) IS NOT TRUE))");
+  EXPECT_EQ(
+      condition("Activity", "NOT (status = 1 OR (status = 2 AND score < 3))"),
+      R"(t0."status" IS NOT ?1 AND (t0."status" IS NOT ?2 OR (t0."score" < ?3) IS NOT TRUE))");
 }
 
 TEST(ComparisonSql, BracketsOrInsideAndAlone) {

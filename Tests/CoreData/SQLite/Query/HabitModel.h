@@ -66,8 +66,7 @@ template <typename... Arguments>
 [[nodiscard]] std::string condition(std::string_view entityName, std::string_view format,
                                     Arguments&&... arguments) {
   return condition(fetch(
-      entityName,
-      foundation::NSPredicate::format(format, std::forward<Arguments>(arguments)...)));
+      entityName, foundation::NSPredicate::format(format, std::forward<Arguments>(arguments)...)));
 }
 
 /// The fetch's whole query.

@@ -42,11 +42,9 @@ void set(Ref<Row>& row, const Slot& slot, const Value& value) {
 }
 
 Ref<coredata::SQLiteStore> opened(const std::filesystem::path& directory) {
-  coredata::StoreOptions options;
-  options.url = foundation::URL::fileURL((directory / "habits.sqlite").string());
+  coredata::StoreOptions options(foundation::URL::fileURL((directory / "habits.sqlite").string()));
   options.pragmas["synchronous"] = "NORMAL";
-  return coredata::SQLiteStore::open(
-      options, Ref<const coredata::NSManagedObjectModel>(&model()));
+  return coredata::SQLiteStore::open(options, Ref<const coredata::NSManagedObjectModel>(&model()));
 }
 
 }  // namespace

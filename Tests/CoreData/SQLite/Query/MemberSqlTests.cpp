@@ -45,10 +45,8 @@ TEST(MemberSql, WrapsAListUnderNot) {
 
 TEST(MemberSql, ComparesWithTheElementsOfABracedList) {
   EXPECT_EQ(condition("Checkin", "type IN {1, 2, 3}"), R"(t0."type" IN (?1, ?2, ?3))");
-  EXPECT_EQ(condition("Checkin", "type IN {1, nil}"),
-            R"(t0."type" IN (?1) OR t0."type" IS NULL)");
-  EXPECT_EQ(condition("Checkin", "type IN {1, %@}", 2),
-            R"(t0."type" IN (?1) OR t0."type" IS ?2)");
+  EXPECT_EQ(condition("Checkin", "type IN {1, nil}"), R"(t0."type" IN (?1) OR t0."type" IS NULL)");
+  EXPECT_EQ(condition("Checkin", "type IN {1, %@}", 2), R"(t0."type" IN (?1) OR t0."type" IS ?2)");
   EXPECT_EQ(condition("Checkin", "type IN {}"), "0");
 }
 
@@ -81,11 +79,12 @@ TEST(MemberSql, AsksOnlyForExistenceWhereThatIsAllThatMatters) {
 }
 
 TEST(MemberSql, TranslatesSubqueries) {
+  EXPECT_EQ(condition("Activity", "SUBQUERY(checkins, $c, $c.date BETWEEN {%@, %@}).@count > 0",
+                      "a", "b"),
+            "EXISTS (SELECT 1" + kOwnCheckins + R"( AND t1."date" BETWEEN ?1 AND ?2))");
   EXPECT_EQ(
-      condition("Activity", "SUBQUERY(checkins, $c, $c.date BETWEEN {%@, %@}).@count > 0", "a", "b"),
-      "EXISTS (SELECT 1" + kOwnCheckins + R"( AND t1."date" BETWEEN ?1 AND ?2))");
-  EXPECT_EQ(condition("Activity", "SUBQUERY(checkins, $c, $c.type = 1 OR $c.type = 2).@count = 2"),
-            "(SELECT count(*)" + kOwnCheckins + R"( AND (t1."type" IS ?1 OR t1."type" IS ?2)) IS ?3)");
+      condition("Activity", "SUBQUERY(checkins, $c, $c.type = 1 OR $c.type = 2).@count = 2"),
+      "(SELECT count(*)" + kOwnCheckins + R"( AND (t1."type" IS ?1 OR t1."type" IS ?2)) IS ?3)");
 }
 
 TEST(MemberSql, LetsASubqueryReadTheObjectAroundIt) {
@@ -94,9 +93,10 @@ TEST(MemberSql, LetsASubqueryReadTheObjectAroundIt) {
 }
 
 TEST(MemberSql, JoinsInsideTheSubqueryThatReadsThePath) {
-  EXPECT_EQ(condition("Group", "SUBQUERY(activities, $a, $a.parent.status = 1).@count > 0"),
-            R"(EXISTS (SELECT 1 FROM "Activity" t1 LEFT JOIN "Activity" t2 ON t2._id = t1."parent" )"
-            R"(WHERE t1."group" = t0._id AND t2."status" = ?1))");
+  EXPECT_EQ(
+      condition("Group", "SUBQUERY(activities, $a, $a.parent.status = 1).@count > 0"),
+      R"(EXISTS (SELECT 1 FROM "Activity" t1 LEFT JOIN "Activity" t2 ON t2._id = t1."parent" )"
+      R"(WHERE t1."group" = t0._id AND t2."status" = ?1))");
 }
 
 TEST(MemberSql, TranslatesAnyAndAll) {

@@ -100,12 +100,12 @@ TEST(QueryCompiler, TakesTheSumOfNothingForZero) {
 }
 
 TEST(QueryCompiler, WritesEveryAggregate) {
-  EXPECT_EQ(dictionarySql({.columns = {shown("count", Aggregate::minimum),
-                                       shown("date", Aggregate::maximum),
-                                       shown("count", Aggregate::average),
-                                       shown("activity", Aggregate::count)}}),
-            R"(SELECT min(t0."count"), max(t0."date"), avg(t0."count"), count(t0."activity") )"
-            R"(FROM "Checkin" t0)");
+  EXPECT_EQ(
+      dictionarySql(
+          {.columns = {shown("count", Aggregate::minimum), shown("date", Aggregate::maximum),
+                       shown("count", Aggregate::average), shown("activity", Aggregate::count)}}),
+      R"(SELECT min(t0."count"), max(t0."date"), avg(t0."count"), count(t0."activity") )"
+      R"(FROM "Checkin" t0)");
 }
 
 TEST(QueryCompiler, OrdersGroupsByWhatTheyAreGroupedBy) {
@@ -119,9 +119,8 @@ TEST(QueryCompiler, OrdersGroupsByWhatTheyAreGroupedBy) {
 TEST(QueryCompiler, PutsDistinctRowsWhereTheFirstOfThemStands) {
   EXPECT_EQ(dictionarySql({.columns = {shown("date")}, .distinct = true}),
             R"(SELECT t0."date" FROM "Checkin" t0 GROUP BY t0."date" ORDER BY min(t0._id))");
-  EXPECT_EQ(dictionarySql({.sorts = {{path("count"), false}},
-                           .columns = {shown("date")},
-                           .distinct = true}),
+  EXPECT_EQ(dictionarySql(
+                {.sorts = {{path("count"), false}}, .columns = {shown("date")}, .distinct = true}),
             R"(SELECT t0."date" FROM "Checkin" t0 GROUP BY t0."date" )"
             R"(ORDER BY max(t0."count") DESC, min(t0._id))");
 }
@@ -142,8 +141,7 @@ TEST(QueryCompiler, RefusesWhatIsTooDeepForTheStore) {
 TEST(QueryCompiler, KnowsWhenAnIndexGivesTheOrder) {
   const auto givesOrder = [](const char* format, const habits::Sorts& sorts) {
     return coredata::indexGivesOrder(
-        *habits::fetch("Checkin",
-                       NSPredicate::format(format, habits::object("Activity", 1)), sorts)
+        *habits::fetch("Checkin", NSPredicate::format(format, habits::object("Activity", 1)), sorts)
              .plan);
   };
 

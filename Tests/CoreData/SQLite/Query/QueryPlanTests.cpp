@@ -20,8 +20,7 @@ template <typename... Arguments>
 std::string plan(std::string_view entityName, std::string_view format, Arguments&&... arguments) {
   habits::Store store;
   return store.explanation(
-      habits::fetch(entityName,
-                    NSPredicate::format(format, std::forward<Arguments>(arguments)...)),
+      habits::fetch(entityName, NSPredicate::format(format, std::forward<Arguments>(arguments)...)),
       kKeys);
 }
 
@@ -43,9 +42,8 @@ TEST(QueryPlan, SearchesAPeriodAsARange) {
 }
 
 TEST(QueryPlan, FiltersTypesInsideTheIndex) {
-  const std::string text =
-      plan("Checkin", "activity = %@ AND date BEGINSWITH %@ AND type IN %@", kActivity, "2024-01",
-           ValueList{0, 10});
+  const std::string text = plan("Checkin", "activity = %@ AND date BEGINSWITH %@ AND type IN %@",
+                                kActivity, "2024-01", ValueList{0, 10});
 
   EXPECT_THAT(text, HasSubstr("COVERING INDEX Checkin_byActivityAndDate (activity=? AND date>?"));
   EXPECT_THAT(text, Not(HasSubstr("SUBQUERY")));

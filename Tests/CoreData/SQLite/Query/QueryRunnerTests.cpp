@@ -48,7 +48,9 @@ TEST_F(QueryRunner, ReadsEverySlotOfARow) {
 
   ASSERT_EQ(rows.size(), 1U);
   const Row& row = *rows.front();
-  const auto slot = [](const char* name) { return habits::entity("Activity").property(name)->slot(); };
+  const auto slot = [](const char* name) {
+    return habits::entity("Activity").property(name)->slot();
+  };
   EXPECT_EQ(row.key(), 7);
   EXPECT_EQ(row.version(), 1);
   EXPECT_EQ(row.text(slot("title")), "Run");

@@ -2,10 +2,10 @@
 
 #include <array>
 
+#include "Foundation/Internal/CivilDay.h"
 #include "Foundation/Text/Internal/Environment.h"
 #include "Foundation/Text/Internal/IcuCalendar.h"
 #include "Foundation/Text/Internal/LocalTime.h"
-#include "Foundation/Values/Internal/CivilDay.h"
 
 namespace foundation {
 

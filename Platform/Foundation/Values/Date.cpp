@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "Foundation/Internal/CivilDay.h"
 #include "Foundation/Internal/Clock.h"
-#include "Foundation/Values/Internal/CivilDay.h"
 
 namespace foundation {
 

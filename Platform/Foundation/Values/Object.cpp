@@ -24,10 +24,10 @@ std::size_t Object::hash() const noexcept { return std::hash<const Object*>{}(th
 
 std::string Object::description() const {
   std::array<char, 24> address{};
-  const int length =
-      std::snprintf(address.data(), address.size(), "%p", static_cast<const void*>(this));
-  return "<" + typeName(typeid(*this)) + ": " +
-         std::string(address.data(), static_cast<std::size_t>(length)) + ">";
+  std::snprintf(address.data(), address.size(), "%p", static_cast<const void*>(this));
+  std::string text = "<";
+  text.append(typeName(typeid(*this))).append(": ").append(address.data()).append(">");
+  return text;
 }
 
 Value Object::valueForKey(std::string_view key) const {

@@ -6,10 +6,10 @@
 #include <random>
 #include <string>
 
+#include "Foundation/Internal/CivilDay.h"
 #include "Foundation/Text/DateFormatter.h"
 #include "Foundation/Text/Internal/Environment.h"
 #include "Foundation/Text/Internal/IcuCalendar.h"
-#include "Foundation/Values/Internal/CivilDay.h"
 #include "Tests/Support/ScopedSettings.h"
 
 namespace foundation {

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <random>
 #include <string>
 
 #include "Foundation/Text/DateFormatter.h"
 #include "Foundation/Text/Internal/IcuFormat.h"
+#include "Tests/Foundation/Text/ZoneSamples.h"
 #include "Tests/Support/ScopedSettings.h"
 
 namespace foundation {
@@ -66,17 +66,6 @@ TEST(DayKey, CutsMonthAndYearAsTheirPatternsWriteThem) {
   }
 }
 
-/// Dates around every midnight are where a wrong day would show: half of the sample lies within a
-/// second of one.
-Date sampleDate(std::mt19937_64& random) {
-  std::uniform_real_distribution<double> anywhen(-13'000'000'000, 9'000'000'000);
-  const double seconds = anywhen(random);
-  if (random() % 2 == 0) return Date::from1970(seconds);
-  const double quarterHour = 900;
-  return Date::from1970(std::floor(seconds / quarterHour) * quarterHour +
-                        static_cast<double>(random() % 3) - 1);
-}
-
 TEST(DayKey, AgreesWithIcuOverZonesYearsAndLocales) {
   std::mt19937_64 random(20240210);
   for (const std::string_view locale : {"en_US", "ko_KR", "de_DE"}) {
@@ -86,7 +75,7 @@ TEST(DayKey, AgreesWithIcuOverZonesYearsAndLocales) {
           "Asia/Kathmandu", "Antarctica/Troll"}) {
       const ScopedSettings settings(locale, zone);
       for (int i = 0; i < 300; ++i) {
-        const Date date = sampleDate(random);
+        const Date date = Date::from1970(static_cast<double>(sampleInstant(random)));
         ASSERT_EQ(DayKey(date).text(), icuFormat(currentEnvironment(), "yyyy-MM-dd", date))
             << locale << ' ' << zone << ' ' << date.timeIntervalSince1970();
         ASSERT_EQ(asString(date), icuFormat(currentEnvironment(), "HH:mm", date))

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "Foundation/Values/Internal/CivilDay.h"
+#include "Foundation/Internal/CivilDay.h"
 
 namespace foundation {
 namespace {

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <optional>
 
+#include "Foundation/Internal/CivilDay.h"
 #include "Foundation/Text/Internal/Environment.h"
 #include "Foundation/Text/Internal/LocalTime.h"
-#include "Foundation/Values/Internal/CivilDay.h"
 
 namespace foundation {
 

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 #include <mutex>
 
 namespace foundation {
@@ -138,8 +137,7 @@ void ZoneRules::buildTable() {
     spans_.push_back({absl::ToUnixSeconds(at), offset});
     from = at;
   }
-  spans_.push_back(
-      {std::numeric_limits<std::int64_t>::max(), zone_.At(end - absl::Seconds(1)).offset});
+  spans_.push_back({kTableEnd, zone_.At(end - absl::Seconds(1)).offset});
 
   std::uint16_t span = 0;
   for (std::int64_t bucket = kTableBegin; bucket < kTableEnd;
@@ -154,6 +152,10 @@ std::int64_t ZoneRules::searchOffset(std::int64_t instant) const noexcept {
 }
 
 std::int64_t ZoneRules::instantOf(std::int64_t localSeconds) const noexcept {
+  // No zone is a day away from UTC: a span that reaches a day to either side decides alone.
+  constexpr std::int64_t kDay = 86400;
+  const Span* span = spanAt(localSeconds - kDay);
+  if (span != nullptr && localSeconds + kDay < span->end) return localSeconds - span->offset;
   const auto found = zone_.At(absl::CivilSecond(1970, 1, 1) + localSeconds);
   const bool isSkipped = found.kind == absl::TimeZone::TimeInfo::SKIPPED;
   return absl::ToUnixSeconds(isSkipped ? found.trans : found.pre);

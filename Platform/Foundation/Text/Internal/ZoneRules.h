@@ -30,11 +30,8 @@ class ZoneRules {
 
   /// How many seconds local time is ahead of UTC at an instant, given in seconds since 1970.
   [[nodiscard]] std::int64_t offsetAt(std::int64_t instant) const noexcept {
-    const std::int64_t sinceBegin = instant - kTableBegin;
-    if (sinceBegin < 0 || sinceBegin >= kTableLength) return searchOffset(instant);
-    const Span* span = &spans_[firstSpan_[static_cast<std::size_t>(sinceBegin >> kBucketShift)]];
-    while (instant >= span->end) ++span;
-    return span->offset;
+    const Span* span = spanAt(instant);
+    return span == nullptr ? searchOffset(instant) : span->offset;
   }
 
   /// The instant at which local time reads `localSeconds`, given as if they were counted in UTC. A
@@ -55,6 +52,16 @@ class ZoneRules {
     std::int64_t end;
     std::int32_t offset;
   };
+
+  /// The span of the table that an instant lies in, null outside the table.
+  [[nodiscard]] const Span* spanAt(std::int64_t instant) const noexcept {
+    const std::int64_t sinceBegin = instant - kTableBegin;
+    if (sinceBegin < 0 || sinceBegin >= kTableLength) return nullptr;
+    const auto bucket = static_cast<std::size_t>(sinceBegin >> kBucketShift);
+    const Span* span = &spans_[firstSpan_[bucket]];
+    while (instant >= span->end) ++span;
+    return span;
+  }
 
   ZoneRules(std::string identifier, const absl::TimeZone& zone);
   static const ZoneRules* load(std::string_view identifier, const std::string& path);

@@ -20,20 +20,22 @@ template <typename T>
 class Ref {
  public:
   constexpr Ref() noexcept = default;
-  constexpr Ref(std::nullptr_t) noexcept {
-  }  // NOLINT(google-explicit-constructor): a handle is nullable
+  // NOLINTNEXTLINE(google-explicit-constructor): a handle is nullable
+  constexpr Ref(std::nullptr_t) noexcept {}
   /// Shares an object that is already counted.
   explicit Ref(T* object) noexcept : object_(object) {
     if (object_ != nullptr) object_->retain();
   }
   Ref(const Ref& other) noexcept : Ref(other.object_) {}
   Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+  // NOLINTBEGIN(google-explicit-constructor): a handle to an object is one to what it derives from
   template <typename U>
   requires std::convertible_to<U*, T*> Ref(const Ref<U>& other)
-  noexcept : Ref(other.get()) {}  // NOLINT(google-explicit-constructor)
+  noexcept : Ref(other.get()) {}
   template <typename U>
   requires std::convertible_to<U*, T*> Ref(Ref<U>&& other)
-  noexcept : object_(other.leak()) {}  // NOLINT(google-explicit-constructor)
+  noexcept : object_(other.leak()) {}
+  // NOLINTEND(google-explicit-constructor)
   ~Ref() {
     if (object_ != nullptr) object_->release();
   }

@@ -5,6 +5,7 @@
 #include "CoreData/Object/NSManagedObject.h"
 #include "CoreData/Object/ObjectRegistry.h"
 #include "Foundation/Values/FatalError.h"
+#include "absl/container/flat_hash_set.h"
 
 namespace coredata {
 
@@ -117,13 +118,19 @@ void NSManagedObject::removeFromMany(ToManyIndex index, NSManagedObject& member)
 }
 
 void NSManagedObject::setToMany(ToManyIndex index, const ObjectSet& members) {
+  std::vector<Ref<NSManagedObject>> wanted;
+  absl::flat_hash_set<const NSManagedObject*> known;
+  for (std::size_t i = 0; i < members.count(); ++i) {
+    wanted.push_back(members.at(i));
+    known.insert(wanted.back().get());
+  }
   const ObjectSet before = toMany(index);
   for (std::size_t i = 0; i < before.count(); ++i) {
     const Ref<NSManagedObject> member = before.at(i);
-    if (member && !members.contains(*member)) removeFromMany(index, *member);
+    if (member && !known.contains(member.get())) removeFromMany(index, *member);
   }
-  for (std::size_t i = 0; i < members.count(); ++i) {
-    if (const Ref<NSManagedObject> member = members.at(i)) addToMany(index, *member);
+  for (const Ref<NSManagedObject>& member : wanted) {
+    if (member) addToMany(index, *member);
   }
 }
 

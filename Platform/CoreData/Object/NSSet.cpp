@@ -5,20 +5,18 @@
 #include "CoreData/Context/NSManagedObjectContext.h"
 #include "CoreData/Object/NSManagedObject.h"
 #include "CoreData/Object/ObjectRegistry.h"
+#include "absl/container/flat_hash_set.h"
 
 namespace coredata {
 
 using foundation::Ref;
 
 ObjectSet::ObjectSet() noexcept = default;
-ObjectSet::ObjectSet(std::vector<Ref<NSManagedObject>> objects) : objects_(std::move(objects)) {
-  std::vector<Ref<NSManagedObject>> distinct;
-  distinct.reserve(objects_.size());
-  for (Ref<NSManagedObject>& object : objects_) {
-    if (object && std::ranges::find(distinct, object) == distinct.end())
-      distinct.push_back(std::move(object));
+ObjectSet::ObjectSet(std::vector<Ref<NSManagedObject>> objects) {
+  absl::flat_hash_set<const NSManagedObject*> known;
+  for (Ref<NSManagedObject>& object : objects) {
+    if (object && known.insert(object.get()).second) objects_.push_back(std::move(object));
   }
-  objects_ = std::move(distinct);
 }
 ObjectSet::ObjectSet(Ref<ObjectRegistry> registry, const NSEntityDescription& entity,
                      std::shared_ptr<const std::vector<ObjectKey>> stored,

@@ -1,0 +1,165 @@
+#include "CoreData/SQLite/RowCache.h"
+
+#include <gtest/gtest.h>
+
+#include "CoreData/Model/ModelBuilder.h"
+
+namespace {
+using coredata::CacheEpoch;
+using coredata::kNoEpoch;
+using coredata::ObjectKey;
+using coredata::Row;
+using coredata::RowCache;
+using coredata::RowChange;
+using coredata::RowChangeKind;
+using foundation::Ref;
+
+class RowCacheTest : public testing::Test {
+ protected:
+  Ref<Row> row(ObjectKey key, std::int64_t version = 1, std::size_t size = 0) {
+    Ref<Row> result = Row::make(book(), size);
+    result->setKey(key);
+    result->setVersion(version);
+    return result;
+  }
+  const coredata::NSEntityDescription& book() { return *model_->entity("Book"); }
+  Ref<Row> find(ObjectKey key, CacheEpoch epoch) { return cache_.find(book(), key, epoch); }
+  Ref<Row> find(ObjectKey key) { return find(key, cache_.epoch()); }
+  RowChange update(Ref<Row> row) {
+    return {&book(), row->key(), RowChangeKind::update, 1, std::move(row)};
+  }
+  RowChange removal(ObjectKey key) { return {&book(), key, RowChangeKind::remove, 0, nullptr}; }
+
+  Ref<coredata::NSManagedObjectModel> model_ =
+      coredata::modelFromSource(R"({"entities": {"Book": {"attributes": {"title": "text"}}}})");
+  RowCache cache_;
+};
+}  // namespace
+
+TEST_F(RowCacheTest, GivesWhatWasAdded) {
+  const Ref<Row> added = row(1);
+  cache_.add(added, cache_.epoch());
+
+  EXPECT_EQ(find(1), added);
+  EXPECT_FALSE(find(2));
+  EXPECT_FALSE(find(1, kNoEpoch));
+}
+
+TEST_F(RowCacheTest, GivesACommittedRowToLaterReadersOnly) {
+  const CacheEpoch before = cache_.epoch();
+  const Ref<Row> written = row(1, 2);
+  const RowChange changes[] = {update(written)};
+  cache_.willCommit(changes);
+  cache_.didCommit(changes);
+
+  EXPECT_EQ(find(1), written);
+  EXPECT_FALSE(find(1, before));
+}
+
+TEST_F(RowCacheTest, TakesNothingFromAReaderOfAnEarlierState) {
+  const CacheEpoch before = cache_.epoch();
+  cache_.willCommit({});
+  cache_.didCommit({});
+
+  cache_.add(row(1), before);
+
+  EXPECT_FALSE(find(1));
+}
+
+TEST_F(RowCacheTest, WithholdsTheRowsOfACommitThatIsUnderWay) {
+  cache_.add(row(1), cache_.epoch());
+  cache_.add(row(2), cache_.epoch());
+  const RowChange changes[] = {update(row(1, 2))};
+
+  cache_.willCommit(changes);
+
+  EXPECT_FALSE(find(1));
+  EXPECT_TRUE(find(2));
+}
+
+TEST_F(RowCacheTest, TakesNothingWhileACommitIsUnderWay) {
+  const CacheEpoch epoch = cache_.epoch();
+  cache_.willCommit({});
+
+  cache_.add(row(1), epoch);
+
+  EXPECT_FALSE(find(1));
+}
+
+TEST_F(RowCacheTest, ForgetsRemovedRows) {
+  cache_.add(row(1), cache_.epoch());
+  const RowChange changes[] = {removal(1)};
+  cache_.willCommit(changes);
+  cache_.didCommit(changes);
+
+  EXPECT_FALSE(find(1));
+}
+
+TEST_F(RowCacheTest, KeepsTheLastOfTwoChangesToARow) {
+  const Ref<Row> last = row(1, 3);
+  const RowChange changes[] = {update(row(1, 2)), update(last)};
+  cache_.willCommit(changes);
+  cache_.didCommit(changes);
+
+  EXPECT_EQ(find(1), last);
+  EXPECT_EQ(cache_.byteCount(), last->byteSize());
+}
+
+TEST_F(RowCacheTest, ForgetsEverythingWhenACommitFails) {
+  cache_.add(row(1), cache_.epoch());
+  const CacheEpoch before = cache_.epoch();
+  cache_.willCommit({});
+
+  cache_.commitFailed();
+
+  EXPECT_EQ(cache_.rowCount(), 0U);
+  cache_.add(row(1), before);
+  EXPECT_FALSE(find(1));
+}
+
+TEST_F(RowCacheTest, ForgetsEverythingWhenOthersCommitted) {
+  cache_.add(row(1), cache_.epoch());
+
+  const CacheEpoch epoch = cache_.outdate(cache_.epoch());
+
+  EXPECT_EQ(epoch, cache_.epoch());
+  EXPECT_FALSE(find(1));
+}
+
+TEST_F(RowCacheTest, ServesAReaderNoMoreThatFoundOutTooLate) {
+  const CacheEpoch early = cache_.epoch();
+  const CacheEpoch late = cache_.outdate(early);
+  cache_.add(row(1), late);
+
+  EXPECT_EQ(cache_.outdate(early), kNoEpoch);
+}
+
+TEST_F(RowCacheTest, StaysWithinItsBounds) {
+  RowCache small({.rows = 10, .bytes = 100'000});
+  for (ObjectKey key = 1; key <= 100; ++key) small.add(row(key), small.epoch());
+  EXPECT_LE(small.rowCount(), 10U);
+  EXPECT_TRUE(small.find(book(), 100, small.epoch()));
+  EXPECT_FALSE(small.find(book(), 1, small.epoch()));
+
+  for (ObjectKey key = 1; key <= 100; ++key) small.add(row(1000 + key, 1, 9'000), small.epoch());
+  EXPECT_LE(small.byteCount(), 100'000U);
+}
+
+TEST_F(RowCacheTest, KeepsWhatIsUsed) {
+  RowCache small({.rows = 10, .bytes = 100'000});
+  small.add(row(1), small.epoch());
+  for (ObjectKey key = 2; key <= 100; ++key) {
+    small.add(row(key), small.epoch());
+    EXPECT_TRUE(small.find(book(), 1, small.epoch())) << key;
+  }
+}
+
+TEST_F(RowCacheTest, TakesNoRowThatWouldPushOutAllOthers) {
+  RowCache small({.rows = 10, .bytes = 8'000});
+  small.add(row(1), small.epoch());
+
+  small.add(row(2, 1, 5'000), small.epoch());
+
+  EXPECT_TRUE(small.find(book(), 1, small.epoch()));
+  EXPECT_FALSE(small.find(book(), 2, small.epoch()));
+}

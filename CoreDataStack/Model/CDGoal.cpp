@@ -46,20 +46,6 @@ bool countsFor(UserType user, Interval interval) {
 
 }  // namespace
 
-std::optional<CDGoal::Interval> CDGoal::Interval::withRawValue(std::int16_t rawValue) noexcept {
-  const auto which = static_cast<Case>(rawValue);
-  switch (which) {
-    case none:
-    case daily:
-    case weekly:
-    case monthly:
-    case yearly:
-    case count:
-      return which;
-  }
-  return std::nullopt;
-}
-
 std::optional<std::string> CDGoal::localizedStreaks(std::int64_t streaks) const {
   const Keys* keys = keysOf(interval());
   if (keys == nullptr) return std::nullopt;

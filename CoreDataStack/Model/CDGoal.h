@@ -44,7 +44,20 @@ class CDGoal final : public coredata::NSManagedObject {
     // NOLINTEND(google-explicit-constructor)
 
     /// The interval stored under that number; none for a number that stands for none.
-    [[nodiscard]] static std::optional<Interval> withRawValue(std::int16_t rawValue) noexcept;
+    [[nodiscard]] static constexpr std::optional<Interval> withRawValue(
+        std::int16_t rawValue) noexcept {
+      const auto which = static_cast<Case>(rawValue);
+      switch (which) {
+        case none:
+        case daily:
+        case weekly:
+        case monthly:
+        case yearly:
+        case count:
+          return which;
+      }
+      return std::nullopt;
+    }
     [[nodiscard]] constexpr std::int16_t rawValue() const noexcept {
       return static_cast<std::int16_t>(case_);
     }

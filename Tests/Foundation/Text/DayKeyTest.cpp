@@ -85,5 +85,16 @@ TEST(DayKey, AgreesWithIcuOverZonesYearsAndLocales) {
   }
 }
 
+TEST(DayKey, AgreesWithIcuFromTheFirstYearToTheTwelveThousandth) {
+  const ScopedSettings settings("en_US", "Europe/Rome");
+  std::mt19937_64 random(1582);
+  std::uniform_real_distribution<double> seconds(-62'135'769'600, 316'000'000'000);
+  for (int i = 0; i < 20000; ++i) {
+    const Date date = Date::from1970(seconds(random));
+    ASSERT_EQ(DayKey(date).text(), icuFormat(currentEnvironment(), "yyyy-MM-dd", date))
+        << date.timeIntervalSince1970();
+  }
+}
+
 }  // namespace
 }  // namespace foundation

@@ -52,6 +52,8 @@ TEST(CDGoalInterval, IsHashedByItsNumber) {
 class CDGoalTest : public testing::Test {
  protected:
   CDGoalTest() {
+    foundation::Bundle::setMain(
+        foundation::Bundle::at(foundation::URL::fileURL(directory_.path().string())).value());
     writeTable(R"(
       "Daily Streak" = "daily streak %d"; "Weekly Streak" = "weekly streak %d";
       "Monthly Streak" = "monthly streak %d"; "Yearly Streak" = "yearly streak %d";

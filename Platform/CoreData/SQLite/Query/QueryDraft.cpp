@@ -1,10 +1,29 @@
 #include "CoreData/SQLite/Query/QueryDraft.h"
 
+#include <charconv>
 #include <utility>
 
 #include "CoreData/SQLite/RowColumns.h"
 
 namespace coredata {
+
+namespace {
+
+/// Which parameters the text has, by their numbers.
+std::vector<bool> usedNumbers(std::string_view sql, int lastNumber) {
+  std::vector<bool> isUsed(static_cast<std::size_t>(lastNumber) + 1);
+  bool isInName = false;
+  for (std::size_t i = 0; i < sql.size(); ++i) {
+    if (sql[i] == '"') isInName = !isInName;
+    if (isInName || sql[i] != '?') continue;
+    std::size_t number = 0;
+    std::from_chars(sql.data() + i + 1, sql.data() + sql.size(), number);
+    isUsed[number] = true;
+  }
+  return isUsed;
+}
+
+}  // namespace
 
 std::string QueryDraft::add(QueryParameter parameter) {
   parameter.number = lastNumber_ + 1;
@@ -26,6 +45,11 @@ std::string QueryDraft::addTest(foundation::PredicateNode comparison) {
 }
 
 CompiledQuery QueryDraft::finish(std::string sql) && {
+  // A side that no comparison can be made with leaves the text, and its parameters with it.
+  const std::vector<bool> isUsed = usedNumbers(sql, lastNumber_);
+  std::erase_if(parameters_, [&](const QueryParameter& parameter) {
+    return !isUsed[static_cast<std::size_t>(parameter.number)];
+  });
   return {&model_, std::move(sql), std::move(parameters_), std::move(tests_)};
 }
 

@@ -18,8 +18,8 @@ struct Stripe {
   std::unordered_map<const Object*, WeakCell*> cells;
 };
 
-/// The stripe of an object guards its cell's pointer as well as the table, so that "is it alive" and
-/// "count it once more" are one step for everybody. Never destroyed: objects may die at exit.
+/// The stripe of an object guards its cell's pointer as well as the table, so that "is it alive"
+/// and "count it once more" are one step for everybody. Never destroyed: objects may die at exit.
 Stripe& stripeOf(const Object* object) {
   constexpr std::size_t kStripes = 64;
   static auto& stripes = *new std::array<Stripe, kStripes>;
@@ -82,7 +82,7 @@ WeakHandle::WeakHandle(const Object* object) {
   if (found == stripe.cells.end()) {
     auto cell = std::make_unique<WeakCell>(object, stripe);
     found = stripe.cells.emplace(object, cell.get()).first;
-    cell.release();
+    static_cast<void>(cell.release());
     object->isWeaklyHeld_.store(true, std::memory_order_relaxed);
   }
   cell_ = found->second;

@@ -16,8 +16,8 @@ class WeakCell;
 ///
 /// It never mistakes a later object at the same address for its own.
 ///
-/// Threading: a handle belongs to one thread at a time; handles to one object may be used, copied and
-/// dropped on any threads while the object lives or dies on another.
+/// Threading: a handle belongs to one thread at a time; handles to one object may be used, copied
+/// and dropped on any threads while the object lives or dies on another.
 class WeakHandle {
  public:
   /// Refers to nothing.
@@ -37,8 +37,8 @@ class WeakHandle {
   [[nodiscard]] Ref<Object> lock() const noexcept;
   /// Whether this is the object referred to, without taking a count: `object` must be alive.
   [[nodiscard]] bool refersTo(const Object* object) const noexcept;
-  /// Whether the object is gone or there never was one. True stays true; false may be out of date at
-  /// once, and is still the answer while the object is being destroyed.
+  /// Whether the object is gone or there never was one. True stays true; false may be out of date
+  /// at once, and is still the answer while the object is being destroyed.
   [[nodiscard]] bool expired() const noexcept;
   /// Whether the handle was made from an object at all, dead or alive.
   [[nodiscard]] bool isSet() const noexcept { return cell_ != nullptr; }
@@ -54,7 +54,7 @@ class WeakRef {
   WeakRef() noexcept = default;
   explicit WeakRef(T* object) : handle_(object) {}
   template <typename U>
-    requires std::convertible_to<U*, T*>
+  requires std::convertible_to<U*, T*>
   explicit WeakRef(const Ref<U>& object) : WeakRef(static_cast<T*>(object.get())) {}
 
   /// The object, kept alive by the result, or an empty handle when it is gone.

@@ -6,7 +6,7 @@
 #include <span>
 
 #include "CoreData/Model/Internal/Checksum.h"
-#include "ModelTesting.h"
+#include "Tests/CoreData/Model/ModelTesting.h"
 
 namespace coredata {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "ModelTesting.h"
+#include "Tests/CoreData/Model/ModelTesting.h"
 
 namespace coredata {
 namespace {

@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "CoreData/Model/Compiled/ModelFiles.h"
-#include "ModelTesting.h"
+#include "Tests/CoreData/Model/ModelTesting.h"
 #include "Tests/Support/FaultyFileSystem.h"
 #include "Tests/Support/TemporaryDirectory.h"
 

@@ -8,7 +8,7 @@
 #include "CoreData/Model/Compiled/VersionInfo.h"
 #include "CoreData/Model/Compiler/ModelCompiler.h"
 #include "CoreData/Model/NSManagedObjectModel.h"
-#include "ModelTesting.h"
+#include "Tests/CoreData/Model/ModelTesting.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 namespace coredata {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "ModelTesting.h"
+#include "Tests/CoreData/Model/ModelTesting.h"
 
 namespace coredata {
 namespace {
@@ -144,6 +144,12 @@ TEST(ModelSource, RefusesDefaultsThatNoAttributeHas) {
             at(place, "expected a number, a text, true or false"));
   EXPECT_EQ(attributeError(R"({"type": "integer64", "default": 9223372036854775808})"),
             at(place, "the number is too large"));
+}
+
+TEST(ModelSource, RefusesNumbersThatNoDoubleHolds) {
+  EXPECT_EQ(attributeError(R"({"type": "double", "default": 16e433})"),
+            at("entities.A.attributes.x.default", "the number is too large"));
+  EXPECT_EQ(readingError("1e999"), at("the top", "the number is too large"));
 }
 
 TEST(ModelSource, RefusesARelationshipToOneAndToMany) {

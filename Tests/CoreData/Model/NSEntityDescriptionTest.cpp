@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "CoreData/Model/NSManagedObjectModel.h"
-#include "ModelTesting.h"
+#include "Tests/CoreData/Model/ModelTesting.h"
 
 namespace coredata {
 namespace {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "ModelTesting.h"
+#include "Tests/CoreData/Model/ModelTesting.h"
 
 namespace coredata {
 namespace {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "ModelTesting.h"
+#include "Tests/CoreData/Model/ModelTesting.h"
 
 namespace coredata {
 namespace {

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Tests/Support/TemporaryDirectory.h"
+
+namespace habits {
+
+/// How a run of the program ended, and what it wrote.
+struct Outcome {
+  int status = -1;
+  std::string output;
+  std::string complaint;
+};
+
+/// The built program with directories of its own and settings that no test inherits from its
+/// surroundings: English, UTC, no terminal.
+class Program {
+ public:
+  Program();
+
+  [[nodiscard]] std::filesystem::path directory() const { return directory_.path(); }
+  [[nodiscard]] std::filesystem::path store() const { return directory() / "habits.sqlite"; }
+  void setEnvironment(const std::string& name, const std::string& value) {
+    environment_[name] = value;
+  }
+
+  /// Runs a command over `store()`.
+  [[nodiscard]] Outcome run(std::vector<std::string> arguments) const;
+  /// The same with exactly these arguments.
+  [[nodiscard]] Outcome runPlainly(const std::vector<std::string>& arguments) const;
+  /// The same in a terminal of its own, which shows colours.
+  [[nodiscard]] std::string outputInTerminal(std::vector<std::string> arguments) const;
+
+ private:
+  support::TemporaryDirectory directory_;
+  std::map<std::string, std::string> environment_;
+};
+
+}  // namespace habits

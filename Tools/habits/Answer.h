@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "Foundation/Values/Value.h"
+
+namespace habits {
+
+/// What a command has to say: as text for people, without the newline at its end, and as data for
+/// scripts.
+struct Answer {
+  std::string text;
+  foundation::Value data;
+};
+
+/// The data as JSON. Whole numbers are written without a point; text that is not UTF-8 is repaired.
+[[nodiscard]] std::string json(const foundation::Value& data);
+
+}  // namespace habits

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace habits {
+
+/// Rows of texts in columns, for a terminal: characters of East Asia take two places, and control
+/// characters show as "?", so that a title cannot steer the terminal.
+class Table {
+ public:
+  void add(std::vector<std::string> row);
+  /// The rows, one a line, without blanks at the end of any.
+  [[nodiscard]] std::string text() const;
+
+ private:
+  std::vector<std::vector<std::string>> rows_;
+};
+
+/// How many places of a terminal a UTF-8 text takes.
+[[nodiscard]] std::size_t displayWidth(const std::string& text);
+
+}  // namespace habits

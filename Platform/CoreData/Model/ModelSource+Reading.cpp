@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 #include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -50,6 +51,13 @@ class DuplicateGuard {
     return true;
   }
 
+  /// Where the parser is.
+  [[nodiscard]] std::string place() const {
+    std::string path;
+    for (const auto& object : open_) path = inside(path, object.latest);
+    return path.empty() ? "the top" : path;
+  }
+
  private:
   struct OpenObject {
     std::set<std::string, std::less<>> members;
@@ -60,12 +68,6 @@ class DuplicateGuard {
     auto& object = open_.back();
     object.latest = member;
     if (!object.members.insert(member).second) fail(place(), "this member stands there twice");
-  }
-
-  [[nodiscard]] std::string place() const {
-    std::string path;
-    for (const auto& object : open_) path = inside(path, object.latest);
-    return path;
   }
 
   std::vector<OpenObject> open_;
@@ -87,8 +89,11 @@ std::string complaint(const Json::parse_error& error) {
 }
 
 Json parseJson(std::string_view text) {
+  DuplicateGuard guard;
   try {
-    return Json::parse(text, DuplicateGuard());
+    return Json::parse(text, std::ref(guard));
+  } catch (const Json::out_of_range&) {
+    fail(guard.place(), "the number is too large");
   } catch (const Json::parse_error& error) {
     fail(lineAndColumn(text, error.byte), complaint(error));
   }

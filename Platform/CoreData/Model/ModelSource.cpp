@@ -33,9 +33,7 @@ void normalizeDefault(AttributeSource& attribute) {
 
 template <typename Named>
 void sortByName(std::vector<Named>& list) {
-  if (!std::ranges::is_sorted(list, {}, &Named::name)) {
-    std::ranges::stable_sort(list, {}, &Named::name);
-  }
+  std::ranges::sort(list, {}, &Named::name);
 }
 
 void normalizeEntity(EntitySource& entity) {

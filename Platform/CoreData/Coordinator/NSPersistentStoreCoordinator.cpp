@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <mutex>
 
 #include "CoreData/Coordinator/ObjectIDTable.h"
 #include "CoreData/Coordinator/StoreError.h"
 #include "CoreData/Fetching/FetchPlanCache.h"
+#include "Foundation/Files/Bundle.h"
 
 namespace coredata {
 
@@ -34,19 +36,28 @@ StoreOptions storeOptions(const NSPersistentStoreDescription& description) {
   options.readOnly = description.isReadOnly();
   options.historyTracking = description.isOn(NSPersistentHistoryTrackingKey);
   options.pragmas = description.sqlitePragmas();
+  options.bundleIdentifier = foundation::Bundle::main().bundleIdentifier().value_or("");
   return options;
 }
 
 }  // namespace
 
+struct NSPersistentStoreCoordinator::State {
+  std::mutex storeMutex;
+  Ref<NSPersistentStore> store;  // guarded by storeMutex
+  std::mutex clientsMutex;
+  std::vector<CoordinatorClient*> clients;  // guarded by clientsMutex
+};
+
 NSPersistentStoreCoordinator::NSPersistentStoreCoordinator(
     Ref<const NSManagedObjectModel> managedObjectModel)
     : model_(std::move(managedObjectModel)),
       identifiers_(make<ObjectIDTable>(model_)),
-      plans_(std::make_unique<FetchPlanCache>(model_)) {}
+      plans_(std::make_unique<FetchPlanCache>(model_)),
+      state_(std::make_unique<State>()) {}
 
 NSPersistentStoreCoordinator::~NSPersistentStoreCoordinator() {
-  if (store_) store_->engine()->close();
+  if (state_->store) state_->store->engine()->close();
 }
 
 std::vector<Ref<NSPersistentStore>> NSPersistentStoreCoordinator::persistentStores() const {
@@ -55,8 +66,8 @@ std::vector<Ref<NSPersistentStore>> NSPersistentStoreCoordinator::persistentStor
 }
 
 Ref<NSPersistentStore> NSPersistentStoreCoordinator::store() const {
-  const std::scoped_lock lock(storeMutex_);
-  return store_;
+  const std::scoped_lock lock(state_->storeMutex);
+  return state_->store;
 }
 
 Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
@@ -75,17 +86,17 @@ Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
         CoordinatorErrorCode::unknownConfiguration,
         "The model has no configuration named \"" + *description.configuration() + "\".");
   }
-  const std::scoped_lock lock(storeMutex_);
-  if (store_) {
-    if (namesSameFile(*store_->url(), *description.url())) return store_;
+  const std::scoped_lock lock(state_->storeMutex);
+  if (state_->store) {
+    if (namesSameFile(*state_->store->url(), *description.url())) return state_->store;
     throw coordinatorError(CoordinatorErrorCode::alreadyHasStore,
-                           "The store " + store_->url()->absoluteString() +
+                           "The store " + state_->store->url()->absoluteString() +
                                " is open; remove it before adding another.");
   }
-  store_ = make<NSPersistentStore>(*description.url(),
-                                   SQLiteStore::open(storeOptions(description), model_),
-                                   description.configuration());
-  return store_;
+  state_->store = make<NSPersistentStore>(*description.url(),
+                                          SQLiteStore::open(storeOptions(description), model_),
+                                          description.configuration());
+  return state_->store;
 }
 
 void NSPersistentStoreCoordinator::removePersistentStore(const Ref<NSPersistentStore>& store) {
@@ -97,8 +108,8 @@ void NSPersistentStoreCoordinator::removePersistentStore(const Ref<NSPersistentS
   // it saved: so nothing is locked meanwhile.
   for (const auto& [client, alive] : livingClients()) client->storeWillBeRemoved();
   {
-    const std::scoped_lock lock(storeMutex_);
-    store_ = nullptr;
+    const std::scoped_lock lock(state_->storeMutex);
+    state_->store = nullptr;
   }
   store->engine()->close();
 }
@@ -135,20 +146,20 @@ Ref<NSManagedObjectID> NSPersistentStoreCoordinator::managedObjectIDForURIRepres
 }
 
 void NSPersistentStoreCoordinator::attach(CoordinatorClient& client) {
-  const std::scoped_lock lock(clientsMutex_);
-  clients_.push_back(&client);
+  const std::scoped_lock lock(state_->clientsMutex);
+  state_->clients.push_back(&client);
 }
 
 void NSPersistentStoreCoordinator::detach(CoordinatorClient& client) {
-  const std::scoped_lock lock(clientsMutex_);
-  std::erase(clients_, &client);
+  const std::scoped_lock lock(state_->clientsMutex);
+  std::erase(state_->clients, &client);
 }
 
 std::vector<std::pair<CoordinatorClient*, Ref<foundation::Object>>>
 NSPersistentStoreCoordinator::livingClients() {
   std::vector<std::pair<CoordinatorClient*, Ref<foundation::Object>>> result;
-  const std::scoped_lock lock(clientsMutex_);
-  for (CoordinatorClient* client : clients_) {
+  const std::scoped_lock lock(state_->clientsMutex);
+  for (CoordinatorClient* client : state_->clients) {
     if (Ref<foundation::Object> alive = client->keepAlive())
       result.emplace_back(client, std::move(alive));
   }
@@ -156,8 +167,8 @@ NSPersistentStoreCoordinator::livingClients() {
 }
 
 bool NSPersistentStoreCoordinator::hasOtherClients(const CoordinatorClient& client) const {
-  const std::scoped_lock lock(clientsMutex_);
-  return std::ranges::any_of(clients_,
+  const std::scoped_lock lock(state_->clientsMutex);
+  return std::ranges::any_of(state_->clients,
                              [&](const CoordinatorClient* other) { return other != &client; });
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -72,13 +71,12 @@ class NSPersistentStoreCoordinator final : public foundation::Object {
   [[nodiscard]] std::vector<std::pair<CoordinatorClient*, foundation::Ref<foundation::Object>>>
   livingClients();
 
+  struct State;
+
   foundation::Ref<const NSManagedObjectModel> model_;
   foundation::Ref<ObjectIDTable> identifiers_;
   std::unique_ptr<FetchPlanCache> plans_;
-  mutable std::mutex storeMutex_;
-  foundation::Ref<NSPersistentStore> store_;  // guarded by storeMutex_
-  mutable std::mutex clientsMutex_;
-  std::vector<CoordinatorClient*> clients_;  // guarded by clientsMutex_
+  std::unique_ptr<State> state_;
 };
 
 }  // namespace coredata

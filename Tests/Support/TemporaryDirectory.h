@@ -11,7 +11,8 @@ namespace support {
 class TemporaryDirectory {
  public:
   TemporaryDirectory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "coredatastack-test-XXXXXX").string();
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "coredatastack-test-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no directory for the test");
     path_ = pattern;
   }

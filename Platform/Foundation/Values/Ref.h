@@ -40,12 +40,10 @@ class Ref {
     if (object_ != nullptr) object_->release();
   }
 
-  Ref& operator=(const Ref& other) noexcept {
-    Ref(other).swap(*this);
-    return *this;
-  }
-  Ref& operator=(Ref&& other) noexcept {
-    Ref(std::move(other)).swap(*this);
+  /// Takes the new object before it lets the old one go, so that assigning a handle to itself, or
+  /// to one that only the old object held, is safe.
+  Ref& operator=(Ref other) noexcept {
+    swap(other);
     return *this;
   }
 

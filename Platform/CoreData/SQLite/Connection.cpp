@@ -114,7 +114,12 @@ Statement& Connection::statement(const StatementKey& key,
 }
 
 void Connection::dropStatements() {
-  absl::erase_if(statements_, [](const auto& entry) { return !entry.second->isRunning(); });
+  // Only those whose number has no bound. The others may be in a caller's hands between two runs.
+  absl::erase_if(statements_, [](const auto& entry) {
+    const StatementKind kind = entry.first.kind;
+    return (kind == StatementKind::query || kind == StatementKind::updateRow) &&
+           !entry.second->isRunning();
+  });
 }
 
 void Connection::execute(const char* sql) {

@@ -50,7 +50,7 @@ HistoryPosition SQLiteStore::newestTransaction() {
   return session.newestTransaction();
 }
 
-void SQLiteStore::close() noexcept { core_->pool().close(); }
+void SQLiteStore::close() noexcept { core_->close(); }
 
 bool SQLiteStore::isClosed() const noexcept { return core_->pool().isClosed(); }
 

@@ -34,10 +34,18 @@ CacheEpoch StoreCore::notice(Connection& connection, CacheEpoch epochBefore) {
   return rows_.outdate(epochBefore);
 }
 
+void StoreCore::close() noexcept {
+  pool_->close();
+  forgetRows();
+}
+
+void StoreCore::forgetRows() noexcept { static_cast<void>(rows_.outdate(kNoEpoch)); }
+
 void StoreCore::requireSameStore(Connection& connection) {
   // Nothing changes the schema of a store in use but another store's content copied over it.
   if (connection.schemaVersion() == schemaVersion_) return;
   replaced_.store(true, std::memory_order_relaxed);
+  forgetRows();
   throwReplaced();
 }
 

@@ -40,6 +40,9 @@ class StoreCore {
   /// fork.
   [[nodiscard]] ConnectionLease lease();
 
+  /// Closes the connections, those that are lent as they come back.
+  void close() noexcept;
+
   /// To be called at the start of each transaction of a connection, with the cache's epoch from
   /// before it: if others have committed since the connection's last one, forgets the rows that
   /// they may have changed and makes sure that it is still the same store. Gives the epoch of the
@@ -47,6 +50,8 @@ class StoreCore {
   [[nodiscard]] CacheEpoch notice(Connection& connection, CacheEpoch epochBefore);
 
  private:
+  /// Rows of a store that must not be used any more are not to be had from the cache either.
+  void forgetRows() noexcept;
   void requireSameStore(Connection& connection);
   [[noreturn]] void throwReplaced() const;
 

@@ -300,11 +300,12 @@ TEST(SQLiteStore, RefusesEverythingOnceItWasClosed) {
   const StoreFile file;
   const auto store = file.open();
   ReadSession session(store);
+  const auto key = shelf::insertBook(session, "Emma");
   store->close();
   store->close();
 
   EXPECT_TRUE(store->isClosed());
-  EXPECT_EQ(shelf::errorCode([&] { static_cast<void>(shelf::titleOf(session, 1)); }),
+  EXPECT_EQ(shelf::errorCode([&] { static_cast<void>(shelf::titleOf(session, key)); }),
             code(StoreErrorCode::removed));
   EXPECT_EQ(shelf::errorCode([&] { shelf::insertBook(session, "Emma"); }),
             code(StoreErrorCode::removed));
@@ -404,7 +405,7 @@ TEST(SQLiteStore, NoticesThatItsContentWasReplaced) {
   const StoreFile otherFile;
   otherFile.open()->close();
   ReadSession session(file.open());
-  shelf::insertBook(session, "Emma");
+  const auto key = shelf::insertBook(session, "Emma");
   {
     sqlite3* from = nullptr;
     sqlite3* to = nullptr;
@@ -419,7 +420,7 @@ TEST(SQLiteStore, NoticesThatItsContentWasReplaced) {
 
   EXPECT_EQ(shelf::errorCode([&] { shelf::insertBook(session, "Persuasion"); }),
             code(StoreErrorCode::replaced));
-  EXPECT_EQ(shelf::errorCode([&] { static_cast<void>(shelf::titleOf(session, 77)); }),
+  EXPECT_EQ(shelf::errorCode([&] { static_cast<void>(shelf::titleOf(session, key)); }),
             code(StoreErrorCode::replaced));
 }
 

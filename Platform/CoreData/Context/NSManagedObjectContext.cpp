@@ -10,7 +10,6 @@
 
 namespace coredata {
 
-using foundation::make;
 using foundation::Ref;
 
 namespace {

@@ -172,6 +172,16 @@ TEST_F(HabitsTroubleTest, MeetsADirectoryThatNobodyMayWriteTo) {
   troubledBy("/proc/habits.sqlite", "");
 }
 
+TEST_F(HabitsTroubleTest, MeetsAHomeThatNobodyMayWriteTo) {
+  program_.setEnvironment("HOME", "/proc");
+
+  const Outcome outcome = program_.runPlainly({"list"});
+
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_NE(outcome.complaint.find("/proc/.local/share/com.tessaline.habits cannot be made"),
+            std::string::npos);
+}
+
 TEST_F(HabitsTroubleTest, StartsAnewOverAnEmptyFile) {
   std::ofstream(program_.store()).close();
 

@@ -50,6 +50,7 @@ std::string remedyFor(const foundation::Error& error, const std::string& storePa
 
 std::string explained(const foundation::Error& error, const std::string& storePath) {
   std::string text = error.message();
+  if (storePath.empty()) return text;
   if (text.find(storePath) == std::string::npos) text = storePath + ": " + text;
   return text + "\n" + remedyFor(error, storePath);
 }

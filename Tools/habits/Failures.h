@@ -25,7 +25,8 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// What happened to the store, to which file, and what to do about it.
+/// What happened to the store, to which file, and what to do about it. The path is empty when it
+/// could not even be found out.
 [[nodiscard]] std::string explained(const foundation::Error& error, const std::string& storePath);
 
 }  // namespace habits

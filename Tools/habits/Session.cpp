@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
 #include "Foundation/Files/Bundle.h"
@@ -32,9 +33,14 @@ constexpr mode_t kForTheUserAlone = 0700;
 std::string userDirectory() {
   const std::filesystem::path directory =
       foundation::Directories::ofUser(kApplication).dataDirectory();
-  std::filesystem::create_directories(directory.parent_path());
-  if (mkdir(directory.c_str(), kForTheUserAlone) != 0 && errno != EEXIST) {
-    throw std::system_error(errno, std::generic_category(), directory.string());
+  std::error_code failure;
+  std::filesystem::create_directories(directory.parent_path(), failure);
+  if (!failure && mkdir(directory.c_str(), kForTheUserAlone) != 0 && errno != EEXIST) {
+    failure.assign(errno, std::generic_category());
+  }
+  if (failure) {
+    throw std::runtime_error("The directory " + directory.string() + " cannot be made: " +
+                             failure.message() + ".\nName a file in another one with --store.");
   }
   return directory.string();
 }

@@ -74,22 +74,21 @@ void ContextState::readMembers(const NSRelationshipDescription& relationship, Ob
 ObjectSet ContextState::membersWithChanges(const Ref<ObjectRegistry>& from,
                                            const NSEntityDescription& entity,
                                            const ToMany& members) {
-  auto stored = std::make_shared<std::vector<ObjectKey>>();
-  stored->reserve(members.stored->size() + members.added.size());
-  std::ranges::set_difference(*members.stored, members.removed, std::back_inserter(*stored));
-  const auto middle = static_cast<std::ptrdiff_t>(stored->size());
+  std::vector<ObjectKey> added;
   std::vector<Ref<NSManagedObject>> unsaved;
   for (const ObjectKey key : members.added) {
     if (!isTemporary(key)) {
-      stored->push_back(key);
+      added.push_back(key);
     } else if (Ref<NSManagedObject> object = registry->find(entity, key)) {
       unsaved.push_back(std::move(object));
     }
   }
-  std::sort(stored->begin() + middle, stored->end());
-  std::inplace_merge(stored->begin(), stored->begin() + middle, stored->end());
+  std::ranges::sort(added);
+  std::vector<ObjectKey> kept;
+  std::ranges::set_difference(*members.stored, members.removed, std::back_inserter(kept));
   // A member that was added here may have been stored by somebody else meanwhile.
-  stored->erase(std::unique(stored->begin(), stored->end()), stored->end());
+  auto stored = std::make_shared<std::vector<ObjectKey>>();
+  std::ranges::set_union(kept, added, std::back_inserter(*stored));
   return ObjectSet(from, entity, std::move(stored), std::move(unsaved));
 }
 
@@ -182,7 +181,43 @@ void ContextState::detach(NSManagedObject& object) {
   object.neutralise();
 }
 
+void ContextState::forgetMember(const NSRelationshipDescription& relationship, ObjectKey owner,
+                                ObjectKey member) {
+  if (owner == kNoObject) return;
+  const Ref<NSManagedObject> object = registry->find(*relationship.entity(), owner);
+  if (object && object->toMany_) object->toMany_[relationship.toManyIndex()].forget(member);
+}
+
+void ContextState::releaseChangedRelationships(NSManagedObject& object) {
+  const auto release = [&](const NSEntityDescription& entity, ObjectKey key, SlotIndex back) {
+    const Ref<NSManagedObject> other = registry->find(entity, key);
+    if (!other || other->isDeleted() || other->isFault()) return;
+    if (other->row().reference(back) == object.key_) other->setReference(back, kNoObject);
+  };
+  for (const SlotIndex slot : object.entity().toOneSlots()) {
+    const NSRelationshipDescription& relationship = *object.entity().slots()[slot].relationship;
+    const NSRelationshipDescription* inverse = relationship.inverseRelationship();
+    if (inverse == nullptr || object.isFault()) continue;
+    const ObjectKey mine = object.row_->reference(slot);
+    const ObjectKey theirs = object.committed_ ? object.committed_->reference(slot) : mine;
+    if (inverse->isToMany()) {
+      forgetMember(*inverse, mine, object.key_);
+      forgetMember(*inverse, theirs, object.key_);
+    } else if (mine != theirs && mine != kNoObject) {
+      release(relationship.destinationEntity(), mine, inverse->slot());
+    }
+  }
+  if (!object.toMany_) return;
+  for (const NSRelationshipDescription* relationship : object.entity().toManyRelationships()) {
+    for (const ObjectKey member : object.toMany_[relationship->toManyIndex()].added) {
+      release(relationship->destinationEntity(), member,
+              relationship->inverseRelationship()->slot());
+    }
+  }
+}
+
 void ContextState::markGone(NSManagedObject& object) {
+  releaseChangedRelationships(object);
   forgetChanges(object);
   object.row_ = Row::make(object.entity());
   object.committed_ = nullptr;

@@ -94,7 +94,11 @@ class ContextState final : public ObjectArguments {
   void forgetChanges(NSManagedObject& object);
   /// Takes the object out of the context for good.
   void detach(NSManagedObject& object);
-  /// The object's row is gone from the store: it reads as absent and counts as deleted.
+  /// Drops what the owner's to-many relationship has noted of the member, if the owner is alive.
+  void forgetMember(const NSRelationshipDescription& relationship, ObjectKey owner,
+                    ObjectKey member);
+  /// The object's row is gone from the store: it reads as absent and counts as deleted, and what
+  /// was related to it here is not any more.
   void markGone(NSManagedObject& object);
 
   /// Objects of the entity were changed by somebody else: relationships to them must be read anew.
@@ -137,6 +141,9 @@ class ContextState final : public ObjectArguments {
   std::vector<foundation::Ref<Row>> prototypes;
 
  private:
+  /// Takes an object whose row is gone out of the relationships that were changed here.
+  void releaseChangedRelationships(NSManagedObject& object);
+
   std::optional<ReadSession> session_;
   std::vector<foundation::Ref<Row>> emptyRows_;
   std::vector<DirtyCounts> dirty_;

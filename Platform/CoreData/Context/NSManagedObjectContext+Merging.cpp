@@ -31,20 +31,23 @@ void NSManagedObjectContext::emptyInbox() {
 }
 
 void NSManagedObjectContext::merge(const SaveBroadcast& broadcast) {
-  for (const Ref<const Row>& row : broadcast.inserted) state_->outdateMembers(row->entity());
-  for (const Ref<const Row>& row : broadcast.updated) {
-    state_->outdateMembers(row->entity());
-    const Ref<NSManagedObject> object = state_->registry->find(row->entity(), row->key());
-    if (!object || object->isFault() || object->state_.detached) continue;
-    const Row& known = object->committed_ ? *object->committed_ : *object->row_;
-    if (known.version() < row->version()) {
-      takeFreshRow(*object, Ref<Row>(const_cast<Row*>(row.get())));
-    }
-  }
+  // What is gone first: a relationship that was changed to lead there has then no change left that
+  // would stand against what the others wrote.
   for (const SaveBroadcast::Removal& removal : broadcast.deleted) {
     state_->outdateMembers(*removal.entity);
     const Ref<NSManagedObject> object = state_->registry->find(*removal.entity, removal.key);
     if (object && !object->state_.detached) state_->markGone(*object);
+  }
+  for (const Ref<const Row>& row : broadcast.inserted) state_->outdateMembers(row->entity());
+  for (const Ref<const Row>& row : broadcast.updated) {
+    state_->outdateMembers(row->entity());
+    const Ref<NSManagedObject> object = state_->registry->find(row->entity(), row->key());
+    // A row may have been released from a partner before it was deleted in the same save.
+    if (!object || object->isFault() || object->state_.detached || object->state_.gone) continue;
+    const Row& known = object->committed_ ? *object->committed_ : *object->row_;
+    if (known.version() < row->version()) {
+      takeFreshRow(*object, Ref<Row>(const_cast<Row*>(row.get())));
+    }
   }
 }
 
@@ -66,6 +69,13 @@ void NSManagedObjectContext::mergeChangesFromContextDidSave(
   const auto own = [&](const NSManagedObjectID& identifier) -> const NSEntityDescription* {
     return entity(identifier.entity().name());
   };
+  forEachIdentifier(NSDeletedObjectsKey, [&](const NSManagedObjectID& identifier) {
+    const NSEntityDescription* mine = own(identifier);
+    if (mine == nullptr) return;
+    state_->outdateMembers(*mine);
+    const Ref<NSManagedObject> object = state_->registry->find(*mine, identifier.key());
+    if (object && !object->state_.detached) state_->markGone(*object);
+  });
   for (const std::string_view key : {NSInsertedObjectsKey, NSUpdatedObjectsKey}) {
     forEachIdentifier(key, [&](const NSManagedObjectID& identifier) {
       const NSEntityDescription* mine = own(identifier);
@@ -76,13 +86,6 @@ void NSManagedObjectContext::mergeChangesFromContextDidSave(
       }
     });
   }
-  forEachIdentifier(NSDeletedObjectsKey, [&](const NSManagedObjectID& identifier) {
-    const NSEntityDescription* mine = own(identifier);
-    if (mine == nullptr) return;
-    state_->outdateMembers(*mine);
-    const Ref<NSManagedObject> object = state_->registry->find(*mine, identifier.key());
-    if (object && !object->state_.detached) state_->markGone(*object);
-  });
 }
 
 void NSManagedObjectContext::storeWillBeRemoved() {

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "CoreData/Context/ContextState.h"
 #include "CoreData/Context/NSManagedObjectContext.h"
 #include "CoreData/Context/RowMerging.h"
@@ -13,16 +15,21 @@ void NSManagedObjectContext::refresh(NSManagedObject& object, bool mergeChanges)
   refreshFromHere(object, mergeChanges);
 }
 
+bool NSManagedObjectContext::canRefresh(const NSManagedObject& object) const noexcept {
+  return object.registry_ == state_->registry && !object.state_.detached &&
+         !object.state_.inserted && !isTemporary(object.key_);
+}
+
+void NSManagedObjectContext::forgetStoredMembers(NSManagedObject& object) noexcept {
+  if (!object.toMany_) return;
+  for (std::size_t i = 0; i < object.entity().toManyRelationships().size(); ++i) {
+    object.toMany_[i].stored = nullptr;
+  }
+}
+
 void NSManagedObjectContext::refreshFromHere(NSManagedObject& object, bool mergeChanges) {
-  if (object.registry_ != state_->registry || object.state_.detached || object.state_.inserted ||
-      isTemporary(object.key_)) {
-    return;
-  }
-  if (object.toMany_) {
-    for (std::size_t i = 0; i < object.entity().toManyRelationships().size(); ++i) {
-      object.toMany_[i].stored = nullptr;
-    }
-  }
+  if (!canRefresh(object)) return;
+  forgetStoredMembers(object);
   if (!mergeChanges) {
     dropChanges(object);
     return;
@@ -39,13 +46,48 @@ void NSManagedObjectContext::takeFreshRow(NSManagedObject& object, Ref<Row> fres
   }
   object.state_.gone = false;
   if (!object.committed_) {
-    object.row_ = std::move(fresh);
-    settlePartners(object);
-    return;
+    const Ref<Row> before = std::exchange(object.row_, std::move(fresh));
+    if (object.state_.deleted) settleMemberships(object, *before, nullptr);
+  } else {
+    const Ref<Row> mine =
+        std::exchange(object.row_, rowWithChanges(*fresh, *object.row_, *object.committed_));
+    const Ref<Row> before = std::exchange(object.committed_, std::move(fresh));
+    settleMemberships(object, *before, mine.get());
   }
-  object.row_ = rowWithChanges(*fresh, *object.row_, *object.committed_);
-  object.committed_ = std::move(fresh);
   settlePartners(object);
+}
+
+void NSManagedObjectContext::settleMemberships(NSManagedObject& object, const Row& before,
+                                               const Row* mine) {
+  const Row& fresh = object.committed_ ? *object.committed_ : *object.row_;
+  for (const SlotIndex slot : object.entity().toOneSlots()) {
+    const NSRelationshipDescription& relationship = *object.entity().slots()[slot].relationship;
+    const NSRelationshipDescription* inverse = relationship.inverseRelationship();
+    if (inverse == nullptr || !inverse->isToMany()) continue;
+    if (fresh.reference(slot) == before.reference(slot)) continue;
+    // A deleted object belongs nowhere here.
+    const bool isDeleted = object.state_.deleted;
+    const ObjectKey chosen = isDeleted ? kNoObject : mine->reference(slot);
+    if (!isDeleted && chosen == before.reference(slot)) continue;
+    for (const ObjectKey owner : {before.reference(slot), chosen}) {
+      state_->forgetMember(*inverse, owner, object.key_);
+    }
+    const ObjectKey theirs = fresh.reference(slot);
+    if (chosen == theirs) continue;
+    const auto owner = [&](ObjectKey key) {
+      return this->object(relationship.destinationEntity(), key);
+    };
+    if (theirs != kNoObject) {
+      const Ref<NSManagedObject> other = owner(theirs);
+      other->toManyState(inverse->toManyIndex()).remove(object.key_);
+      other->markUpdated();
+    }
+    if (chosen != kNoObject) {
+      const Ref<NSManagedObject> own = owner(chosen);
+      own->toManyState(inverse->toManyIndex()).add(object.key_);
+      own->markUpdated();
+    }
+  }
 }
 
 void NSManagedObjectContext::settlePartners(NSManagedObject& object) {
@@ -84,8 +126,20 @@ void NSManagedObjectContext::dropChanges(NSManagedObject& object) {
 void NSManagedObjectContext::refreshAllObjects() {
   assertQueue();
   state_->seeNewest();
-  for (const Ref<NSManagedObject>& object : state_->registry->objects())
-    refreshFromHere(*object, true);
+  // What is gone first, as in a merge: the outcome must not depend on the order of the objects.
+  std::vector<std::pair<Ref<NSManagedObject>, Ref<Row>>> fresh;
+  for (const Ref<NSManagedObject>& object : state_->registry->objects()) {
+    if (!canRefresh(*object)) continue;
+    forgetStoredMembers(*object);
+    if (object->isFault()) continue;
+    Ref<Row> row = state_->readRow(object->entity(), object->key_);
+    if (row) {
+      fresh.emplace_back(object, std::move(row));
+    } else {
+      state_->markGone(*object);
+    }
+  }
+  for (auto& [object, row] : fresh) takeFreshRow(*object, std::move(row));
 }
 
 void NSManagedObjectContext::rollback() {

@@ -191,11 +191,18 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// The members with their rows read.
   std::vector<foundation::Ref<NSManagedObject>> loadedMembers(const ObjectSet& members);
 
+  /// Whether the object is one of this context's that the store may know more of.
+  [[nodiscard]] bool canRefresh(const NSManagedObject& object) const noexcept;
+  static void forgetStoredMembers(NSManagedObject& object) noexcept;
   /// `refresh`, in the state of the store that the block sees.
   void refreshFromHere(NSManagedObject& object, bool mergeChanges);
   /// Takes a row that is newer than the object's, and applies the object's own changes on top.
   void takeFreshRow(NSManagedObject& object, foundation::Ref<Row> fresh);
   void dropChanges(NSManagedObject& object);
+  /// After a fresh row came in: notes in the to-many relationships concerned that the object
+  /// belongs where it was put here (`mine`, null if it was not changed), and not where the store
+  /// has it now; `before` is what the store had until then.
+  void settleMemberships(NSManagedObject& object, const Row& before, const Row* mine);
   /// After fresh values came in: makes both sides of the object's one-to-ones agree again where
   /// they were changed here and elsewhere; changes made here stand.
   void settlePartners(NSManagedObject& object);

@@ -49,6 +49,7 @@ void SaveOperation::write(WriteTransaction& transaction) {
   writeUpdated(transaction);
   for (const Ref<NSManagedObject>& object : deleted_) {
     releaseStrangers(object->entity(), object->key_, transaction);
+    releaseLatePartners(*object, transaction);
   }
 }
 
@@ -206,6 +207,34 @@ void SaveOperation::releaseStrangers(const NSEntityDescription& entity, ObjectKe
         releaseReference(destination, member, relationship->inverseRelationship()->slot(), key,
                          transaction);
       }
+    }
+  }
+}
+
+void SaveOperation::releaseLatePartners(const NSManagedObject& deleted,
+                                        WriteTransaction& transaction) {
+  const Row& known = deleted.committed_ ? *deleted.committed_ : *deleted.row_;
+  for (const SlotIndex slot : known.entity().toOneSlots()) {
+    const NSRelationshipDescription& relationship = *known.entity().slots()[slot].relationship;
+    const ObjectKey target = known.reference(slot);
+    if (!relationship.isOneToOne() || target == kNoObject) continue;
+    const NSEntityDescription& entity = relationship.destinationEntity();
+    const SlotIndex back = relationship.inverseRelationship()->slot();
+    // A partner that was there at the deletion has forgotten the object, or is deleted with it.
+    const Ref<NSManagedObject> partner = state_.registry->find(entity, target);
+    if (partner && (partner->isDeleted() ||
+                    (partner->row_ && partner->row_->reference(back) != known.key()))) {
+      continue;
+    }
+    const Ref<Row> current = transaction.row(entity, target);
+    if (!current || current->reference(back) != known.key()) continue;
+    if (state_.mergePolicy == NSMergePolicy::error) {
+      noteConflict(entity, target,
+                   "was related by somebody else to an object that is deleted here");
+    } else if (relationship.deleteRule() == NSDeleteRule::cascade) {
+      deleteStranger(entity, target, transaction);
+    } else {
+      releaseReference(entity, target, back, known.key(), transaction);
     }
   }
 }

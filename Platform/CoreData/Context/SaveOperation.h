@@ -58,6 +58,9 @@ class SaveOperation {
                              WriteTransaction& transaction);
   void releaseReference(const NSEntityDescription& entity, ObjectKey key, SlotIndex slot,
                         ObjectKey expected, WriteTransaction& transaction);
+  /// Takes a deleted object out of one-to-ones that somebody else gave it after it was deleted
+  /// here.
+  void releaseLatePartners(const NSManagedObject& deleted, WriteTransaction& transaction);
   /// Applies the delete rules to rows that others related to a deleted object meanwhile.
   void releaseStrangers(const NSEntityDescription& entity, ObjectKey key,
                         WriteTransaction& transaction);

@@ -24,4 +24,9 @@ void ToMany::remove(ObjectKey member) {
   if (place == removed.end() || *place != member) removed.insert(place, member);
 }
 
+void ToMany::forget(ObjectKey member) {
+  std::erase(added, member);
+  std::erase(removed, member);
+}
+
 }  // namespace coredata

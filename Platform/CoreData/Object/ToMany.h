@@ -28,6 +28,8 @@ struct ToMany {
   [[nodiscard]] bool hasChanges() const noexcept { return !added.empty() || !removed.empty(); }
   void add(ObjectKey member);
   void remove(ObjectKey member);
+  /// Drops what was noted of the member: it is here if the store says so.
+  void forget(ObjectKey member);
 };
 
 }  // namespace coredata

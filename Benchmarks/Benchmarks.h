@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Benchmarks/Harness.h"
+
+namespace benchmarks {
+
+/// One check-in a save.
+[[nodiscard]] Comparison checkinAtFullDurability();
+[[nodiscard]] Comparison checkinAtNormalDurability();
+/// A thousand days of a hundred habits in one save.
+[[nodiscard]] Comparison importInOneSave();
+/// Once more on each of many days, in one save.
+[[nodiscard]] Comparison raisedCounts();
+/// All check-ins in the order of their days, every attribute read.
+[[nodiscard]] Comparison fetchOfEverything();
+/// Whether a day has a check-in, each time asked in a turn of the context's own.
+[[nodiscard]] Comparison dayByDay();
+/// The same with all questions in one turn.
+[[nodiscard]] Comparison daysInOneBlock();
+/// How many check-ins a habit has from one day to another.
+[[nodiscard]] Comparison countsOfRanges();
+/// The sum of a habit's counts in a month.
+[[nodiscard]] Comparison sumsOfMonths();
+/// The latest check-in of each habit.
+[[nodiscard]] Comparison latestCheckins();
+/// Opening a large store, to the answer to the first question.
+[[nodiscard]] Comparison openingToFirstQuery();
+/// The peak of memory while a million check-ins are fetched and read.
+[[nodiscard]] Comparison memoryOfEverything();
+/// A process that opens a store, checks in once and ends.
+[[nodiscard]] Comparison processOfOneCheckin();
+
+}  // namespace benchmarks

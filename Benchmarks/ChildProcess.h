@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace benchmarks {
+
+/// Runs a program to its end and gives what it printed on its standard output. Throws
+/// `std::runtime_error` when it cannot be started or fails.
+std::string outputOf(const std::vector<std::string>& command);
+
+/// The path of a program of this build, which lies beside the one that runs.
+[[nodiscard]] std::string programBeside(const std::string& name);
+
+}  // namespace benchmarks

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Benchmarks/HandWrittenStore.h"
+#include "CoreData/Container/NSPersistentContainer.h"
+#include "CoreDataStack/Model/CDActivity.h"
+
+namespace benchmarks {
+
+/// A store of the library with the history on, opened by one container, and a private-queue context
+/// over it.
+class EngineStore {
+ public:
+  /// Opens the store, and makes it if it is not there.
+  EngineStore(const std::string& path, Durability durability);
+
+  [[nodiscard]] coredata::NSManagedObjectContext& context() const { return *context_; }
+  [[nodiscard]] const foundation::Ref<coredata::NSManagedObjectContext>& contextHandle() const {
+    return context_;
+  }
+  /// Runs the block in the context's turn.
+  template <typename F>
+  decltype(auto) inBlock(F&& block) const {
+    return context_->performBlockAndWait(std::forward<F>(block));
+  }
+
+ private:
+  foundation::Ref<coredata::NSPersistentContainer> container_;
+  foundation::Ref<coredata::NSManagedObjectContext> context_;
+};
+
+/// The activity that was made first.
+[[nodiscard]] coredata::NSFetchRequest<coredatastack::CDActivity> firstActivity();
+
+}  // namespace benchmarks

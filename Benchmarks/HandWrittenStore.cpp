@@ -1,0 +1,267 @@
+#include "Benchmarks/HandWrittenStore.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <stdexcept>
+
+namespace benchmarks {
+
+namespace {
+
+constexpr const char* kSchema = R"(
+  CREATE TABLE Activity(
+    id INTEGER PRIMARY KEY, checkinMaxCount REAL, color TEXT, createdDate REAL, endDate TEXT,
+    icon TEXT, memo TEXT, modifiedDate REAL, notes TEXT, startDate TEXT, status INTEGER,
+    title TEXT);
+  CREATE TABLE Checkin(
+    id INTEGER PRIMARY KEY, activity INTEGER, count REAL, createdDate REAL, date TEXT, memo TEXT,
+    modifiedDate REAL, type INTEGER);
+  CREATE INDEX CheckinByActivity ON Checkin(activity);
+  CREATE INDEX CheckinByActivityAndDate ON Checkin(activity, date);
+  CREATE TABLE HistoryTransaction(
+    id INTEGER PRIMARY KEY, timestamp REAL, author TEXT, process INTEGER);
+  CREATE TABLE HistoryChange(
+    id INTEGER PRIMARY KEY, "transaction" INTEGER, entity INTEGER, key INTEGER, kind INTEGER,
+    columns INTEGER);
+)";
+
+constexpr std::int64_t kCheckinEntity = 1;
+
+void execute(sqlite3* database, const char* sql) {
+  if (sqlite3_exec(database, sql, nullptr, nullptr, nullptr) == SQLITE_OK) return;
+  throw std::runtime_error(std::string(sqlite3_errmsg(database)) + " in: " + sql);
+}
+
+/// What all days of a month of the form "yyyy-MM" stand before.
+std::string endOfMonth(std::string_view month) { return std::string(month) + '.'; }
+
+}  // namespace
+
+void PreparedStatement::prepare() {
+  sqlite3_stmt* statement = nullptr;
+  require(sqlite3_prepare_v3(database_, sql_, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
+  handle_.reset(statement);
+}
+
+void PreparedStatement::require(int result) const {
+  if (result == SQLITE_OK || result == SQLITE_DONE) return;
+  throw std::runtime_error(std::string(sqlite3_errmsg(database_)) + " in: " + sql_);
+}
+
+void PreparedStatement::bind(int parameter, std::int64_t value) {
+  require(sqlite3_bind_int64(handle(), parameter, value));
+}
+
+void PreparedStatement::bind(int parameter, double value) {
+  require(sqlite3_bind_double(handle(), parameter, value));
+}
+
+void PreparedStatement::bind(int parameter, std::string_view value) {
+  require(sqlite3_bind_text(handle(), parameter, value.data(), static_cast<int>(value.size()),
+                            SQLITE_STATIC));
+}
+
+void PreparedStatement::bind(int parameter, const std::optional<double>& value) {
+  if (value) return bind(parameter, *value);
+  require(sqlite3_bind_null(handle(), parameter));
+}
+
+void PreparedStatement::bind(int parameter, const std::optional<std::string>& value) {
+  if (value) return bind(parameter, std::string_view(*value));
+  require(sqlite3_bind_null(handle(), parameter));
+}
+
+bool PreparedStatement::step() {
+  const int result = sqlite3_step(handle());
+  if (result == SQLITE_ROW) return true;
+  require(result);
+  return false;
+}
+
+void PreparedStatement::run() {
+  require(sqlite3_step(handle()));
+  reset();
+}
+
+std::int64_t PreparedStatement::integer(int column) {
+  return sqlite3_column_int64(handle_.get(), column);
+}
+
+double PreparedStatement::real(int column) { return sqlite3_column_double(handle_.get(), column); }
+
+std::string_view PreparedStatement::text(int column) {
+  const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(handle_.get(), column));
+  if (bytes == nullptr) return {};
+  return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), column))};
+}
+
+std::optional<double> PreparedStatement::optionalReal(int column) {
+  if (isNull(column)) return std::nullopt;
+  return real(column);
+}
+
+std::optional<std::string> PreparedStatement::optionalText(int column) {
+  if (isNull(column)) return std::nullopt;
+  return std::string(text(column));
+}
+
+std::unique_ptr<sqlite3, HandWrittenStore::Closer> HandWrittenStore::opened(const std::string& path,
+                                                                            Durability durability) {
+  const bool isNew = !std::filesystem::exists(path);
+  sqlite3* database = nullptr;
+  const int result =
+      sqlite3_open_v2(path.c_str(), &database,
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+  std::unique_ptr<sqlite3, Closer> owned(database);
+  if (result != SQLITE_OK) throw std::runtime_error("cannot open " + path);
+  sqlite3_busy_timeout(database, 5000);
+  execute(database, "PRAGMA journal_mode=WAL");
+  execute(database,
+          durability == Durability::full ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL");
+  execute(database, "PRAGMA cache_size=-8000");
+  int keepsLogFile = 1;
+  sqlite3_file_control(database, "main", SQLITE_FCNTL_PERSIST_WAL, &keepsLogFile);
+  if (isNew) execute(database, kSchema);
+  return owned;
+}
+
+HandWrittenStore::HandWrittenStore(const std::string& path, Durability durability)
+    : database_(opened(path, durability)),
+      begin_(database_.get(), "BEGIN IMMEDIATE"),
+      commit_(database_.get(), "COMMIT"),
+      insertActivity_(database_.get(), "INSERT INTO Activity(title, status) VALUES(?, 0)"),
+      insertCheckin_(database_.get(),
+                     "INSERT INTO Checkin(activity, count, createdDate, date, memo, modifiedDate, "
+                     "type) VALUES(?, ?, ?, ?, ?, ?, ?)"),
+      raiseCount_(database_.get(),
+                  "UPDATE Checkin SET count = count + 1, modifiedDate = ? WHERE id = ?"),
+      recordTransaction_(
+          database_.get(),
+          "INSERT INTO HistoryTransaction(timestamp, author, process) VALUES(?, NULL, 1)"),
+      recordChange_(database_.get(),
+                    "INSERT INTO HistoryChange(\"transaction\", entity, key, kind, columns) "
+                    "VALUES(?, ?, ?, ?, ?)"),
+      didCheckin_(database_.get(),
+                  "SELECT count(*) FROM (SELECT 1 FROM Checkin WHERE activity = ? AND date = ? "
+                  "LIMIT 1)"),
+      countBetween_(database_.get(),
+                    "SELECT count(*) FROM Checkin WHERE activity = ? AND ? <= date AND date <= ?"),
+      sumOfMonth_(database_.get(),
+                  "SELECT total(count) FROM Checkin WHERE activity = ? AND date >= ? AND date < ?"),
+      checkinsByDate_(database_.get(),
+                      "SELECT activity, count, createdDate, date, memo, modifiedDate, type FROM "
+                      "Checkin ORDER BY date"),
+      daysOfActivities_(
+          database_.get(),
+          "SELECT activity, date FROM Checkin GROUP BY activity, date ORDER BY date") {}
+
+void HandWrittenStore::insertActivity(std::string_view title) {
+  insertActivity_.bind(1, title);
+  insertActivity_.run();
+}
+
+std::int64_t HandWrittenStore::insertCheckin(const CheckinRecord& record) {
+  insertCheckin_.bind(1, record.activity);
+  insertCheckin_.bind(2, record.count);
+  insertCheckin_.bind(3, record.createdDate);
+  insertCheckin_.bind(4, record.date);
+  insertCheckin_.bind(5, record.memo);
+  insertCheckin_.bind(6, record.modifiedDate);
+  insertCheckin_.bind(7, std::int64_t{record.type});
+  insertCheckin_.run();
+  return sqlite3_last_insert_rowid(database_.get());
+}
+
+void HandWrittenStore::raiseCount(std::int64_t checkin, double now) {
+  raiseCount_.bind(1, now);
+  raiseCount_.bind(2, checkin);
+  raiseCount_.run();
+}
+
+void HandWrittenStore::recordTransaction(double now) {
+  recordTransaction_.bind(1, now);
+  recordTransaction_.run();
+  transaction_ = sqlite3_last_insert_rowid(database_.get());
+}
+
+void HandWrittenStore::recordChange(std::int64_t checkin, Change kind, std::int64_t columns) {
+  recordChange_.bind(1, transaction_);
+  recordChange_.bind(2, kCheckinEntity);
+  recordChange_.bind(3, checkin);
+  recordChange_.bind(4, static_cast<std::int64_t>(kind));
+  recordChange_.bind(5, columns);
+  recordChange_.run();
+}
+
+bool HandWrittenStore::didCheckin(std::int64_t activity, std::string_view day) {
+  didCheckin_.bind(1, activity);
+  didCheckin_.bind(2, day);
+  didCheckin_.step();
+  const bool result = didCheckin_.integer(0) > 0;
+  didCheckin_.reset();
+  return result;
+}
+
+std::int64_t HandWrittenStore::countBetween(std::int64_t activity, std::string_view first,
+                                            std::string_view last) {
+  countBetween_.bind(1, activity);
+  countBetween_.bind(2, first);
+  countBetween_.bind(3, last);
+  countBetween_.step();
+  const std::int64_t result = countBetween_.integer(0);
+  countBetween_.reset();
+  return result;
+}
+
+double HandWrittenStore::sumOfMonth(std::int64_t activity, std::string_view month) {
+  const std::string end = endOfMonth(month);
+  sumOfMonth_.bind(1, activity);
+  sumOfMonth_.bind(2, month);
+  sumOfMonth_.bind(3, std::string_view(end));
+  sumOfMonth_.step();
+  const double result = sumOfMonth_.real(0);
+  sumOfMonth_.reset();
+  return result;
+}
+
+std::vector<CheckinRecord> HandWrittenStore::checkinsByDate() {
+  std::vector<CheckinRecord> records;
+  PreparedStatement& rows = checkinsByDate_;
+  while (rows.step()) {
+    CheckinRecord& record = records.emplace_back();
+    record.activity = rows.integer(0);
+    record.count = rows.real(1);
+    record.createdDate = rows.optionalReal(2);
+    record.date = rows.optionalText(3);
+    record.memo = rows.optionalText(4);
+    record.modifiedDate = rows.optionalReal(5);
+    record.type = static_cast<std::int16_t>(rows.integer(6));
+  }
+  rows.reset();
+  return records;
+}
+
+std::int64_t HandWrittenStore::number(const char* sql) {
+  PreparedStatement statement(database_.get(), sql);
+  return statement.step() ? statement.integer(0) : 0;
+}
+
+double secondsNow() noexcept {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return static_cast<double>(now.tv_sec) - 978307200.0 + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+std::string dayOf(std::int64_t secondsSince1970) {
+  const std::time_t time = secondsSince1970;
+  std::tm local{};
+  localtime_r(&time, &local);
+  std::array<char, 48> text{};
+  const int length = std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", local.tm_year + 1900,
+                                   local.tm_mon + 1, local.tm_mday);
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
+}  // namespace benchmarks

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Benchmarks/Workload.h"
+
+namespace benchmarks {
+
+/// How much of a commit waits for the disk.
+enum class Durability : std::uint8_t {
+  full,    ///< every commit
+  normal,  ///< checkpoints only
+};
+
+/// A statement that is prepared when it is first used, and stays so. Throws `std::runtime_error`
+/// with SQLite's message.
+class PreparedStatement {
+ public:
+  PreparedStatement(sqlite3* database, const char* sql) noexcept : database_(database), sql_(sql) {}
+
+  void bind(int parameter, std::int64_t value);
+  void bind(int parameter, double value);
+  void bind(int parameter, std::string_view value);
+  void bind(int parameter, const std::optional<double>& value);
+  void bind(int parameter, const std::optional<std::string>& value);
+
+  /// Whether there is a row.
+  bool step();
+  /// Steps through a statement that gives no rows, and makes it ready again.
+  void run();
+  void reset() noexcept { sqlite3_reset(handle_.get()); }
+
+  // The row's columns, after a step that gave one.
+
+  [[nodiscard]] bool isNull(int column) { return type(column) == SQLITE_NULL; }
+  [[nodiscard]] std::int64_t integer(int column);
+  [[nodiscard]] double real(int column);
+  [[nodiscard]] std::string_view text(int column);
+  [[nodiscard]] std::optional<double> optionalReal(int column);
+  [[nodiscard]] std::optional<std::string> optionalText(int column);
+
+ private:
+  [[nodiscard]] int type(int column) { return sqlite3_column_type(handle_.get(), column); }
+  void prepare();
+  [[nodiscard]] sqlite3_stmt* handle() {
+    if (!handle_) prepare();
+    return handle_.get();
+  }
+  void require(int result) const;
+
+  struct Finalizer {
+    void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
+  };
+  sqlite3* database_;
+  const char* sql_;
+  std::unique_ptr<sqlite3_stmt, Finalizer> handle_;
+};
+
+/// What somebody would write who keeps check-ins with SQLite's own interface and knows it well: a
+/// table per entity, an index on the relationship's column and one on activity and date, two tables
+/// of history, statements prepared once. The log is copied by SQLite itself, every 1000 pages.
+class HandWrittenStore {
+ public:
+  /// Opens the store, and makes it if it is not there.
+  HandWrittenStore(const std::string& path, Durability durability);
+
+  void begin() { begin_.run(); }
+  void commit() { commit_.run(); }
+
+  void insertActivity(std::string_view title);
+  std::int64_t insertCheckin(const CheckinRecord& record);
+  void raiseCount(std::int64_t checkin, double now);
+  /// Notes in the history that a transaction begins; the changes that follow belong to it.
+  void recordTransaction(double now);
+  enum class Change : std::uint8_t { insert, update };
+  void recordChange(std::int64_t checkin, Change kind, std::int64_t columns);
+
+  [[nodiscard]] bool didCheckin(std::int64_t activity, std::string_view day);
+  /// Both days included.
+  [[nodiscard]] std::int64_t countBetween(std::int64_t activity, std::string_view first,
+                                          std::string_view last);
+  /// The sum of the counts of one month, "yyyy-MM".
+  [[nodiscard]] double sumOfMonth(std::int64_t activity, std::string_view month);
+  [[nodiscard]] std::vector<CheckinRecord> checkinsByDate();
+  [[nodiscard]] PreparedStatement& daysOfActivities() { return daysOfActivities_; }
+  [[nodiscard]] std::int64_t countOfCheckins() { return number("SELECT count(*) FROM Checkin"); }
+  [[nodiscard]] std::int64_t countOfActivities() { return number("SELECT count(*) FROM Activity"); }
+  [[nodiscard]] std::int64_t firstActivity() {
+    return number("SELECT id FROM Activity ORDER BY id LIMIT 1");
+  }
+
+ private:
+  [[nodiscard]] std::int64_t number(const char* sql);
+
+  struct Closer {
+    void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
+  };
+  [[nodiscard]] static std::unique_ptr<sqlite3, Closer> opened(const std::string& path,
+                                                               Durability durability);
+
+  std::unique_ptr<sqlite3, Closer> database_;
+  PreparedStatement begin_;
+  PreparedStatement commit_;
+  PreparedStatement insertActivity_;
+  PreparedStatement insertCheckin_;
+  PreparedStatement raiseCount_;
+  PreparedStatement recordTransaction_;
+  PreparedStatement recordChange_;
+  PreparedStatement didCheckin_;
+  PreparedStatement countBetween_;
+  PreparedStatement sumOfMonth_;
+  PreparedStatement checkinsByDate_;
+  PreparedStatement daysOfActivities_;
+  std::int64_t transaction_ = 0;
+};
+
+/// Seconds since the reference date, as both sides store them.
+[[nodiscard]] double secondsNow() noexcept;
+/// The local day of a time in seconds since 1970.
+[[nodiscard]] std::string dayOf(std::int64_t secondsSince1970);
+
+}  // namespace benchmarks

@@ -1,0 +1,48 @@
+#include "Benchmarks/Reading.h"
+
+namespace benchmarks {
+
+using coredatastack::CDCheckin;
+using foundation::Date;
+
+namespace {
+
+std::int64_t lengthOf(const std::optional<std::string>& text) {
+  return text ? static_cast<std::int64_t>(text->size()) : 0;
+}
+
+std::int64_t wholeSeconds(const std::optional<Date>& date) {
+  return date ? static_cast<std::int64_t>(date->timeIntervalSinceReferenceDate()) : 0;
+}
+
+std::int64_t wholeSeconds(const std::optional<double>& date) {
+  return date ? static_cast<std::int64_t>(*date) : 0;
+}
+
+}  // namespace
+
+std::int64_t readEverything(EngineStore& store) {
+  return store.inBlock([&] {
+    auto request = CDCheckin::fetchRequest();
+    request.setSortDescriptors({{"date", true}});
+    std::int64_t sum = 0;
+    for (const auto& checkin : store.context().fetch(request)) {
+      sum += static_cast<std::int64_t>(checkin->count()) + wholeSeconds(checkin->createdDate()) +
+             lengthOf(checkin->date()) + lengthOf(checkin->memo()) +
+             wholeSeconds(checkin->modifiedDate()) + checkin->type();
+    }
+    return sum;
+  });
+}
+
+std::int64_t readEverything(HandWrittenStore& store) {
+  std::int64_t sum = 0;
+  for (const CheckinRecord& checkin : store.checkinsByDate()) {
+    sum += static_cast<std::int64_t>(checkin.count) + wholeSeconds(checkin.createdDate) +
+           lengthOf(checkin.date) + lengthOf(checkin.memo) + wholeSeconds(checkin.modifiedDate) +
+           checkin.type;
+  }
+  return sum;
+}
+
+}  // namespace benchmarks

@@ -91,6 +91,9 @@ void NSManagedObjectContext::settleMemberships(NSManagedObject& object, const Ro
 }
 
 void NSManagedObjectContext::settlePartners(NSManagedObject& object) {
+  // What becomes of a partner that was given to a deleted object is for the save: it may have to go
+  // with it.
+  if (object.state_.deleted) return;
   for (const SlotIndex slot : object.entity().toOneSlots()) {
     const NSRelationshipDescription& relationship = *object.entity().slots()[slot].relationship;
     if (!relationship.isOneToOne()) continue;
@@ -106,7 +109,8 @@ void NSManagedObjectContext::settlePartners(NSManagedObject& object) {
       }
     } else if (const Ref<NSManagedObject> partner =
                    state_->registry->find(relationship.destinationEntity(), theirs);
-               partner && partner->committed_ && partner->row().reference(back) != object.key_ &&
+               partner && !partner->isDeleted() && partner->committed_ &&
+               partner->row().reference(back) != object.key_ &&
                !partner->row().slotEquals(back, *partner->committed_)) {
       // The partner has found another one here, and that stands.
       object.setReference(slot, kNoObject);

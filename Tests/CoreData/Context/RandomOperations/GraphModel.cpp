@@ -289,17 +289,10 @@ bool Scratch::conflictsWith(const Graph& store) const {
       }
     }
   }
-  return reachesDeleted(store, false);
-}
-
-bool Scratch::mayConflictWith(const Graph& store) const { return reachesDeleted(store, true); }
-
-bool Scratch::reachesDeleted(const Graph& store, bool byOneToOne) const {
   for (const auto& [id, record] : onTopOf(store)) {
     if (deleted_.contains(id)) continue;
     for (const auto& [name, target] : record.links) {
-      if (deleted_.contains(target) && linkOf(record.kind, name).isOneToOne == byOneToOne)
-        return true;
+      if (deleted_.contains(target)) return true;
     }
   }
   return false;

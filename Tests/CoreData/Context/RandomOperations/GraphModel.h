@@ -89,13 +89,7 @@ class Scratch {
   /// What saving comes to; `store` changes only if it is saved. The context then shows the store.
   [[nodiscard]] SaveOutcome save(Graph& store, bool changesHereWin);
 
-  /// Whether a save under the error policy may be refused though no row was changed by two:
-  /// somebody else gave a partner to what is deleted here. Whether that parts them at once or is a
-  /// conflict depends on which of the two was changed here before.
-  [[nodiscard]] bool mayConflictWith(const Graph& store) const;
-
  private:
-  [[nodiscard]] bool reachesDeleted(const Graph& store, bool byOneToOne) const;
   void mark(Id id);
   void mayMark(Id id);
   void mayMarkPair(Id id, Id target);

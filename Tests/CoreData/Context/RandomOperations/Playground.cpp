@@ -255,11 +255,6 @@ void Playground::save(Actor& actor) {
   } catch (const foundation::Error& error) {
     const bool isConflict =
         error.code() == static_cast<std::int64_t>(coredata::SaveErrorCode::conflict);
-    if (outcome == SaveOutcome::saved && isConflict && !actor.changesHereWin &&
-        actor.scratch.mayConflictWith(before)) {
-      store_ = before;
-      return;
-    }
     if (outcome == SaveOutcome::saved || isConflict != (outcome == SaveOutcome::conflict)) {
       throw Mismatch("an unexpected error: " + error.description());
     }

@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include <future>
+
+#include "Tests/Support/GardenStore.h"
+
+namespace {
+
+using coredata::NSManagedObjectContext;
+using foundation::make;
+using foundation::Ref;
+using garden::Bed;
+using garden::Label;
+using garden::Plant;
+
+/// A context that merges what a sibling saves.
+class ContextMerging : public testing::Test {
+ protected:
+  garden::Store store;
+  Ref<NSManagedObjectContext> context = store.newContext();
+  Ref<NSManagedObjectContext> sibling = store.newContext();
+
+  template <typename T>
+  static Ref<T> in(NSManagedObjectContext& other, const Ref<T>& object) {
+    return coredata::properties::uncheckedCast<T>(other.objectWithID(*object->objectID()));
+  }
+  /// Waits until the saves made so far are merged.
+  void settle() {
+    std::promise<void> done;
+    context->performBlock([&] { done.set_value(); });
+    done.get_future().wait();
+  }
+};
+
+TEST_F(ContextMerging, TakesAnObjectDeletedElsewhereOutOfAPendingRelationship) {
+  Ref<Plant> plant;
+  Ref<Label> label;
+  context->performBlockAndWait([&] {
+    plant = make<Plant>(*context);
+    context->save();
+    label = make<Label>(*context);
+    label->setPlant(plant);
+  });
+  sibling->performBlockAndWait([&] {
+    sibling->delete_(in(*sibling, plant));
+    sibling->save();
+  });
+  settle();
+
+  context->performBlockAndWait([&] {
+    EXPECT_TRUE(plant->isDeleted());
+    EXPECT_EQ(label->plant(), nullptr);
+    EXPECT_NO_THROW(context->save());
+  });
+}
+
+TEST_F(ContextMerging, KeepsAMemberWhereItWasPutHereAndNotWhereItWasMovedElsewhere) {
+  Ref<Bed> here;
+  Ref<Bed> there;
+  Ref<Plant> plant;
+  context->performBlockAndWait([&] {
+    here = make<Bed>(*context);
+    there = make<Bed>(*context);
+    plant = make<Plant>(*context);
+    context->save();
+    plant->setBed(here);
+  });
+  sibling->performBlockAndWait([&] {
+    in(*sibling, plant)->setBed(in(*sibling, there));
+    sibling->save();
+  });
+  settle();
+
+  context->performBlockAndWait([&] {
+    EXPECT_EQ(plant->bed(), here);
+    EXPECT_TRUE(here->plants().contains(plant));
+    EXPECT_TRUE(there->plants().empty());
+  });
+}
+
+TEST_F(ContextMerging, LeavesNoPartnerThatLeadsToADeletedObject) {
+  context->setMergePolicy(coredata::NSMergeByPropertyObjectTrumpMergePolicy);
+  Ref<Label> label;
+  Ref<Plant> plant;
+  context->performBlockAndWait([&] {
+    label = make<Label>(*context);
+    plant = make<Plant>(*context);
+    context->save();
+    context->delete_(label);
+  });
+  sibling->performBlockAndWait([&] {
+    in(*sibling, plant)->setLabel(in(*sibling, label));
+    sibling->save();
+  });
+  settle();
+
+  context->performBlockAndWait([&] {
+    context->save();
+    EXPECT_EQ(plant->label(), nullptr);
+    EXPECT_FALSE(context->hasChanges());
+  });
+}
+
+TEST_F(ContextMerging, BringsMembersAddedElsewhereIntoASetThatWasRead) {
+  Ref<Bed> bed;
+  context->performBlockAndWait([&] {
+    bed = make<Bed>(*context);
+    context->save();
+    EXPECT_TRUE(bed->plants().empty());
+  });
+  sibling->performBlockAndWait([&] {
+    make<Plant>(*sibling)->setBed(in(*sibling, bed));
+    sibling->save();
+  });
+  settle();
+
+  context->performBlockAndWait([&] { EXPECT_EQ(bed->plants().count(), 1U); });
+}
+
+}  // namespace

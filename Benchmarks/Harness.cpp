@@ -1,8 +1,8 @@
 #include "Benchmarks/Harness.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -37,65 +37,101 @@ void requireAgreement(const Comparison& comparison, const Round& round) {
                            ", by hand it is " + std::to_string(round.byHand.answer));
 }
 
+double secondsOf(clockid_t clock) noexcept {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+std::vector<double> numbersOf(std::span<const Cost> costs, Clock clock) {
+  std::vector<double> numbers;
+  for (const Cost& cost : costs) {
+    numbers.push_back(clock == Clock::elapsed ? cost.elapsed : cost.processor);
+  }
+  return numbers;
+}
+
+double quantileOf(std::span<const Cost> costs, Clock clock, double share) {
+  std::vector<double> numbers = numbersOf(costs, clock);
+  return quantileOf(numbers, share);
+}
+
+Result summaryOf(const Comparison& comparison, std::span<const Round> rounds) {
+  std::vector<Cost> ours;
+  std::vector<Cost> byHand;
+  std::vector<Cost> ratios;
+  for (const Round& round : rounds) {
+    ours.push_back(round.ours.cost);
+    byHand.push_back(round.byHand.cost);
+    ratios.push_back({ours.back().elapsed / byHand.back().elapsed,
+                      ours.back().processor / byHand.back().processor});
+  }
+  const Clock clock = comparison.clock;
+  const Clock other = clock == Clock::elapsed ? Clock::processor : Clock::elapsed;
+  return {.name = comparison.name,
+          .unit = comparison.unit,
+          .ours = quantileOf(ours, clock, 0.5),
+          .byHand = quantileOf(byHand, clock, 0.5),
+          .ratio = quantileOf(ratios, clock, 0.5),
+          .lowerQuartile = quantileOf(ratios, clock, 0.25),
+          .upperQuartile = quantileOf(ratios, clock, 0.75),
+          .otherRatio = quantileOf(ratios, other, 0.5),
+          .clock = clock,
+          .target = comparison.target,
+          .rounds = static_cast<int>(rounds.size())};
+}
+
 }  // namespace
 
 Result compare(const Comparison& comparison, const Workload& workload, int rounds) {
   const Sides sides = comparison.prepare(workload);
   requireAgreement(comparison, runInTurn(sides, true));
-  std::vector<double> ours;
-  std::vector<double> byHand;
-  std::vector<double> ratios;
+  std::vector<Round> results;
   for (int number = 0; number < rounds; ++number) {
-    const Round round = runInTurn(sides, number % 2 == 0);
-    requireAgreement(comparison, round);
-    ours.push_back(round.ours.cost);
-    byHand.push_back(round.byHand.cost);
-    ratios.push_back(round.ours.cost / round.byHand.cost);
+    results.push_back(runInTurn(sides, number % 2 == 0));
+    requireAgreement(comparison, results.back());
   }
-  Result result;
-  result.name = comparison.name;
-  result.unit = comparison.unit;
-  result.target = comparison.target;
-  result.rounds = rounds;
-  result.ours = medianOf(ours);
-  result.byHand = medianOf(byHand);
-  result.lowerQuartile = quantileOf(ratios, 0.25);
-  result.upperQuartile = quantileOf(ratios, 0.75);
-  result.ratio = medianOf(ratios);
-  return result;
+  return summaryOf(comparison, results);
 }
 
-double secondsOf(const std::function<void()>& block) {
-  const auto start = std::chrono::steady_clock::now();
+Cost costOf(const std::function<void()>& block) {
+  const double processor = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
+  const double elapsed = secondsOf(CLOCK_MONOTONIC);
   block();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return {secondsOf(CLOCK_MONOTONIC) - elapsed, secondsOf(CLOCK_PROCESS_CPUTIME_ID) - processor};
 }
 
-double medianOf(std::span<double> numbers) { return quantileOf(numbers, 0.5); }
+Cost medianOf(std::span<const Cost> costs) {
+  return {quantileOf(costs, Clock::elapsed, 0.5), quantileOf(costs, Clock::processor, 0.5)};
+}
 
 void printHeading() {
-  std::printf("%-26s %-5s %10s %10s %7s %13s %7s %7s\n", "operation", "unit", "ours", "by hand",
-              "ratio", "half between", "target", "rounds");
+  std::printf("%-26s %-4s %9s %9s %6s %12s %9s %7s %6s\n", "operation", "unit", "ours", "by hand",
+              "ratio", "half between", "elapsed", "target", "rounds");
 }
 
 void printRow(const Result& result) {
-  std::printf("%-26s %-5s %10.2f %10.2f %7.2f %6.2f-%-6.2f %7.2f %7d%s\n", result.name.c_str(),
+  const bool isElapsed = result.clock == Clock::elapsed;
+  std::printf("%-26s %-4s %9.2f %9.2f %6.2f %6.2f-%-5.2f %9.2f %7.2f %6d%s\n", result.name.c_str(),
               result.unit.c_str(), result.ours, result.byHand, result.ratio, result.lowerQuartile,
-              result.upperQuartile, result.target, result.rounds,
-              result.ratio <= result.target ? "" : "  missed");
+              result.upperQuartile, isElapsed ? result.ratio : result.otherRatio, result.target,
+              result.rounds, result.ratio <= result.target ? "" : "  missed");
   std::fflush(stdout);
 }
 
 void printJSON(std::span<const Result> results) {
   auto list = nlohmann::ordered_json::array();
   for (const Result& result : results) {
+    const bool isElapsed = result.clock == Clock::elapsed;
     list.push_back({{"name", result.name},
                     {"unit", result.unit},
+                    {"clock", isElapsed ? "elapsed" : "processor"},
                     {"ours", result.ours},
                     {"byHand", result.byHand},
                     {"ratio", result.ratio},
                     {"lowerQuartile", result.lowerQuartile},
                     {"upperQuartile", result.upperQuartile},
+                    {"elapsedRatio", isElapsed ? result.ratio : result.otherRatio},
                     {"target", result.target},
                     {"rounds", result.rounds}});
   }

@@ -10,10 +10,28 @@
 
 namespace benchmarks {
 
+/// What something cost, by two clocks, in seconds until scaled.
+struct Cost {
+  /// Time that passed: everything, the disk and the machine's other work too.
+  double elapsed = 0;
+  /// Time that processors spent on it, in all threads.
+  double processor = 0;
+
+  /// A cost that no clock measures.
+  [[nodiscard]] static Cost of(double amount) noexcept { return {amount, amount}; }
+  [[nodiscard]] Cost operator*(double factor) const noexcept {
+    return {elapsed * factor, processor * factor};
+  }
+};
+
+/// By which clock a comparison is judged. On a machine that does nothing else both say the same of
+/// what does not wait for the disk.
+enum class Clock : std::uint8_t { elapsed, processor };
+
 /// One measured run of one side.
 struct Run {
   /// What it cost, in the comparison's unit.
-  double cost = 0;
+  Cost cost;
   /// What it found out or wrote, as a number that both sides must agree on.
   std::int64_t answer = 0;
 };
@@ -32,6 +50,7 @@ struct Comparison {
   double target = 1;
   /// How often it is repeated unless asked otherwise.
   int rounds = 15;
+  Clock clock = Clock::processor;
   /// Makes what both sides work on.
   std::function<Sides(const Workload&)> prepare;
 };
@@ -44,21 +63,24 @@ struct Result {
   double ours = 0;
   double byHand = 0;
   double ratio = 0;
-  double target = 0;
-  int rounds = 0;
   /// Between which ratios half of the rounds lie.
   double lowerQuartile = 0;
   double upperQuartile = 0;
+  /// The ratio by the clock that does not judge.
+  double otherRatio = 0;
+  Clock clock = Clock::processor;
+  double target = 0;
+  int rounds = 0;
 };
 
 /// Runs both sides in turn, each first in every other round, after one run of each that does not
 /// count. Throws `std::runtime_error` when their answers differ.
 [[nodiscard]] Result compare(const Comparison& comparison, const Workload& workload, int rounds);
 
-/// What the block takes, in seconds.
-[[nodiscard]] double secondsOf(const std::function<void()>& block);
-/// The median; the numbers are put into some other order.
-[[nodiscard]] double medianOf(std::span<double> numbers);
+/// What the block takes.
+[[nodiscard]] Cost costOf(const std::function<void()>& block);
+/// The median of each clock.
+[[nodiscard]] Cost medianOf(std::span<const Cost> costs);
 
 /// Results as a table for people, and as JSON.
 void printHeading();

@@ -30,11 +30,11 @@ class ClosedStores {
 /// From nothing to the answer to a first question, time and again; closing is not counted.
 template <typename Store, typename F>
 Run openings(int count, const std::string& path, F&& ask) {
-  std::vector<double> costs;
+  std::vector<Cost> costs;
   std::int64_t answer = 0;
   for (int number = 0; number < count; ++number) {
     std::unique_ptr<Store> store;
-    costs.push_back(secondsOf([&] {
+    costs.push_back(costOf([&] {
                       store = std::make_unique<Store>(path, Durability::full);
                       answer += ask(*store);
                     }) *
@@ -53,7 +53,7 @@ Run memoryOf(const char* side, const std::string& path) {
   const std::string text = outputOf({programBeside("benchmark_memory"), side, path});
   std::size_t end = 0;
   const std::int64_t answer = std::stoll(text, &end);
-  return {std::stod(text.substr(end)), answer};
+  return {Cost::of(std::stod(text.substr(end))), answer};
 }
 
 /// Processes that open a store, check in on the next day and end.
@@ -68,12 +68,12 @@ class SingleCheckins {
 
  private:
   Run timesOf(const char* program, const std::string& path, int& day) const {
-    std::vector<double> costs;
+    std::vector<Cost> costs;
     std::int64_t answer = 0;
     for (int number = 0; number < processes_; ++number, ++day) {
       const std::vector<std::string> command{programBeside(program), path,
                                              std::to_string(noonOf(day))};
-      costs.push_back(secondsOf([&] { answer += std::stoll(outputOf(command)); }) * kMilliseconds);
+      costs.push_back(costOf([&] { answer += std::stoll(outputOf(command)); }) * kMilliseconds);
     }
     return {medianOf(costs), answer};
   }
@@ -87,7 +87,7 @@ class SingleCheckins {
 }  // namespace
 
 Comparison openingToFirstQuery() {
-  return {"opening to first query", "us", 1.5, 31, [](const Workload& workload) {
+  return {"opening to first query", "us", 1.5, 31, Clock::processor, [](const Workload& workload) {
             const auto stores = std::make_shared<ClosedStores>(workload.activities, workload.days);
             const int count = workload.opensInARound;
             return Sides{[=] { return openings<EngineStore>(count, stores->ours(), activitiesIn); },
@@ -100,7 +100,7 @@ Comparison openingToFirstQuery() {
 }
 
 Comparison memoryOfEverything() {
-  return {"memory of a million", "MiB", 1.0, 3, [](const Workload& workload) {
+  return {"memory of a million", "MiB", 1.0, 3, Clock::processor, [](const Workload& workload) {
             const auto stores = std::make_shared<ClosedStores>(
                 workload.activities, workload.checkinsInMemory / workload.activities);
             return Sides{[=] { return memoryOf("ours", stores->ours()); },
@@ -109,7 +109,7 @@ Comparison memoryOfEverything() {
 }
 
 Comparison processOfOneCheckin() {
-  return {"process of one check-in", "ms", 1.3, 31, [](const Workload& workload) {
+  return {"process of one check-in", "ms", 1.3, 31, Clock::elapsed, [](const Workload& workload) {
             const auto checkins = std::make_shared<SingleCheckins>(workload);
             return Sides{[=] { return checkins->ours(); }, [=] { return checkins->byHand(); }};
           }};

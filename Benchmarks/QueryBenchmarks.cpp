@@ -92,10 +92,10 @@ class HabitQueries {
   template <typename F>
   Run summed(F&& ask) const {
     Run run;
-    run.cost = secondsOf([&] {
+    run.cost = costOf([&] {
                  for (const Asked& asked : questions_) run.answer += ask(asked);
                }) *
-               kMicroseconds / static_cast<double>(questions_.size());
+               (kMicroseconds / static_cast<double>(questions_.size()));
     return run;
   }
 
@@ -115,7 +115,7 @@ std::int64_t sumOfDays(const Map& latest) {
 
 Run latestOurs(Fixture& fixture) {
   Run run;
-  run.cost = secondsOf([&] {
+  run.cost = costOf([&] {
                fixture.ours().inBlock([&] {
                  CoreDataCheckinUseCase checkins(nullptr, fixture.ours().contextHandle());
                  run.answer = sumOfDays(checkins.lastCheckins(std::nullopt));
@@ -128,7 +128,7 @@ Run latestOurs(Fixture& fixture) {
 /// Rows come in the order of their days, so whatever is written last into the map stays.
 Run latestByHand(Fixture& fixture) {
   Run run;
-  run.cost = secondsOf([&] {
+  run.cost = costOf([&] {
                const foundation::DateFormatter format("yyyy-MM-dd");
                std::unordered_map<std::int64_t, foundation::Date> latest;
                PreparedStatement& rows = fixture.byHand().daysOfActivities();
@@ -145,7 +145,7 @@ Run latestByHand(Fixture& fixture) {
 }  // namespace
 
 Comparison countsOfRanges() {
-  return {"count of a range", "us", 1.10, 51, [](const Workload& workload) {
+  return {"count of a range", "us", 1.10, 51, Clock::processor, [](const Workload& workload) {
             const auto queries = std::make_shared<HabitQueries>(workload);
             return Sides{[=] { return queries->countsOurs(); },
                          [=] { return queries->countsByHand(); }};
@@ -154,7 +154,7 @@ Comparison countsOfRanges() {
 
 Comparison sumsOfMonths() {
   return {
-      "sum of a month", "us", 0.25, 51, [](const Workload& workload) {
+      "sum of a month", "us", 0.25, 51, Clock::processor, [](const Workload& workload) {
         const auto queries = std::make_shared<HabitQueries>(workload);
         return Sides{[=] { return queries->sumsOurs(); }, [=] { return queries->sumsByHand(); }};
       }};
@@ -162,7 +162,7 @@ Comparison sumsOfMonths() {
 
 Comparison latestCheckins() {
   return {
-      "latest check-ins", "ms", 1.05, 21, [](const Workload& workload) {
+      "latest check-ins", "ms", 1.05, 21, Clock::processor, [](const Workload& workload) {
         const auto stores = std::make_shared<TemporaryFixture>(workload.activities, workload.days);
         return Sides{[=] { return latestOurs(*stores); }, [=] { return latestByHand(*stores); }};
       }};

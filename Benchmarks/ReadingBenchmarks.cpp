@@ -20,13 +20,13 @@ std::shared_ptr<TemporaryFixture> filledStores(const Workload& workload) {
 
 Run fetchOurs(EngineStore& store) {
   Run run;
-  run.cost = secondsOf([&] { run.answer = readEverything(store); }) * kMilliseconds;
+  run.cost = costOf([&] { run.answer = readEverything(store); }) * kMilliseconds;
   return run;
 }
 
 Run fetchByHand(HandWrittenStore& store) {
   Run run;
-  run.cost = secondsOf([&] { run.answer = readEverything(store); }) * kMilliseconds;
+  run.cost = costOf([&] { run.answer = readEverything(store); }) * kMilliseconds;
   return run;
 }
 
@@ -49,12 +49,12 @@ class Days {
   }
   Run oursInOneBlock() {
     Run run;
-    run.cost = secondsOf([&] {
+    run.cost = costOf([&] {
                  fixture_.ours().inBlock([&] {
                    for (const Asked& asked : questions_) run.answer += answerOf(asked) ? 1 : 0;
                  });
                }) *
-               kMicroseconds / static_cast<double>(questions_.size());
+               (kMicroseconds / static_cast<double>(questions_.size()));
     return run;
   }
   Run byHand() {
@@ -77,10 +77,10 @@ class Days {
   template <typename F>
   Run counted(F&& ask) const {
     Run run;
-    run.cost = secondsOf([&] {
+    run.cost = costOf([&] {
                  for (const Asked& asked : questions_) run.answer += ask(asked) ? 1 : 0;
                }) *
-               kMicroseconds / static_cast<double>(questions_.size());
+               (kMicroseconds / static_cast<double>(questions_.size()));
     return run;
   }
 
@@ -92,7 +92,7 @@ class Days {
 }  // namespace
 
 Comparison fetchOfEverything() {
-  return {"fetch of everything", "ms", 0.85, 21, [](const Workload& workload) {
+  return {"fetch of everything", "ms", 0.85, 21, Clock::processor, [](const Workload& workload) {
             const auto stores = filledStores(workload);
             return Sides{[=] { return fetchOurs(stores->ours()); },
                          [=] { return fetchByHand(stores->byHand()); }};
@@ -100,17 +100,18 @@ Comparison fetchOfEverything() {
 }
 
 Comparison dayByDay() {
-  return {"did check in, a call", "us", 1.15, 51, [](const Workload& workload) {
+  return {"did check in, a call", "us", 1.15, 51, Clock::processor, [](const Workload& workload) {
             const auto days = std::make_shared<Days>(workload);
             return Sides{[=] { return days->oursOneByOne(); }, [=] { return days->byHand(); }};
           }};
 }
 
 Comparison daysInOneBlock() {
-  return {"did check in, in a block", "us", 0.35, 51, [](const Workload& workload) {
-            const auto days = std::make_shared<Days>(workload);
-            return Sides{[=] { return days->oursInOneBlock(); }, [=] { return days->byHand(); }};
-          }};
+  return {
+      "did check in, in a block", "us", 0.35, 51, Clock::processor, [](const Workload& workload) {
+        const auto days = std::make_shared<Days>(workload);
+        return Sides{[=] { return days->oursInOneBlock(); }, [=] { return days->byHand(); }};
+      }};
 }
 
 }  // namespace benchmarks

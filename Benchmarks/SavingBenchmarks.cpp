@@ -57,9 +57,9 @@ class DailyCheckins {
  private:
   template <typename F>
   Run medianOfSaves(int& day, F&& save) const {
-    std::vector<double> costs;
+    std::vector<Cost> costs;
     for (int number = 0; number < saves_; ++number, ++day) {
-      costs.push_back(secondsOf([&] { save(noonOf(day)); }) * kMicroseconds);
+      costs.push_back(costOf([&] { save(noonOf(day)); }) * kMicroseconds);
     }
     return {medianOf(costs), day};
   }
@@ -86,7 +86,7 @@ std::vector<CheckinRecord> importedRecords(const Workload& workload) {
 Run importOurs(const Workload& workload, const std::vector<CheckinRecord>& records) {
   TemporaryFixture fixture(workload.activities, 0);
   EngineStore& store = fixture.ours();
-  const double seconds = secondsOf([&] {
+  const Cost cost = costOf([&] {
     store.inBlock([&] {
       for (const CheckinRecord& record : records) {
         insertCheckin(store.context(), fixture.activity(record.activity), record);
@@ -94,14 +94,14 @@ Run importOurs(const Workload& workload, const std::vector<CheckinRecord>& recor
       store.context().save();
     });
   });
-  return {seconds * kMilliseconds,
+  return {cost * kMilliseconds,
           store.inBlock([&] { return store.context().count(CDCheckin::fetchRequest()); })};
 }
 
 Run importByHand(const Workload& workload, const std::vector<CheckinRecord>& records) {
   TemporaryFixture fixture(workload.activities, 0);
   HandWrittenStore& store = fixture.byHand();
-  const double seconds = secondsOf([&] {
+  const Cost cost = costOf([&] {
     store.begin();
     store.recordTransaction(secondsNow());
     for (const CheckinRecord& record : records) {
@@ -109,7 +109,7 @@ Run importByHand(const Workload& workload, const std::vector<CheckinRecord>& rec
     }
     store.commit();
   });
-  return {seconds * kMilliseconds, store.countOfCheckins()};
+  return {cost * kMilliseconds, store.countOfCheckins()};
 }
 
 /// The same check-ins raised once more in every round: objects at hand here, keys at hand there.
@@ -127,18 +127,18 @@ class Raising {
   }
 
   Run ours() {
-    const double seconds = secondsOf([&] {
+    const Cost cost = costOf([&] {
       fixture_.ours().inBlock([&] {
         for (const auto& checkin : checkins_) checkin->increaseCount();
         fixture_.ours().context().save();
       });
     });
-    return {seconds * kMilliseconds, count_};
+    return {cost * kMilliseconds, count_};
   }
 
   Run byHand() {
     HandWrittenStore& store = fixture_.byHand();
-    const double seconds = secondsOf([&] {
+    const Cost cost = costOf([&] {
       store.begin();
       store.recordTransaction(secondsNow());
       for (std::int64_t key = 1; key <= count_; ++key) {
@@ -147,7 +147,7 @@ class Raising {
       }
       store.commit();
     });
-    return {seconds * kMilliseconds, count_};
+    return {cost * kMilliseconds, count_};
   }
 
  private:
@@ -159,17 +159,19 @@ class Raising {
 }  // namespace
 
 Comparison checkinAtFullDurability() {
-  return {"check-in, full", "us", 1.05, 101,
-          [](const Workload& workload) { return checkins(workload, Durability::full); }};
+  return {"check-in, full", "us", 1.05, 101, Clock::elapsed, [](const Workload& workload) {
+            return checkins(workload, Durability::full);
+          }};
 }
 
 Comparison checkinAtNormalDurability() {
-  return {"check-in, normal", "us", 1.15, 101,
-          [](const Workload& workload) { return checkins(workload, Durability::normal); }};
+  return {"check-in, normal", "us", 1.15, 101, Clock::elapsed, [](const Workload& workload) {
+            return checkins(workload, Durability::normal);
+          }};
 }
 
 Comparison importInOneSave() {
-  return {"import in one save", "ms", 1.0, 9, [](const Workload& workload) {
+  return {"import in one save", "ms", 1.0, 9, Clock::processor, [](const Workload& workload) {
             const auto records =
                 std::make_shared<const std::vector<CheckinRecord>>(importedRecords(workload));
             return Sides{[=] { return importOurs(workload, *records); },
@@ -178,7 +180,7 @@ Comparison importInOneSave() {
 }
 
 Comparison raisedCounts() {
-  return {"raised counts", "ms", 1.65, 15, [](const Workload& workload) {
+  return {"raised counts", "ms", 1.65, 15, Clock::processor, [](const Workload& workload) {
             const auto raising = std::make_shared<Raising>(workload);
             return Sides{[=] { return raising->ours(); }, [=] { return raising->byHand(); }};
           }};

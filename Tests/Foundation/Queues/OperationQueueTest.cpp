@@ -45,13 +45,14 @@ TEST(OperationQueue, NeverRunsAnOperationOnTheAddingThread) {
   const auto queue = serialQueue();
   Outcome<std::thread::id> direct;
   Outcome<bool> nested;
+  std::atomic<bool> isAdding = false;
   std::atomic<bool> ranInline = false;
 
   queue->addOperation([&] {
     direct.give(std::this_thread::get_id());
-    bool isAdding = true;
+    isAdding = true;
     queue->addOperation([&] {
-      ranInline = isAdding;
+      ranInline = isAdding.load();
       nested.give(true);
     });
     isAdding = false;

@@ -26,6 +26,7 @@ const NSEntityDescription* NSManagedObjectModel::entity(std::string_view name) c
 
 std::vector<std::string> NSManagedObjectModel::configurations() const {
   std::vector<std::string> names;
+  names.reserve(configurations_.size());
   for (const auto& [name, entities] : configurations_) names.push_back(name);
   return names;
 }
@@ -35,6 +36,7 @@ std::optional<std::vector<const NSEntityDescription*>> NSManagedObjectModel::ent
   const auto found = configurations_.find(configuration);
   if (found == configurations_.end()) return std::nullopt;
   std::vector<const NSEntityDescription*> entities;
+  entities.reserve(found->second.size());
   for (const auto index : found->second) entities.push_back(entities_[index]);
   return entities;
 }

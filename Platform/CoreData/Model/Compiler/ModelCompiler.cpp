@@ -81,8 +81,9 @@ void compileModelDirectory(std::span<const std::string> sources, const std::stri
   VersionInfo info{current, {}};
   makeDirectories(directory);
   for (const auto& [name, model] : versions) {
-    writeCompiledModel(model, directory + "/" + name + ".omo");
-    writeCompiledModel(model, directory + "/" + name + ".mom");
+    const auto path = std::filesystem::path(directory) / name;
+    writeCompiledModel(model, path.string().append(".omo"));
+    writeCompiledModel(model, path.string().append(".mom"));
     info.versions.emplace(name, hexadecimal(model.hashes.fingerprint));
   }
   replaceFile(directory + "/" + std::string(VersionInfo::kFileName), asBytes(info.text()));

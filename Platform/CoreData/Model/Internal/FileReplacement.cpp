@@ -34,8 +34,9 @@ class Draft {
   Draft(const Draft&) = delete;
   Draft& operator=(const Draft&) = delete;
   ~Draft() {
+    if (isKept_) return;
     // Nothing better can be done about a draft that cannot be removed either.
-    if (!isKept_) static_cast<void>(FileSystem::current().unlink(AT_FDCWD, path_.c_str(), 0));
+    [[maybe_unused]] const auto result = FileSystem::current().unlink(AT_FDCWD, path_.c_str(), 0);
   }
 
   [[nodiscard]] FileResult<void> write(std::span<const std::uint8_t> content) const {

@@ -51,6 +51,8 @@ void SaveOperation::write(WriteTransaction& transaction) {
     releaseStrangers(object->entity(), object->key_, transaction);
     releaseLatePartners(*object, transaction);
   }
+  // Only now: a partner that has found another one here is no longer theirs.
+  for (const Ref<Row>& row : deletedRows_) releasePartnersOf(*row, transaction);
 }
 
 void SaveOperation::giveKeys(WriteTransaction& transaction) {
@@ -125,7 +127,7 @@ void SaveOperation::writeDeleted(WriteTransaction& transaction) {
                    "was changed or deleted by somebody else and is deleted here");
     } else if (const Ref<Row> current = transaction.row(entity, object->key_)) {
       requireWritten(transaction.remove(entity, object->key_, current->version()));
-      releasePartnersOf(*current, transaction);
+      deletedRows_.push_back(current);
     }
   }
 }
@@ -244,11 +246,18 @@ void SaveOperation::releasePartnersOf(const Row& deleted, WriteTransaction& tran
     const NSRelationshipDescription& relationship = *deleted.entity().slots()[slot].relationship;
     const ObjectKey target = deleted.reference(slot);
     if (target == kNoObject) continue;
-    if (relationship.deleteRule() == NSDeleteRule::cascade) {
-      deleteStranger(relationship.destinationEntity(), target, transaction);
-    } else if (relationship.isOneToOne()) {
-      releaseReference(relationship.destinationEntity(), target,
-                       relationship.inverseRelationship()->slot(), deleted.key(), transaction);
+    const NSEntityDescription& entity = relationship.destinationEntity();
+    const bool cascades = relationship.deleteRule() == NSDeleteRule::cascade;
+    if (!relationship.isOneToOne()) {
+      if (cascades) deleteStranger(entity, target, transaction);
+      continue;
+    }
+    const SlotIndex back = relationship.inverseRelationship()->slot();
+    if (!cascades) {
+      releaseReference(entity, target, back, deleted.key(), transaction);
+    } else if (const Ref<Row> part = transaction.row(entity, target);
+               part && part->reference(back) == deleted.key()) {
+      deleteStranger(entity, target, transaction);
     }
   }
 }

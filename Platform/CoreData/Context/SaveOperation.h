@@ -98,6 +98,8 @@ class SaveOperation {
   /// Rows of objects that others related to what is deleted here, as the delete rules left them.
   std::vector<foundation::Ref<Row>> releasedStrangers_;
   std::vector<SaveBroadcast::Removal> deletedStrangers_;
+  /// The rows of objects deleted here that somebody else had changed, as they were then.
+  std::vector<foundation::Ref<Row>> deletedRows_;
   std::vector<std::string> conflicts_;
   std::pair<const NSEntityDescription*, ObjectKey> lastTarget_{nullptr, kNoObject};
 };

@@ -21,6 +21,8 @@ namespace benchmarks {
 [[nodiscard]] Comparison countsOfRanges();
 /// The sum of a habit's counts in a month.
 [[nodiscard]] Comparison sumsOfMonths();
+/// The same with all questions in one turn.
+[[nodiscard]] Comparison sumsOfMonthsInOneBlock();
 /// The latest check-in of each habit.
 [[nodiscard]] Comparison latestCheckins();
 /// Opening a large store, to the answer to the first question.

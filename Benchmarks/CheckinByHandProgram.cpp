@@ -12,7 +12,7 @@ using benchmarks::HandWrittenStore;
 using benchmarks::secondsNow;
 
 void checkIn(const std::string& path, std::int64_t secondsSince1970) {
-  HandWrittenStore store(path, benchmarks::Durability::full);
+  HandWrittenStore store(path, benchmarks::Durability::full, benchmarks::LogFile::kept);
   benchmarks::CheckinRecord record;
   record.activity = store.firstActivity();
   record.count = 1;

@@ -23,8 +23,8 @@ constexpr const char* kSchema = R"(
   CREATE TABLE HistoryTransaction(
     id INTEGER PRIMARY KEY, timestamp REAL, author TEXT, process INTEGER);
   CREATE TABLE HistoryChange(
-    id INTEGER PRIMARY KEY, "transaction" INTEGER, entity INTEGER, key INTEGER, kind INTEGER,
-    columns INTEGER);
+    "transaction" INTEGER, sequence INTEGER, entity INTEGER, key INTEGER, kind INTEGER,
+    columns INTEGER, PRIMARY KEY("transaction", sequence)) WITHOUT ROWID;
 )";
 
 constexpr std::int64_t kCheckinEntity = 1;
@@ -108,7 +108,8 @@ std::optional<std::string> PreparedStatement::optionalText(int column) {
 }
 
 std::unique_ptr<sqlite3, HandWrittenStore::Closer> HandWrittenStore::opened(const std::string& path,
-                                                                            Durability durability) {
+                                                                            Durability durability,
+                                                                            LogFile logFile) {
   const bool isNew = !std::filesystem::exists(path);
   sqlite3* database = nullptr;
   const int result =
@@ -121,14 +122,14 @@ std::unique_ptr<sqlite3, HandWrittenStore::Closer> HandWrittenStore::opened(cons
   execute(database,
           durability == Durability::full ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL");
   execute(database, "PRAGMA cache_size=-8000");
-  int keepsLogFile = 1;
+  int keepsLogFile = logFile == LogFile::kept ? 1 : 0;
   sqlite3_file_control(database, "main", SQLITE_FCNTL_PERSIST_WAL, &keepsLogFile);
   if (isNew) execute(database, kSchema);
   return owned;
 }
 
-HandWrittenStore::HandWrittenStore(const std::string& path, Durability durability)
-    : database_(opened(path, durability)),
+HandWrittenStore::HandWrittenStore(const std::string& path, Durability durability, LogFile logFile)
+    : database_(opened(path, durability, logFile)),
       begin_(database_.get(), "BEGIN IMMEDIATE"),
       commit_(database_.get(), "COMMIT"),
       insertActivity_(database_.get(), "INSERT INTO Activity(title, status) VALUES(?, 0)"),
@@ -140,9 +141,10 @@ HandWrittenStore::HandWrittenStore(const std::string& path, Durability durabilit
       recordTransaction_(
           database_.get(),
           "INSERT INTO HistoryTransaction(timestamp, author, process) VALUES(?, NULL, 1)"),
-      recordChange_(database_.get(),
-                    "INSERT INTO HistoryChange(\"transaction\", entity, key, kind, columns) "
-                    "VALUES(?, ?, ?, ?, ?)"),
+      recordChange_(
+          database_.get(),
+          "INSERT INTO HistoryChange(\"transaction\", sequence, entity, key, kind, columns) "
+          "VALUES(?, ?, ?, ?, ?, ?)"),
       didCheckin_(database_.get(),
                   "SELECT count(*) FROM (SELECT 1 FROM Checkin WHERE activity = ? AND date = ? "
                   "LIMIT 1)"),
@@ -184,14 +186,16 @@ void HandWrittenStore::recordTransaction(double now) {
   recordTransaction_.bind(1, now);
   recordTransaction_.run();
   transaction_ = sqlite3_last_insert_rowid(database_.get());
+  sequence_ = 0;
 }
 
 void HandWrittenStore::recordChange(std::int64_t checkin, Change kind, std::int64_t columns) {
   recordChange_.bind(1, transaction_);
-  recordChange_.bind(2, kCheckinEntity);
-  recordChange_.bind(3, checkin);
-  recordChange_.bind(4, static_cast<std::int64_t>(kind));
-  recordChange_.bind(5, columns);
+  recordChange_.bind(2, ++sequence_);
+  recordChange_.bind(3, kCheckinEntity);
+  recordChange_.bind(4, checkin);
+  recordChange_.bind(5, static_cast<std::int64_t>(kind));
+  recordChange_.bind(6, columns);
   recordChange_.run();
 }
 

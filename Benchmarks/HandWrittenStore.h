@@ -19,6 +19,9 @@ enum class Durability : std::uint8_t {
   normal,  ///< checkpoints only
 };
 
+/// What becomes of the log's file when the last connection closes.
+enum class LogFile : std::uint8_t { removed, kept };
+
 /// A statement that is prepared when it is first used, and stays so. Throws `std::runtime_error`
 /// with SQLite's message.
 class PreparedStatement {
@@ -64,12 +67,14 @@ class PreparedStatement {
 };
 
 /// What somebody would write who keeps check-ins with SQLite's own interface and knows it well: a
-/// table per entity, an index on the relationship's column and one on activity and date, two tables
-/// of history, statements prepared once. The log is copied by SQLite itself, every 1000 pages.
+/// table per entity, an index on the relationship's column and one on activity and date, statements
+/// prepared once, and the history in the same two tables as ours. The log is copied by SQLite
+/// itself, every 1000 pages.
 class HandWrittenStore {
  public:
   /// Opens the store, and makes it if it is not there.
-  HandWrittenStore(const std::string& path, Durability durability);
+  HandWrittenStore(const std::string& path, Durability durability,
+                   LogFile logFile = LogFile::removed);
 
   void begin() { begin_.run(); }
   void commit() { commit_.run(); }
@@ -103,7 +108,8 @@ class HandWrittenStore {
     void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
   };
   [[nodiscard]] static std::unique_ptr<sqlite3, Closer> opened(const std::string& path,
-                                                               Durability durability);
+                                                               Durability durability,
+                                                               LogFile logFile);
 
   std::unique_ptr<sqlite3, Closer> database_;
   PreparedStatement begin_;
@@ -119,6 +125,7 @@ class HandWrittenStore {
   PreparedStatement checkinsByDate_;
   PreparedStatement daysOfActivities_;
   std::int64_t transaction_ = 0;
+  std::int64_t sequence_ = 0;
 };
 
 /// Seconds since the reference date, as both sides store them.

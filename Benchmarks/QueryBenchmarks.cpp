@@ -24,7 +24,8 @@ constexpr double kMicroseconds = 1e6;
 constexpr double kMilliseconds = 1e3;
 constexpr std::size_t kMonthLength = 7;
 
-/// Queries of one habit's days: the same ones in every round, each in a turn of its own.
+/// Queries of one habit's days: the same ones in every round, each in a turn of its own unless they
+/// are asked inside one.
 class HabitQueries {
  public:
   explicit HabitQueries(const Workload& workload) : fixture_(workload.activities, workload.days) {
@@ -45,6 +46,9 @@ class HabitQueries {
   }
   Run sumsOurs() {
     return summed([this](const Asked& asked) { return inBlock(asked, sumOfMonth); });
+  }
+  Run sumsInOneBlock() {
+    return fixture_.ours().inBlock([&] { return sumsOurs(); });
   }
   Run sumsByHand() {
     return summed([this](const Asked& asked) {
@@ -157,6 +161,15 @@ Comparison sumsOfMonths() {
       "sum of a month", "us", 0.25, 51, Clock::processor, [](const Workload& workload) {
         const auto queries = std::make_shared<HabitQueries>(workload);
         return Sides{[=] { return queries->sumsOurs(); }, [=] { return queries->sumsByHand(); }};
+      }};
+}
+
+Comparison sumsOfMonthsInOneBlock() {
+  return {
+      "sum of a month, in a block", "us", 0.25, 51, Clock::processor, [](const Workload& workload) {
+        const auto queries = std::make_shared<HabitQueries>(workload);
+        return Sides{[=] { return queries->sumsInOneBlock(); },
+                     [=] { return queries->sumsByHand(); }};
       }};
 }
 

@@ -68,6 +68,7 @@ std::vector<Comparison> allComparisons() {
           daysInOneBlock(),
           countsOfRanges(),
           sumsOfMonths(),
+          sumsOfMonthsInOneBlock(),
           latestCheckins(),
           openingToFirstQuery(),
           memoryOfEverything(),

@@ -99,9 +99,8 @@ Json parseJson(std::string_view text) {
   }
 }
 
-const Json& requireObject(const Json& value, const std::string& place) {
+void requireObject(const Json& value, const std::string& place) {
   if (!value.is_object()) fail(place, "expected an object in braces");
-  return value;
 }
 
 std::string requireText(const Json& value, const std::string& place) {
@@ -150,7 +149,8 @@ void forEachMember(const Json& object, const char* member, const std::string& pl
   const auto* members = find(object, member);
   if (members == nullptr) return;
   const auto where = inside(place, member);
-  for (const auto& [name, value] : requireObject(*members, where).items()) {
+  requireObject(*members, where);
+  for (const auto& [name, value] : members->items()) {
     use(name, value, inside(where, name));
   }
 }
@@ -234,7 +234,8 @@ NSDeleteRule readDeleteRule(const Json& object, const std::string& place) {
 
 RelationshipSource readRelationship(const std::string& name, const Json& value,
                                     const std::string& place) {
-  requireMembers(requireObject(value, place), place,
+  requireObject(value, place);
+  requireMembers(value, place,
                  {"toOne", "toMany", "inverse", "deleteRule", "required", "renamedFrom"});
   RelationshipSource relationship;
   relationship.name = name;
@@ -251,7 +252,8 @@ RelationshipSource readRelationship(const std::string& name, const Json& value,
 }
 
 EntitySource readEntity(const std::string& name, const Json& value, const std::string& place) {
-  requireMembers(requireObject(value, place), place,
+  requireObject(value, place);
+  requireMembers(value, place,
                  {"class", "abstract", "renamedFrom", "attributes", "relationships", "indexes"});
   EntitySource entity;
   entity.name = name;
@@ -286,7 +288,8 @@ ConfigurationSource readConfiguration(const std::string& name, const Json& value
 
 ModelSource ModelSource::parse(std::string_view json) {
   const auto root = parseJson(json);
-  requireMembers(requireObject(root, "the top"), "", {"identifiers", "entities", "configurations"});
+  requireObject(root, "the top");
+  requireMembers(root, "", {"identifiers", "entities", "configurations"});
   ModelSource model;
   if (const auto* identifiers = find(root, "identifiers")) {
     model.identifiers = requireTexts(*identifiers, "identifiers");

@@ -28,11 +28,17 @@
 
 namespace coredata::properties {
 
-/// An object as the class that its entity is bound to, where that class may still be incomplete.
-/// Entity classes derive from `NSManagedObject` alone, so both have one address.
+/// An object as the class that its entity is bound to. A template, so that the class need only be
+/// complete where the accessor is used.
 template <typename T>
 [[nodiscard]] foundation::Ref<T> uncheckedCast(foundation::Ref<NSManagedObject> object) noexcept {
-  return foundation::Ref<T>::adopt(static_cast<T*>(static_cast<void*>(object.leak())));
+  return foundation::Ref<T>::adopt(static_cast<T*>(object.leak()));
+}
+
+/// The other way round, for the same reason.
+template <typename T>
+[[nodiscard]] NSManagedObject* objectOf(const foundation::Ref<T>& typed) noexcept {
+  return typed.get();
 }
 
 }  // namespace coredata::properties
@@ -125,31 +131,28 @@ template <typename T>
                   name##Slot_.index, value ? std::optional(value->doubleValue()) : std::nullopt))
 
 /// A relationship to one object of an entity class; null is none.
-#define CD_TO_ONE(Target, name, setter)                                                        \
-  CD_ACCESSOR(name, toOne, #Target)                                                            \
-  [[nodiscard]] ::foundation::Ref<Target> name() const {                                       \
-    return ::coredata::properties::uncheckedCast<Target>(                                      \
-        NSManagedObject::toOne(name##Slot_.index));                                            \
-  }                                                                                            \
-  void setter(const ::foundation::Ref<Target>& value) {                                        \
-    NSManagedObject::setToOne(name##Slot_.index,                                               \
-                              static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
+#define CD_TO_ONE(Target, name, setter)                                                    \
+  CD_ACCESSOR(name, toOne, #Target)                                                        \
+  [[nodiscard]] ::foundation::Ref<Target> name() const {                                   \
+    return ::coredata::properties::uncheckedCast<Target>(                                  \
+        NSManagedObject::toOne(name##Slot_.index));                                        \
+  }                                                                                        \
+  void setter(const ::foundation::Ref<Target>& value) {                                    \
+    NSManagedObject::setToOne(name##Slot_.index, ::coredata::properties::objectOf(value)); \
   }
 
 /// A relationship to a set of objects of an entity class. Adding and removing never loads the set.
-#define CD_TO_MANY(Target, name, setter, adder, remover)                                         \
-  CD_ACCESSOR(name, toMany, #Target)                                                             \
-  [[nodiscard]] ::coredata::NSSet<Target> name() const {                                         \
-    return ::coredata::NSSet<Target>(NSManagedObject::toMany(name##Slot_.index));                \
-  }                                                                                              \
-  void setter(const ::coredata::NSSet<Target>& value) {                                          \
-    NSManagedObject::setToMany(name##Slot_.index, value.objects());                              \
-  }                                                                                              \
-  void adder(const ::foundation::Ref<Target>& value) {                                           \
-    NSManagedObject::addToMany(name##Slot_.index,                                                \
-                               *static_cast<NSManagedObject*>(static_cast<void*>(value.get()))); \
-  }                                                                                              \
-  void remover(const ::foundation::Ref<Target>& value) {                                         \
-    NSManagedObject::removeFromMany(                                                             \
-        name##Slot_.index, *static_cast<NSManagedObject*>(static_cast<void*>(value.get())));     \
+#define CD_TO_MANY(Target, name, setter, adder, remover)                                          \
+  CD_ACCESSOR(name, toMany, #Target)                                                              \
+  [[nodiscard]] ::coredata::NSSet<Target> name() const {                                          \
+    return ::coredata::NSSet<Target>(NSManagedObject::toMany(name##Slot_.index));                 \
+  }                                                                                               \
+  void setter(const ::coredata::NSSet<Target>& value) {                                           \
+    NSManagedObject::setToMany(name##Slot_.index, value.objects());                               \
+  }                                                                                               \
+  void adder(const ::foundation::Ref<Target>& value) {                                            \
+    NSManagedObject::addToMany(name##Slot_.index, *::coredata::properties::objectOf(value));      \
+  }                                                                                               \
+  void remover(const ::foundation::Ref<Target>& value) {                                          \
+    NSManagedObject::removeFromMany(name##Slot_.index, *::coredata::properties::objectOf(value)); \
   }

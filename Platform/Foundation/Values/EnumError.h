@@ -35,7 +35,7 @@ class EnumError : public Error {
   /// Which case it is, as the type's own `Case`.
   [[nodiscard]] auto which() const noexcept { return static_cast<typename Derived::Case>(code()); }
   /// The payload's text; empty for a case without one.
-  [[nodiscard]] const std::string& payload() const noexcept { return payload_; }
+  [[nodiscard]] const std::string& payload() const noexcept { return *payload_; }
 
   [[nodiscard]] std::string description() const override { return message(); }
   [[nodiscard]] std::shared_ptr<const Error> clone() const override {
@@ -44,7 +44,7 @@ class EnumError : public Error {
   [[noreturn]] void raise() const override { throw static_cast<const Derived&>(*this); }
 
   friend bool operator==(const Derived& a, const Derived& b) noexcept {
-    return a.code() == b.code() && a.payload_ == b.payload_;
+    return a.code() == b.code() && *a.payload_ == *b.payload_;
   }
 
  protected:
@@ -53,7 +53,7 @@ class EnumError : public Error {
   explicit EnumError(Case which, std::string payload = {})
       : Error(std::string(Derived::kTypeName), static_cast<std::int64_t>(which),
               rendering(which, payload)),
-        payload_(std::move(payload)) {}
+        payload_(std::make_shared<const std::string>(std::move(payload))) {}
 
  private:
   template <typename Case>
@@ -64,7 +64,8 @@ class EnumError : public Error {
     return payload.empty() ? text : text + "(" + payload + ")";
   }
 
-  std::string payload_;
+  // Shared, as the base's content is: copying what is being thrown must not throw.
+  std::shared_ptr<const std::string> payload_;
 };
 
 }  // namespace foundation

@@ -120,16 +120,42 @@ std::uint64_t rankOf(const Row& row, SlotIndex slot, std::size_t skipped) noexce
 
 struct Ranked {
   std::uint64_t rank;
+  ObjectKey key;
   Row* row;
 };
 
-std::vector<Ranked> rankedRows(std::vector<Ref<Row>>& rows, const SortTerm& sort) {
-  const std::size_t skipped = isSortedByKey(sort) ? 0 : commonPrefix(rows, sort.path.slot);
+/// Whether rows of equal rank hold equal values: every slot is filled, and no text goes on behind
+/// what its rank shows.
+bool isExact(const std::vector<Ref<Row>>& rows, SlotIndex slot, std::size_t skipped) noexcept {
+  const std::size_t size = rows.empty() ? 0 : rows.front()->text(slot).size();
+  return std::ranges::all_of(rows, [&](const Ref<Row>& row) {
+    switch (row->tag(slot)) {
+      case SlotTag::none:
+      case SlotTag::bytes:
+      case SlotTag::identifier:
+        return false;
+      case SlotTag::integer:
+      case SlotTag::real:
+      case SlotTag::date:
+      case SlotTag::reference:
+        return true;
+      case SlotTag::text:
+        break;
+    }
+    const std::size_t length = row->text(slot).size();
+    return length == size && length - skipped <= sizeof(Ranked::rank);
+  });
+}
+
+/// Takes the rows out of their handles.
+std::vector<Ranked> rankedRows(std::vector<Ref<Row>>& rows, const SortTerm& sort,
+                               std::size_t skipped) {
   std::vector<Ranked> ranked;
   ranked.reserve(rows.size());
   for (Ref<Row>& row : rows) {
     const std::uint64_t rank = isSortedByKey(sort) ? 0 : rankOf(*row, sort.path.slot, skipped);
-    ranked.push_back({sort.ascending ? rank : ~rank, row.leak()});
+    const ObjectKey key = row->key();
+    ranked.push_back({sort.ascending ? rank : ~rank, key, row.leak()});
   }
   return ranked;
 }
@@ -164,12 +190,18 @@ void sortRows(std::vector<Ref<Row>>& rows, std::span<const SortTerm> sorts) {
     sortByKey(rows);
     return;
   }
-  std::vector<Ranked> ranked = rankedRows(rows, sorts.front());
+  const SortTerm& first = sorts.front();
+  const std::size_t skipped = isSortedByKey(first) ? 0 : commonPrefix(rows, first.path.slot);
+  const bool ranksDecide =
+      sorts.size() == 1 && !isSortedByKey(first) && isExact(rows, first.path.slot, skipped);
+  std::vector<Ranked> ranked = rankedRows(rows, first, skipped);
   std::ranges::sort(ranked, [&](const Ranked& a, const Ranked& b) {
     if (a.rank != b.rank) return a.rank < b.rank;
-    const std::weak_ordering order = compareRows(*a.row, *b.row, sorts);
-    if (order != 0) return order < 0;
-    return compareKeys(a.row->key(), b.row->key()) < 0;
+    if (!ranksDecide) {
+      const std::weak_ordering order = compareRows(*a.row, *b.row, sorts);
+      if (order != 0) return order < 0;
+    }
+    return compareKeys(a.key, b.key) < 0;
   });
   for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = Ref<Row>::adopt(ranked[i].row);
 }

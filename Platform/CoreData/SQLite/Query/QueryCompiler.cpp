@@ -60,6 +60,7 @@ class SelectStatement {
       case QueryResult::number:
         return "count(*)";
       case QueryResult::existence:
+      case QueryResult::ticks:
         return "1";
       case QueryResult::dictionaries:
         break;
@@ -110,6 +111,11 @@ class SelectStatement {
   [[nodiscard]] bool isDictionary() const noexcept {
     return variant_.result == QueryResult::dictionaries;
   }
+  /// Whether the order of what the query gives can be told.
+  [[nodiscard]] bool hasContent() const noexcept {
+    return variant_.result == QueryResult::rows || variant_.result == QueryResult::keys ||
+           isDictionary();
+  }
   [[nodiscard]] bool isGrouped() const noexcept { return !plan_.grouping().empty(); }
   [[nodiscard]] bool hasAggregates() const {
     return std::ranges::any_of(plan_.columns(), [](const FetchColumn& given) {
@@ -135,10 +141,7 @@ class SelectStatement {
   }
 
   [[nodiscard]] std::string orderBy() {
-    if (!variant_.isSorted || variant_.result == QueryResult::number ||
-        variant_.result == QueryResult::existence) {
-      return {};
-    }
+    if (!variant_.isSorted || !hasContent()) return {};
     std::vector<std::string> terms;
     for (const SortTerm& sort : plan_.sorts()) terms.push_back(sortColumn(sort));
     if (isGroupedByColumns()) {
@@ -178,6 +181,7 @@ class SelectStatement {
   }
 
   [[nodiscard]] std::string cut() {
+    if (variant_.result == QueryResult::existence) return " LIMIT 1";
     std::string text;
     if (variant_.hasLimit) text = " LIMIT " + number(QueryParameter::Source::limit);
     if (!variant_.hasOffset) return text;

@@ -43,26 +43,42 @@ class QueryRun {
 
 bool isCut(const QueryInput& input) noexcept { return input.limit != 0 || input.offset != 0; }
 
+/// Whether a cut leaves so few rows that the store need not keep more of them while it sorts.
+bool keepsFew(const QueryInput& input) noexcept {
+  constexpr std::size_t kFew = 1000;
+  return input.limit != 0 && input.limit < kFew && input.offset < kFew;
+}
+
 /// Whether the store has to put the rows in order. Otherwise all of them are read and sorted here,
-/// which takes two thirds of the time.
+/// which is faster: SQLite's own sorting of whole rows takes half as long again, and four times as
+/// long when it is to keep the first few thousand.
 bool mustSortInStore(QueryCache& cache, const FetchPlan& plan, const QueryInput& input) {
-  if (isCut(input)) return true;
-  if (plan.sorts().empty()) return false;
-  return !plan.sortsByOwnSlots() || cache.indexGivesOrder(plan);
+  if (plan.sorts().empty()) return isCut(input);
+  return keepsFew(input) || !plan.sortsByOwnSlots() || cache.indexGivesOrder(plan);
+}
+
+void cut(std::vector<Ref<Row>>& rows, std::size_t limit, std::size_t offset) {
+  const auto first = rows.begin() + static_cast<std::ptrdiff_t>(std::min(offset, rows.size()));
+  rows.erase(rows.begin(), first);
+  if (limit != 0 && limit < rows.size()) rows.resize(limit);
 }
 
 }  // namespace
 
 std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const Value> arguments,
                                         std::size_t limit, std::size_t offset) {
-  const QueryInput input{arguments, limit, offset};
+  QueryInput input{arguments, limit, offset};
   Reading reading(session_);
   const bool isSorted = mustSortInStore(QueryCache::of(reading.connection()), plan, input);
+  if (!isSorted) input = {arguments};
   const RowColumns& columns = reading.core().columns(plan.entity());
   QueryRun run(reading, plan, QueryResult::rows, isSorted, input, objects_);
   std::vector<Ref<Row>> rows;
   while (run.step()) rows.push_back(columns.read(run.statement()));
-  if (!isSorted) sortRows(rows, plan.sorts());
+  if (!isSorted) {
+    sortRows(rows, plan.sorts());
+    cut(rows, limit, offset);
+  }
   return rows;
 }
 
@@ -80,13 +96,14 @@ std::vector<ObjectKey> QueryRunner::keys(const FetchPlan& plan, std::span<const 
 
 std::int64_t QueryRunner::count(const FetchPlan& plan, std::span<const Value> arguments,
                                 std::size_t limit) {
-  const QueryInput input{arguments, limit};
   Reading reading(session_);
+  const QueryInput input{arguments, limit == 1 ? 0 : limit};
   if (limit == 0) {
     QueryRun run(reading, plan, QueryResult::number, false, input, objects_);
     return run.step() ? run.statement().integer(0) : 0;
   }
-  QueryRun run(reading, plan, QueryResult::existence, false, input, objects_);
+  const QueryResult result = limit == 1 ? QueryResult::existence : QueryResult::ticks;
+  QueryRun run(reading, plan, result, false, input, objects_);
   std::int64_t count = 0;
   while (count < static_cast<std::int64_t>(limit) && run.step()) ++count;
   return count;

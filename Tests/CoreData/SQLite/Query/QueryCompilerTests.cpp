@@ -90,8 +90,12 @@ TEST(QueryCompiler, StopsCountingAtALimit) {
       habits::fetch("Checkin", NSPredicate::format("activity = %@ AND date = %@",
                                                    habits::object("Activity", 1), "2024-01-01"));
 
-  EXPECT_EQ(habits::compiled(fetch, {QueryResult::existence, true, false, false, {}}).sql,
-            R"(SELECT 1 FROM "Checkin" t0 WHERE t0."activity" IS ?1 AND t0."date" IS ?2 LIMIT ?3)");
+  const std::string all =
+      R"(SELECT 1 FROM "Checkin" t0 WHERE t0."activity" IS ?1 AND t0."date" IS ?2)";
+  EXPECT_EQ(habits::compiled(fetch, {QueryResult::existence, false, false, false, {}}).sql,
+            all + " LIMIT 1");
+  EXPECT_EQ(habits::compiled(fetch, {QueryResult::ticks, true, false, false, {}}).sql,
+            all + " LIMIT ?3");
 }
 
 TEST(QueryCompiler, TakesTheSumOfNothingForZero) {

@@ -83,6 +83,23 @@ TEST_F(QueryRunner, CutsByLimitAndOffset) {
   EXPECT_THAT(store_.runner().keys(*plan, {}, 2, 9), IsEmpty());
 }
 
+TEST_F(QueryRunner, CutsWhatItSortsItself) {
+  std::vector<Ref<Row>> rows;
+  for (ObjectKey key = 1; key <= 3000; ++key) {
+    rows.push_back(habits::row("Photo", key, {{"size", key % 7}}));
+  }
+  store_.insert(rows);
+  const auto plan = habits::everything("Photo", {{"size", false}});
+  const std::vector<ObjectKey> all = store_.runner().keys(*plan, {});
+
+  for (const auto& [limit, offset] :
+       {std::pair{5UL, 2990UL}, {0UL, 10UL}, {2000UL, 0UL}, {2000UL, 2500UL}, {1UL, 4000UL}}) {
+    EXPECT_EQ(keysOf(store_.runner().rows(*plan, {}, limit, offset)),
+              store_.runner().keys(*plan, {}, limit, offset));
+  }
+  EXPECT_EQ(keysOf(store_.runner().rows(*plan, {})), all);
+}
+
 TEST_F(QueryRunner, PutsAbsentValuesFirstAscendingAndLastDescending) {
   store_.insert("Photo", 1, {{"name", "b"}});
   store_.insert("Photo", 2, {});
@@ -115,6 +132,7 @@ TEST_F(QueryRunner, CountsAllOrUpToALimit) {
   const auto fetch = habits::fetch("Photo", NSPredicate::format("size > %d", 1));
 
   EXPECT_EQ(store_.runner().count(*fetch.plan, fetch.arguments()), 4);
+  EXPECT_EQ(store_.runner().count(*fetch.plan, fetch.arguments(), 1), 1);
   EXPECT_EQ(store_.runner().count(*fetch.plan, fetch.arguments(), 3), 3);
   EXPECT_EQ(store_.runner().count(*fetch.plan, fetch.arguments(), 9), 4);
 }

@@ -19,8 +19,8 @@ namespace coredata {
 /// descend.
 [[nodiscard]] std::strong_ordering compareKeys(ObjectKey left, ObjectKey right) noexcept;
 
-/// Sorts rows of one entity by `compareRows`, ties by `compareKeys`. Texts that differ in the eight
-/// bytes behind what all of them begin with, and all other kinds, are compared as one number each.
+/// Sorts rows of one entity by `compareRows`, ties by `compareKeys`. Numbers, and texts that differ
+/// soon behind what all of them begin with, are sorted in time that grows with the rows alone.
 void sortRows(std::vector<foundation::Ref<Row>>& rows, std::span<const SortTerm> sorts);
 
 }  // namespace coredata

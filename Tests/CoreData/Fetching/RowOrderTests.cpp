@@ -18,7 +18,8 @@ const coredata::NSEntityDescription& note() {
   static const Ref<coredata::NSManagedObjectModel> kModel = coredata::modelFromSource(R"({
     "identifiers": ["Notes 1"],
     "entities": {"Note": {
-      "attributes": {"title": "text", "rank": "integer64", "score": "double", "code": "uuid"},
+      "attributes": {"title": "text", "day": "text", "week": "integer16",
+                     "rank": "integer64", "score": "double", "code": "uuid"},
       "relationships": {"parent": {"toOne": "Note"}}
     }}
   })");
@@ -111,6 +112,8 @@ TEST(RowOrder, SortsAsTheComparisonSays) {
     Ref<Row> made = row(key);
     const auto number = static_cast<std::int64_t>(random());
     if (random() % 4 != 0) Row::setText(made, slot("title"), std::to_string(number % 100));
+    Row::setText(made, slot("day"), std::to_string(20'000'000 + random() % 50));
+    made->setInteger(slot("week"), static_cast<std::int64_t>(random() % 7) - 3);
     if (random() % 4 != 0) made->setInteger(slot("rank"), random() % 2 == 0 ? number : number % 5);
     if (random() % 4 != 0) made->setReal(slot("score"), static_cast<double>(number % 7) / 2);
     if (random() % 4 != 0) {
@@ -121,9 +124,9 @@ TEST(RowOrder, SortsAsTheComparisonSays) {
     rows.push_back(std::move(made));
   }
   std::ranges::shuffle(rows, random);
-  for (const char* key : {"title", "rank", "score", "code"}) {
+  for (const char* key : {"title", "rank", "score", "code", "day", "week"}) {
     for (const bool ascending : {true, false}) {
-      const std::vector<SortTerm> sorts = {by(key, ascending), by("rank")};
+      const std::vector<SortTerm> sorts = {by(key, ascending), by("week", false), by("rank")};
 
       coredata::sortRows(rows, sorts);
 

@@ -35,11 +35,16 @@ void NSManagedObjectContext::delete_(NSManagedObject& object) {
 }
 
 void NSManagedObjectContext::processPendingChanges() {
-  while (!state_->condemned.empty()) {
-    const std::vector<Ref<NSManagedObject>> condemned = std::move(state_->condemned);
-    state_->condemned.clear();
-    for (const Ref<NSManagedObject>& object : condemned) applyDeleteRules(*object);
-    for (const Ref<NSManagedObject>& object : condemned) {
+  std::vector<Ref<NSManagedObject>>& condemned = state_->condemned;
+  while (!condemned.empty()) {
+    const std::size_t generation = condemned.size();
+    // A store that cannot be read throws here. Nobody leaves the list before, so that the rules are
+    // applied once it can: to apply one twice changes nothing.
+    for (std::size_t i = 0; i < generation; ++i) applyDeleteRules(*condemned[i]);
+    const auto end = condemned.begin() + static_cast<std::ptrdiff_t>(generation);
+    const std::vector<Ref<NSManagedObject>> judged(condemned.begin(), end);
+    condemned.erase(condemned.begin(), end);
+    for (const Ref<NSManagedObject>& object : judged) {
       if (!isTemporary(object->key_)) continue;
       object->state_.deleted = false;
       state_->detach(*object);

@@ -1,0 +1,280 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+
+#include "CoreData/SQLite/RowColumns.h"
+#include "Tests/CoreDataStack/Queries/Diary.h"
+#include "Tests/Support/LocalDate.h"
+#include "Tests/Support/SqlTrace.h"
+
+// What SQLite is asked by each query, and how it goes about it. "row" stands for the key, the
+// version and every column of the entity.
+
+namespace coredatastack {
+namespace {
+
+using domain::ActivityStatus;
+using domain::CalendarItem;
+using domain::CheckinType;
+using domain::DateFormat;
+using foundation::Date;
+using foundation::Ref;
+using support::localDate;
+
+using Steps = std::vector<std::string>;
+
+const API::CheckinTypes kAllTypes = std::nullopt;
+const API::CheckinTypes kBothTypes{{CheckinType::standard, CheckinType::alternate}};
+
+/// What the queries are asked about.
+struct Subject {
+  Ref<CDActivity> run;
+  Ref<CDGroup> group;
+  Date day;
+};
+
+const std::string kSorts = "USE TEMP B-TREE FOR ORDER BY";
+/// The index gives the days in order; only those that are equal are sorted.
+const std::string kSortsEqualDays = "USE TEMP B-TREE FOR RIGHT PART OF ORDER BY";
+
+/// Check-ins are found by those columns of their index.
+std::string inIndex(const std::string& table, const std::string& columns) {
+  return "SEARCH " + table + " USING INDEX Checkin_byActivityAndDate (" + columns + ")";
+}
+/// The same, and nothing but the index is read.
+std::string inIndexAlone(const std::string& table, const std::string& columns) {
+  return "SEARCH " + table + " USING COVERING INDEX Checkin_byActivityAndDate (" + columns + ")";
+}
+std::string byKey(const std::string& table) {
+  return "SEARCH " + table + " USING INTEGER PRIMARY KEY (rowid=?)";
+}
+/// The same for an object that may be missing.
+std::string linked(const std::string& table) { return byKey(table) + " LEFT-JOIN"; }
+
+struct Pin {
+  std::string name;
+  std::function<void(const API& api, const Subject& about)> ask;
+  std::string sql;
+  Steps plan;
+};
+
+const std::vector<Pin>& pins() {
+  static const std::vector<Pin> all = {
+      {"checkins",
+       [](const API& api, const Subject& its) { (void)api.checkins(its.run); },
+       R"(SELECT row FROM "Checkin" t0 WHERE t0."activity" IS ?1 AND t0."type" IN (?2) )"
+       R"(ORDER BY t0."date", t0._id)",
+       {inIndex("t0", "activity=?"), kSortsEqualDays}},
+      {"checkinsOfAllTypes",
+       [](const API& api, const Subject& its) { (void)api.checkins(its.run, kAllTypes); },
+       R"(SELECT row FROM "Checkin" t0 WHERE t0."activity" IS ?1 )"
+       R"(ORDER BY t0."date", t0._id)",
+       {inIndex("t0", "activity=?"), kSortsEqualDays}},
+      {"checkinsOfAYear",
+       [](const API& api, const Subject& its) {
+         (void)api.checkins(its.run, its.day, DateFormat::year);
+       },
+       R"(SELECT row FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."date" >= ?2 AND t0."date" < ?3 AND t0."type" IN (?4))",
+       {inIndex("t0", "activity=? AND date>? AND date<?")}},
+      {"checkinsOfAMonth",
+       [](const API& api, const Subject& its) {
+         (void)api.checkins(its.run, kBothTypes, its.day, DateFormat::month);
+       },
+       R"(SELECT row FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."date" >= ?2 AND t0."date" < ?3 AND t0."type" IN (?4, ?5))",
+       {inIndex("t0", "activity=? AND date>? AND date<?")}},
+      {"checkinsOfADay",
+       [](const API& api, const Subject& its) {
+         (void)api.checkins(its.run, its.day, DateFormat::day);
+       },
+       R"(SELECT row FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."date" IS ?2 AND t0."type" IN (?3))",
+       {inIndex("t0", "activity=? AND date=? AND type=?")}},
+      {"checkinsOfAPeriod",
+       [](const API& api, const Subject& its) {
+         (void)api.checkins(its.run, kAllTypes, its.day, its.day);
+       },
+       R"(SELECT row FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."date" >= ?2 AND t0."date" <= ?3)",
+       {inIndex("t0", "activity=? AND date>? AND date<?")}},
+      {"checkinExists",
+       [](const API& api, const Subject& its) { (void)api.checkinExists(its.day, its.run); },
+       R"(SELECT 1 FROM "Checkin" t0 WHERE t0."activity" IS ?1 AND t0."date" IS ?2 )"
+       R"(LIMIT 1)",
+       {inIndexAlone("t0", "activity=? AND date=?")}},
+      {"firstCheckin",
+       [](const API& api, const Subject& its) {
+         (void)api.firstCheckin(its.run, ActivityStatus::active);
+       },
+       R"(SELECT row FROM "Checkin" t0 LEFT JOIN "Activity" t1 ON t1._id = t0."activity" )"
+       R"(WHERE t0."activity" IS ?1 AND t1."status" = ?2 ORDER BY t0."date", t0._id )"
+       R"(LIMIT ?3)",
+       {byKey("t1"), inIndex("t0", "activity=?"), kSortsEqualDays}},
+      {"firstCheckinOfAll",
+       [](const API& api, const Subject&) {
+         (void)api.firstCheckin(nullptr, ActivityStatus::active);
+       },
+       R"(SELECT row FROM "Checkin" t0 LEFT JOIN "Activity" t1 ON t1._id = t0."activity" )"
+       R"(WHERE t1."status" = ?1 ORDER BY t0."date", t0._id LIMIT ?2)",
+       {"SCAN t0 USING INDEX Checkin_byActivityAndDate", byKey("t1"), kSorts}},
+      {"lastCheckin",
+       [](const API& api, const Subject& its) { (void)api.lastCheckin(its.run); },
+       R"(SELECT row FROM "Checkin" t0 WHERE t0."activity" IS ?1 )"
+       R"(ORDER BY t0."date" DESC, t0._id LIMIT ?2)",
+       {inIndex("t0", "activity=?"), kSortsEqualDays}},
+      {"numberOfCheckinsOfAYear",
+       [](const API& api, const Subject& its) {
+         (void)api.numberOfCheckins(its.run, CalendarItem::year(2024));
+       },
+       R"(SELECT total(t0."count") FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."date" >= ?2 AND t0."date" < ?3 AND t0."type" IN (?4))",
+       {inIndexAlone("t0", "activity=? AND date>? AND date<?")}},
+      {"numberOfCheckinsOfADay",
+       [](const API& api, const Subject& its) {
+         (void)api.numberOfCheckins(its.run, kAllTypes, CalendarItem::day(2024, 2, 10));
+       },
+       R"(SELECT total(t0."count") FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."date" >= ?2 AND t0."date" < ?3)",
+       {inIndexAlone("t0", "activity=? AND date>? AND date<?")}},
+      {"numberOfCheckinsOfAPeriod",
+       [](const API& api, const Subject& its) {
+         (void)api.numberOfCheckins(its.run, its.day, its.day);
+       },
+       R"(SELECT total(t0."count") FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."date" >= ?2 AND t0."date" <= ?3 AND t0."type" IN (?4))",
+       {inIndexAlone("t0", "activity=? AND date>? AND date<?")}},
+      {"numberOfCheckinsSince",
+       [](const API& api, const Subject& its) {
+         (void)api.numberOfCheckins(its.run, its.day, std::nullopt);
+       },
+       R"(SELECT total(t0."count") FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."date" >= ?2 AND t0."type" IN (?3))",
+       {inIndexAlone("t0", "activity=? AND date>?")}},
+      {"numberOfCheckinsUntil",
+       [](const API& api, const Subject& its) {
+         (void)api.numberOfCheckins(its.run, std::nullopt, its.day);
+       },
+       R"(SELECT total(t0."count") FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."date" <= ?2 AND t0."type" IN (?3))",
+       {inIndexAlone("t0", "activity=? AND date<?")}},
+      {"numberOfCheckins",
+       [](const API& api, const Subject& its) {
+         (void)api.numberOfCheckins(its.run, std::nullopt, std::nullopt);
+       },
+       R"(SELECT total(t0."count") FROM "Checkin" t0 )"
+       R"(WHERE t0."activity" IS ?1 AND t0."type" IN (?2))",
+       {inIndexAlone("t0", "activity=?")}},
+      {"activities",
+       [](const API& api, const Subject&) { (void)api.activities(); },
+       R"(SELECT row FROM "Activity" t0)",
+       {"SCAN t0"}},
+      {"activitiesOfAGroup",
+       [](const API& api, const Subject& its) { (void)api.activities(its.group); },
+       R"(SELECT row FROM "Activity" t0 LEFT JOIN "Order" t1 ON t1._id = t0."order" )"
+       R"(WHERE t0."status" IS ?1 AND t0."group" IS ?2 )"
+       R"(ORDER BY t1."priority", t0."createdDate" DESC, t0._id)",
+       {"SEARCH t0 USING INDEX Activity_byGroup (group=?)", linked("t1"), kSorts}},
+      {"activitiesOfNoGroup",
+       [](const API& api, const Subject&) { (void)api.activities(nullptr); },
+       R"(SELECT row FROM "Activity" t0 LEFT JOIN "Order" t1 ON t1._id = t0."order" )"
+       R"(WHERE t0."status" IS ?1 AND t0."group" IS NULL )"
+       R"(ORDER BY t1."priority", t0."createdDate" DESC, t0._id)",
+       {"SEARCH t0 USING INDEX Activity_byGroup (group=?)", linked("t1"), kSorts}},
+      {"activitiesOfAStatus",
+       [](const API& api, const Subject&) { (void)api.activities(ActivityStatus::active); },
+       R"(SELECT row FROM "Activity" t0 LEFT JOIN "Group" t1 ON t1._id = t0."group" )"
+       R"(LEFT JOIN "Order" t2 ON t2._id = t0."order" WHERE t0."status" IS ?1 )"
+       R"(ORDER BY t1."priority", t2."priority", t0."createdDate" DESC, t0._id)",
+       {"SCAN t0", linked("t1"), linked("t2"), kSorts}},
+      {"activitiesOfAPeriod",
+       [](const API& api, const Subject& its) {
+         (void)api.activities(ActivityStatus::active, its.day, its.day);
+       },
+       R"(SELECT row FROM "Activity" t0 LEFT JOIN "Group" t2 ON t2._id = t0."group" )"
+       R"(LEFT JOIN "Order" t3 ON t3._id = t0."order" )"
+       R"(WHERE t0."status" IS ?1 AND (t0."createdDate" <= ?2 OR )"
+       R"(EXISTS (SELECT 1 FROM "Checkin" t1 )"
+       R"(WHERE t1."activity" = t0._id AND t1."date" BETWEEN ?3 AND ?4)) )"
+       R"(ORDER BY t2."priority", t3."priority", t0."createdDate" DESC, t0._id)",
+       {"SCAN t0", "CORRELATED SCALAR SUBQUERY 1",
+        inIndexAlone("t1", "activity=? AND date>? AND date<?"), linked("t2"), linked("t3"),
+        kSorts}},
+      {"numberOfActivities",
+       [](const API& api, const Subject&) { (void)api.numberOfActivities(); },
+       R"(SELECT count(*) FROM "Activity" t0)",
+       {"SCAN Activity USING COVERING INDEX Activity_byGroup"}},
+      {"numberOfActivitiesOfAStatus",
+       [](const API& api, const Subject&) { (void)api.numberOfActivities(ActivityStatus::active); },
+       R"(SELECT count(*) FROM "Activity" t0 WHERE t0."status" IS ?1)",
+       {"SCAN t0"}},
+      {"numberOfAchievedActivities",
+       [](const API& api, const Subject&) { (void)api.numberOfAchievedActivities(); },
+       R"(SELECT count(*) FROM "Activity" t0 WHERE t0."status" IS ?1)",
+       {"SCAN t0"}},
+  };
+  return all;
+}
+
+class QueriesSql : public testing::TestWithParam<Pin> {
+ protected:
+  /// The one query that the pinned call runs.
+  [[nodiscard]] std::string query() {
+    const Subject about{diary_.activity(), diary_.group(0), localDate(2024, 2, 10)};
+    diary_.save();
+    static_cast<void>(trace_.takeQueries());
+    GetParam().ask(diary_.api(), about);
+    const Steps queries = trace_.takeQueries();
+    EXPECT_EQ(queries.size(), 1U);
+    return queries.empty() ? std::string() : queries.front();
+  }
+  [[nodiscard]] std::string shortened(std::string query) const {
+    for (const char* name : {"Activity", "Checkin"}) {
+      const std::string row = coredata::RowColumns(*diary_.context().entity(name)).list("t0");
+      const std::size_t place = query.find(row);
+      if (place != std::string::npos) query.replace(place, row.size(), "row");
+    }
+    return query;
+  }
+
+  Diary diary_;
+  support::SqlTrace trace_{
+      *diary_.store().container().persistentStoreCoordinator()->store()->engine()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Query, QueriesSql, testing::ValuesIn(pins()),
+                         [](const auto& pin) { return pin.param.name; });
+
+TEST_P(QueriesSql, IsThis) { EXPECT_EQ(shortened(query()), GetParam().sql); }
+
+TEST_P(QueriesSql, IsRunLikeThis) { EXPECT_EQ(trace_.plan(query()), GetParam().plan); }
+
+/// The pins of the queries about check-ins, but for the one that has no activity to go by.
+std::vector<Pin> checkinPins() {
+  std::vector<Pin> result;
+  std::ranges::copy_if(pins(), std::back_inserter(result), [](const Pin& pin) {
+    return pin.sql.find("\"Checkin\" t") != std::string::npos && pin.name != "firstCheckinOfAll";
+  });
+  return result;
+}
+
+class CheckinsSql : public QueriesSql {};
+
+INSTANTIATE_TEST_SUITE_P(Query, CheckinsSql, testing::ValuesIn(checkinPins()),
+                         [](const auto& pin) { return pin.param.name; });
+
+TEST_P(CheckinsSql, NeverWalksThroughAllCheckins) {
+  const std::string sql = query();
+  const std::string_view table = "\"Checkin\" ";
+  const std::string alias = sql.substr(sql.find(table) + table.size(), 2);
+
+  for (const std::string& step : trace_.plan(sql)) {
+    EXPECT_FALSE(step.starts_with("SCAN " + alias)) << step;
+  }
+}
+
+}  // namespace
+}  // namespace coredatastack

@@ -43,18 +43,21 @@ void RowCache::willCommit(std::span<const RowChange> changes) {
   const std::scoped_lock lock(mutex_);
   ++commitsUnderWay_;
   for (const RowChange& change : changes) {
-    if (change.kind != RowChangeKind::insert) drop({change.entity->index(), change.key});
+    if (change.kind != RowChangeKind::insert) withhold({change.entity->index(), change.key});
   }
 }
 
 void RowCache::didCommit(std::span<const RowChange> changes) {
   const std::scoped_lock lock(mutex_);
   const CacheEpoch now = epoch_.load(std::memory_order_relaxed) + 1;
+  const bool isTooMuch = changes.size() > limits_.rows / 2;
   for (const RowChange& change : changes) {
     const Place place{change.entity->index(), change.key};
-    // A row may be changed twice in one transaction; the last change is the one that counts.
-    drop(place);
-    if (change.row) put(place, {change.row, now});
+    if (change.row && !isTooMuch) {
+      replace(place, {change.row, now});
+    } else if (change.kind != RowChangeKind::insert) {
+      drop(place);
+    }
   }
   epoch_.store(now, std::memory_order_release);
   --commitsUnderWay_;
@@ -89,13 +92,40 @@ void RowCache::put(const Place& place, Entry entry) {
   young_.bytes += size;
 }
 
-void RowCache::drop(const Place& place) {
-  for (Generation* generation : {&young_, &old_}) {
-    const auto found = generation->rows.find(place);
-    if (found == generation->rows.end()) continue;
-    generation->bytes -= found->second.row->byteSize();
-    generation->rows.erase(found);
+void RowCache::replace(const Place& place, Entry entry) {
+  const auto young = young_.rows.find(place);
+  if (young == young_.rows.end()) {
+    // A row may be changed twice in one transaction, and the generations may have turned in
+    // between.
+    erase(old_, place);
+    put(place, std::move(entry));
+    return;
   }
+  young_.bytes += entry.row->byteSize();
+  young_.bytes -= young->second.row->byteSize();
+  young->second = std::move(entry);
+}
+
+void RowCache::withhold(const Place& place) {
+  const auto young = young_.rows.find(place);
+  if (young == young_.rows.end()) {
+    erase(old_, place);
+  } else {
+    // Left in its place: that is where the new row goes.
+    young->second.since = kAfterAll;
+  }
+}
+
+void RowCache::drop(const Place& place) {
+  erase(young_, place);
+  erase(old_, place);
+}
+
+void RowCache::erase(Generation& generation, const Place& place) {
+  const auto found = generation.rows.find(place);
+  if (found == generation.rows.end()) return;
+  generation.bytes -= found->second.row->byteSize();
+  generation.rows.erase(found);
 }
 
 void RowCache::forgetAll() {

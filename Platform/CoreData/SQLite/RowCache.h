@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <limits>
 #include <mutex>
 #include <span>
 
@@ -44,7 +45,7 @@ class RowCache {
   [[nodiscard]] CacheEpoch outdate(CacheEpoch readerEpoch);
 
   /// Brackets a commit: the rows that it changes are withheld from before the store has it until it
-  /// is known.
+  /// is known. The rows of a commit that alone would push out everything else are not kept.
   void willCommit(std::span<const RowChange> changes);
   void didCommit(std::span<const RowChange> changes);
   /// Nobody knows what the store holds now.
@@ -73,8 +74,14 @@ class RowCache {
     std::size_t bytes = 0;
   };
 
+  /// No reader's epoch is as late.
+  static constexpr CacheEpoch kAfterAll = std::numeric_limits<CacheEpoch>::max();
+
   void put(const Place& place, Entry entry);
+  void replace(const Place& place, Entry entry);
+  void withhold(const Place& place);
   void drop(const Place& place);
+  static void erase(Generation& generation, const Place& place);
   void forgetAll();
 
   const Limits limits_;

@@ -105,6 +105,33 @@ TEST_F(RowCacheTest, KeepsTheLastOfTwoChangesToARow) {
   EXPECT_EQ(cache_.byteCount(), last->byteSize());
 }
 
+TEST_F(RowCacheTest, KeepsNothingOfACommitThatWouldPushOutTheRest) {
+  RowCache small({.rows = 10, .bytes = 100'000});
+  for (ObjectKey key = 1; key <= 3; ++key) small.add(row(key), small.epoch());
+  std::vector<RowChange> changes{update(row(1, 2))};
+  for (ObjectKey key = 101; key <= 110; ++key) {
+    changes.push_back({&book(), key, RowChangeKind::insert, 0, row(key)});
+  }
+
+  small.willCommit(changes);
+  small.didCommit(changes);
+
+  EXPECT_FALSE(small.find(book(), 1, small.epoch()));
+  EXPECT_TRUE(small.find(book(), 2, small.epoch()));
+  EXPECT_FALSE(small.find(book(), 110, small.epoch()));
+}
+
+TEST_F(RowCacheTest, KeepsCountOfItsBytesWhenARowGrows) {
+  cache_.add(row(1), cache_.epoch());
+  const Ref<Row> larger = row(1, 2, 1000);
+  const RowChange changes[] = {update(larger)};
+  cache_.willCommit(changes);
+  cache_.didCommit(changes);
+
+  EXPECT_EQ(cache_.rowCount(), 1U);
+  EXPECT_EQ(cache_.byteCount(), larger->byteSize());
+}
+
 TEST_F(RowCacheTest, ForgetsEverythingWhenACommitFails) {
   cache_.add(row(1), cache_.epoch());
   const CacheEpoch before = cache_.epoch();

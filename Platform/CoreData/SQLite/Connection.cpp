@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "CoreData/SQLite/ForkGeneration.h"
+#include "CoreData/SQLite/RowFeed.h"
 #include "CoreData/SQLite/StoreVFS.h"
 #include "Foundation/Values/Error.h"
 
@@ -83,6 +84,9 @@ void Connection::configure(const ConnectionSettings& settings) {
   set(SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0);
   set(SQLITE_DBCONFIG_ENABLE_TRIGGER, 0);
   set(SQLITE_DBCONFIG_ENABLE_VIEW, 0);
+  if (const int result = installRowFeed(database_); result != SQLITE_OK) {
+    throwSQLiteError(database_, result, {});
+  }
   // Replaces SQLite's own hook, which is what makes its automatic checkpoints.
   sqlite3_wal_hook(
       database_,

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "CoreData/SQLite/Connection.h"
+#include "CoreData/SQLite/RowFeed.h"
 #include "Foundation/Internal/ProcessIdentifier.h"
 
 namespace coredata {
@@ -30,6 +31,46 @@ std::int64_t findName(Connection& connection, std::string_view text) {
   statement.bindText(1, text);
   return statement.step() ? statement.integer(0) : 0;
 }
+
+constexpr char kChangeColumns[] = "\"transaction\", sequence, entity, key, kind, changed";
+
+/// The changes of one transaction, in the order of the table's columns.
+class ChangeFeed final : public RowFeed {
+ public:
+  static constexpr int kColumns = 6;
+
+  /// `entityNames` are the numbers of the entities' names.
+  ChangeFeed(std::int64_t transaction, std::span<const RowChange> changes,
+             std::span<const std::int64_t> entityNames) noexcept
+      : transaction_(transaction), changes_(changes), entityNames_(entityNames) {}
+
+  bool advance() noexcept override { return sequence_++ < changes_.size(); }
+
+  void give(int column, sqlite3_context* context) const noexcept override {
+    const RowChange& change = changes_[sequence_ - 1];
+    switch (column) {
+      case 0:
+        return sqlite3_result_int64(context, transaction_);
+      case 1:
+        return sqlite3_result_int64(context, static_cast<std::int64_t>(sequence_));
+      case 2:
+        return sqlite3_result_int64(context, entityNames_[change.entity->index()]);
+      case 3:
+        return sqlite3_result_int64(context, change.key);
+      case 4:
+        return sqlite3_result_int64(context, static_cast<std::int64_t>(change.kind));
+      default:
+        if (change.kind != RowChangeKind::update) return;
+        return sqlite3_result_int64(context, static_cast<std::int64_t>(change.changed));
+    }
+  }
+
+ private:
+  std::int64_t transaction_;
+  std::span<const RowChange> changes_;
+  std::span<const std::int64_t> entityNames_;
+  std::size_t sequence_ = 0;
+};
 
 std::int64_t insertName(Connection& connection, std::string_view text) {
   Statement& statement = connection.statement({StatementKind::insertName},
@@ -84,11 +125,29 @@ void HistoryWriter::write(Connection& connection, const HistoryPosition& positio
   transaction.bindInteger(6, foundation::processIdentifier());
   transaction.run();
 
-  Statement& insert = connection.statement({StatementKind::insertChange}, [] {
-    return "INSERT INTO _change(\"transaction\", sequence, entity, key, kind, changed) "
-           "VALUES(?, ?, ?, ?, ?, ?)";
+  if (changes.size() >= RowFeed::kWorthwhile) {
+    feedChanges(connection, position.number, changes);
+  } else {
+    insertChanges(connection, position.number, changes);
+  }
+}
+
+void HistoryWriter::feedChanges(Connection& connection, std::int64_t transaction,
+                                std::span<const RowChange> changes) {
+  for (const RowChange& change : changes) static_cast<void>(idOf(connection, *change.entity));
+  Statement& statement = connection.statement({StatementKind::insertChanges}, [] {
+    return RowFeed::insertText("_change", kChangeColumns, ChangeFeed::kColumns);
   });
-  insert.bindInteger(1, position.number);
+  ChangeFeed feed(transaction, changes, entityNames_);
+  insertFrom(feed, statement);
+}
+
+void HistoryWriter::insertChanges(Connection& connection, std::int64_t transaction,
+                                  std::span<const RowChange> changes) {
+  Statement& insert = connection.statement({StatementKind::insertChange}, [] {
+    return std::string("INSERT INTO _change(") + kChangeColumns + ") VALUES(?, ?, ?, ?, ?, ?)";
+  });
+  insert.bindInteger(1, transaction);
   std::int64_t sequence = 0;
   for (const RowChange& change : changes) {
     insert.bindInteger(2, ++sequence);

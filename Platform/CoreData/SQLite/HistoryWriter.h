@@ -38,6 +38,10 @@ class HistoryWriter {
 
  private:
   using NameId = std::int64_t;
+  void insertChanges(Connection& connection, std::int64_t transaction,
+                     std::span<const RowChange> changes);
+  void feedChanges(Connection& connection, std::int64_t transaction,
+                   std::span<const RowChange> changes);
   [[nodiscard]] NameId idOf(Connection& connection, std::string_view text);
   [[nodiscard]] NameId idOf(Connection& connection, const NSEntityDescription& entity);
 

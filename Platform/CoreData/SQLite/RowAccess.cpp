@@ -5,6 +5,7 @@
 #include <string>
 
 #include "CoreData/SQLite/Connection.h"
+#include "CoreData/SQLite/RowFeed.h"
 
 namespace coredata {
 
@@ -16,15 +17,69 @@ StatementKey keyOf(StatementKind kind, const NSEntityDescription& entity,
   return {kind, entity.index(), detail};
 }
 
-std::string insertText(const NSEntityDescription& entity) {
+std::string insertedColumns(const NSEntityDescription& entity) {
   std::string columns = "_id,_version";
-  std::string parameters = "?,?";
-  for (const Slot& slot : entity.slots()) {
-    columns += "," + quoted(slot.property->name());
-    parameters += ",?";
-  }
-  return "INSERT INTO " + quoted(entity.name()) + "(" + columns + ") VALUES(" + parameters + ")";
+  for (const Slot& slot : entity.slots()) columns += "," + quoted(slot.property->name());
+  return columns;
 }
+
+std::string insertText(const NSEntityDescription& entity) {
+  std::string parameters = "?,?";
+  for (std::size_t slot = 0; slot < entity.slots().size(); ++slot) parameters += ",?";
+  return "INSERT INTO " + quoted(entity.name()) + "(" + insertedColumns(entity) + ") VALUES(" +
+         parameters + ")";
+}
+
+void giveSlot(sqlite3_context* context, const Row& row, SlotIndex slot) noexcept {
+  switch (row.tag(slot)) {
+    case SlotTag::none:
+      return;
+    case SlotTag::integer:
+      return sqlite3_result_int64(context, row.integer(slot));
+    case SlotTag::reference:
+      return sqlite3_result_int64(context, row.reference(slot));
+    case SlotTag::real:
+    case SlotTag::date:
+      return sqlite3_result_double(context, row.real(slot));
+    case SlotTag::text: {
+      const std::string_view text = row.text(slot);
+      return sqlite3_result_text64(context, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
+    }
+    case SlotTag::bytes: {
+      const auto bytes = row.bytes(slot);
+      return sqlite3_result_blob64(context, bytes.data(), bytes.size(), SQLITE_STATIC);
+    }
+    case SlotTag::identifier: {
+      const foundation::UUID identifier = row.identifier(slot);
+      const auto& bytes = identifier.bytes();
+      return sqlite3_result_blob64(context, bytes.data(), bytes.size(), SQLITE_TRANSIENT);
+    }
+  }
+}
+
+/// Rows of one entity, in the order of its table's columns.
+class EntityRowFeed final : public RowFeed {
+ public:
+  explicit EntityRowFeed(std::span<const Row* const> rows) noexcept : rows_(rows) {}
+
+  bool advance() noexcept override { return next_++ < rows_.size(); }
+
+  void give(int column, sqlite3_context* context) const noexcept override {
+    const Row& row = *rows_[next_ - 1];
+    switch (column) {
+      case 0:
+        return sqlite3_result_int64(context, row.key());
+      case 1:
+        return sqlite3_result_int64(context, row.version());
+      default:
+        return giveSlot(context, row, static_cast<SlotIndex>(column - 2));
+    }
+  }
+
+ private:
+  std::span<const Row* const> rows_;
+  std::size_t next_ = 0;
+};
 
 std::string updateText(const NSEntityDescription& entity, SlotMask changed) {
   std::string text = "UPDATE " + quoted(entity.name()) + " SET _version=?";
@@ -92,6 +147,20 @@ void insertRow(Connection& connection, const Row& row) {
     RowColumns::bind(statement, slot + 3, row, slot);
   }
   statement.run();
+}
+
+void insertRows(Connection& connection, std::span<const Row* const> rows) {
+  if (rows.size() < RowFeed::kWorthwhile) {
+    for (const Row* row : rows) insertRow(connection, *row);
+    return;
+  }
+  const NSEntityDescription& entity = rows.front()->entity();
+  Statement& statement = connection.statement(keyOf(StatementKind::insertRows, entity), [&] {
+    return RowFeed::insertText(quoted(entity.name()), insertedColumns(entity),
+                               static_cast<int>(entity.slots().size()) + 2);
+  });
+  EntityRowFeed feed(rows);
+  insertFrom(feed, statement);
 }
 
 bool updateRow(Connection& connection, const Row& row, SlotMask changed,

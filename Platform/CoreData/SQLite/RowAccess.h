@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "CoreData/Rows/Row.h"
@@ -9,7 +10,7 @@ namespace coredata {
 
 class Connection;
 
-// One row at a time, by statements that the connection keeps.
+// Rows by their keys, by statements that the connection keeps.
 
 [[nodiscard]] foundation::Ref<Row> selectRow(Connection& connection, const RowColumns& columns,
                                              ObjectKey key);
@@ -23,6 +24,8 @@ class Connection;
 [[nodiscard]] ObjectKey highestKey(Connection& connection, const NSEntityDescription& entity);
 
 void insertRow(Connection& connection, const Row& row);
+/// Rows of one entity.
+void insertRows(Connection& connection, std::span<const Row* const> rows);
 /// Writes the columns in `changed` and the version. False when there is no row of the expected
 /// version.
 [[nodiscard]] bool updateRow(Connection& connection, const Row& row, SlotMask changed,

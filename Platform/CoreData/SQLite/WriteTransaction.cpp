@@ -99,6 +99,13 @@ void WriteTransaction::insert(const Row& row) {
   note({&row.entity(), row.key(), RowChangeKind::insert, 0, shared(row)});
 }
 
+void WriteTransaction::insert(std::span<const Row* const> rows) {
+  insertRows(connection(), rows);
+  for (const Row* row : rows) {
+    note({&row->entity(), row->key(), RowChangeKind::insert, 0, shared(*row)});
+  }
+}
+
 bool WriteTransaction::update(const Row& row, SlotMask changed, std::int64_t expectedVersion) {
   if (!updateRow(connection(), row, changed, expectedVersion)) return false;
   note({&row.entity(), row.key(), RowChangeKind::update, changed, shared(row)});

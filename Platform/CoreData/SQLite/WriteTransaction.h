@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -53,8 +54,12 @@ class WriteTransaction {
   [[nodiscard]] std::vector<ObjectKey> members(const NSRelationshipDescription& toMany,
                                                ObjectKey owner);
 
+  /// Makes room for that many changes beforehand.
+  void expectChanges(std::size_t count) { changes_.reserve(count); }
   /// The rows become shared with the row cache: they must not be changed afterwards.
   void insert(const Row& row);
+  /// Rows of one entity; a large number of them at a time costs half of what each alone does.
+  void insert(std::span<const Row* const> rows);
   /// Writes the changed columns and the version of `row`. False when the store holds no such row of
   /// that version.
   [[nodiscard]] bool update(const Row& row, SlotMask changed, std::int64_t expectedVersion);

@@ -23,6 +23,34 @@ using shelf::StoreFile;
 using Lines = std::vector<std::string>;
 
 std::int64_t code(StoreErrorCode value) { return static_cast<std::int64_t>(value); }
+
+constexpr std::size_t kManyBooks = 50;
+
+/// Books with successive keys from 1 on, with every kind of value and without.
+std::vector<Ref<Row>> variedBooks(const SQLiteStore& store) {
+  std::vector<Ref<Row>> rows;
+  for (std::size_t number = 0; number < kManyBooks; ++number) {
+    Ref<Row> row = shelf::book(store, number % 3 == 0 ? "" : "Emma \xF0\x9F\x93\x96", 12);
+    const auto value = static_cast<std::uint8_t>(number);
+    if (number % 2 == 0) row->setInteger(slot(store, "pages"), value);
+    if (number % 5 != 0) row->setReal(slot(store, "weight"), value / 7.0);
+    if (number % 7 != 0) row->setDate(slot(store, "bought"), value * 1e6);
+    const std::vector<std::uint8_t> cover(number, value);
+    if (number % 4 != 1) Row::setBytes(row, slot(store, "cover"), cover);
+    const foundation::UUID::Bytes code{value, 1, 2, 3};
+    if (number % 4 != 2) Row::setIdentifier(row, slot(store, "code"), foundation::UUID(code));
+    row->setKey(static_cast<ObjectKey>(number) + 1);
+    row->setVersion(1);
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+std::vector<const Row*> addresses(const std::vector<Ref<Row>>& rows) {
+  std::vector<const Row*> result;
+  for (const Ref<Row>& row : rows) result.push_back(row.get());
+  return result;
+}
 }  // namespace
 
 TEST(WriteTransaction, WritesEveryKindOfValueAndReadsItBack) {
@@ -54,6 +82,45 @@ TEST(WriteTransaction, WritesEveryKindOfValueAndReadsItBack) {
   for (coredata::SlotIndex index = 0; index < read->slotCount(); ++index) {
     EXPECT_TRUE(read->slotEquals(index, *row)) << index;
   }
+}
+
+TEST(WriteTransaction, WritesManyRowsAsItWritesOne) {
+  const StoreFile alone;
+  const StoreFile together;
+  ReadSession aloneSession(alone.open());
+  ReadSession togetherSession(together.open());
+  {
+    WriteTransaction transaction(aloneSession);
+    for (const Ref<Row>& row : variedBooks(*aloneSession.store())) transaction.insert(*row);
+    transaction.commit({});
+  }
+  {
+    const std::vector<Ref<Row>> rows = variedBooks(*togetherSession.store());
+    WriteTransaction transaction(togetherSession);
+    transaction.insert(addresses(rows));
+    transaction.commit({});
+  }
+
+  const std::string books = "SELECT *, hex(cover), hex(code) FROM Book ORDER BY _id";
+  const std::string changes = "SELECT * FROM _change ORDER BY sequence";
+  EXPECT_EQ(shelf::query(together.path(), books).size(), kManyBooks);
+  EXPECT_EQ(shelf::query(together.path(), books), shelf::query(alone.path(), books));
+  EXPECT_EQ(shelf::query(together.path(), changes).size(), kManyBooks);
+  EXPECT_EQ(shelf::query(together.path(), changes), shelf::query(alone.path(), changes));
+}
+
+TEST(WriteTransaction, UndoesManyRowsOfWhichOneCannotBeWritten) {
+  const StoreFile file;
+  ReadSession session(file.open());
+  {
+    std::vector<Ref<Row>> rows = variedBooks(*session.store());
+    rows.back()->setKey(1);
+    WriteTransaction transaction(session);
+    EXPECT_THROW(transaction.insert(addresses(rows)), foundation::Error);
+  }
+
+  EXPECT_EQ(shelf::query(file.path(), "SELECT count(*) FROM Book"), Lines{"0"});
+  EXPECT_EQ(shelf::insertBook(session, "Emma"), 1);
 }
 
 TEST(WriteTransaction, KeepsAbsentZeroAndEmptyApart) {

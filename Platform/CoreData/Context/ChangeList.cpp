@@ -1,6 +1,6 @@
 #include "CoreData/Context/ChangeList.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "CoreData/Object/NSManagedObject.h"
 
@@ -32,11 +32,14 @@ void ChangeList::closeHoles() {
 }
 
 std::vector<Ref<NSManagedObject>> ChangeList::take() {
-  std::vector<Ref<NSManagedObject>> result = std::move(objects_);
-  objects_.clear();
+  if (live_ != objects_.size()) closeHoles();
   live_ = 0;
-  std::erase(result, nullptr);
-  return result;
+  return std::exchange(objects_, {});
+}
+
+void ChangeList::putBack(std::vector<Ref<NSManagedObject>> taken) noexcept {
+  objects_ = std::move(taken);
+  live_ = objects_.size();
 }
 
 std::vector<Ref<NSManagedObject>> ChangeList::objects() const {

@@ -23,8 +23,11 @@ class ChangeList {
   [[nodiscard]] bool empty() const noexcept { return live_ == 0; }
   void add(NSManagedObject& object);
   void remove(NSManagedObject& object);
-  /// Empties the list and gives what was in it.
+  /// Empties the list and gives what was in it. The objects keep their places, so that the list can
+  /// be put back.
   [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> take();
+  /// Undoes `take`; the list must not have been added to since.
+  void putBack(std::vector<foundation::Ref<NSManagedObject>> taken) noexcept;
   [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> objects() const;
 
   template <typename F>

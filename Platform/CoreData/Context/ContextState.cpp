@@ -174,11 +174,18 @@ void ContextState::forgetChanges(NSManagedObject& object) {
   }
 }
 
+void ContextState::forgetAllChanges() noexcept { std::ranges::fill(dirty_, DirtyCounts()); }
+
 void ContextState::detach(NSManagedObject& object) {
   const Ref<NSManagedObject> keptAlive(&object);
   forgetChanges(object);
   registry->remove(object);
   object.neutralise();
+}
+
+void ContextState::abandon(NSManagedObject& object) {
+  releaseChangedRelationships(object);
+  detach(object);
 }
 
 void ContextState::forgetMember(const NSRelationshipDescription& relationship, ObjectKey owner,
@@ -199,7 +206,8 @@ void ContextState::releaseChangedRelationships(NSManagedObject& object) {
     const NSRelationshipDescription* inverse = relationship.inverseRelationship();
     if (inverse == nullptr || object.isFault()) continue;
     const ObjectKey mine = object.row_->reference(slot);
-    const ObjectKey theirs = object.committed_ ? object.committed_->reference(slot) : mine;
+    const ObjectKey unchanged = object.state_.inserted ? kNoObject : mine;
+    const ObjectKey theirs = object.committed_ ? object.committed_->reference(slot) : unchanged;
     if (inverse->isToMany()) {
       forgetMember(*inverse, mine, object.key_);
       forgetMember(*inverse, theirs, object.key_);

@@ -92,8 +92,13 @@ class ContextState final : public ObjectArguments {
   void noteDeleted(NSManagedObject& object);
   /// Takes the object out of the list that it is in and marks it as unchanged.
   void forgetChanges(NSManagedObject& object);
+  /// As `forgetChanges` of each of the objects, which are all that have changes and are in no list
+  /// any more.
+  void forgetAllChanges() noexcept;
   /// Takes the object out of the context for good.
   void detach(NSManagedObject& object);
+  /// Takes back the insertion of an object whose constructor throws.
+  void abandon(NSManagedObject& object);
   /// Drops what the owner's to-many relationship has noted of the member, if the owner is alive.
   void forgetMember(const NSRelationshipDescription& relationship, ObjectKey owner,
                     ObjectKey member);
@@ -141,7 +146,7 @@ class ContextState final : public ObjectArguments {
   std::vector<foundation::Ref<Row>> prototypes;
 
  private:
-  /// Takes an object whose row is gone out of the relationships that were changed here.
+  /// Takes an object that is no more out of the relationships that were changed here.
   void releaseChangedRelationships(NSManagedObject& object);
 
   std::optional<ReadSession> session_;

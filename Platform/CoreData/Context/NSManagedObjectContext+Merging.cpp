@@ -10,8 +10,11 @@ Ref<foundation::Object> NSManagedObjectContext::keepAlive() {
   return retainIfAlive() ? Ref<foundation::Object>::adopt(this) : nullptr;
 }
 
+bool NSManagedObjectContext::listens() const {
+  return state_->mergesAutomatically && !state_->registry->empty();
+}
+
 void NSManagedObjectContext::otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) {
-  if (!state_->mergesAutomatically || state_->registry->empty()) return;
   {
     const std::scoped_lock lock(state_->inboxMutex);
     state_->inbox.push_back(broadcast);
@@ -66,7 +69,10 @@ void NSManagedObjectContext::mergeChangesFromContextDidSave(
       if (identifier && !identifier->isTemporaryID()) visit(*identifier);
     }
   };
+  // Another container may have saved to the same file, but a key of another file is another object.
+  const Ref<NSPersistentStore> store = state_->coordinator->store();
   const auto own = [&](const NSManagedObjectID& identifier) -> const NSEntityDescription* {
+    if (!store || identifier.persistentStore()->identifier() != store->identifier()) return nullptr;
     return entity(identifier.entity().name());
   };
   forEachIdentifier(NSDeletedObjectsKey, [&](const NSManagedObjectID& identifier) {

@@ -209,6 +209,7 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
 
   // CoordinatorClient
   [[nodiscard]] foundation::Ref<foundation::Object> keepAlive() override;
+  [[nodiscard]] bool listens() const override;
   void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) override;
   void storeWillBeRemoved() override;
   void emptyInbox();

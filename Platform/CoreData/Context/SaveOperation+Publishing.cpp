@@ -13,6 +13,9 @@ using foundation::ValueDictionary;
 using foundation::ValueList;
 
 void SaveOperation::publish() {
+  isObserved_ = NSNotificationCenter::defaultCenter().hasObservers(
+      NSManagedObjectContext::didSaveNotification());
+  state_.forgetAllChanges();
   publishInserted();
   publishUpdated();
   publishDeleted();
@@ -23,19 +26,19 @@ void SaveOperation::publishInserted() {
   const Ref<NSPersistentStore> store = state_.coordinator->store();
   for (std::size_t i = 0; i < inserted_.size(); ++i) {
     NSManagedObject& object = *inserted_[i];
-    state_.forgetChanges(object);
-    state_.registry->rekey(object, keys_[i].second);
+    object.state_.inserted = false;
     if (object.objectID_) {
-      state_.coordinator->identifiers().makePermanent(*object.objectID_, store, keys_[i].second);
+      state_.coordinator->identifiers().makePermanent(*object.objectID_, store, keys_[i]);
     }
     // Members are read anew when somebody asks: the keys that were noted are temporary.
     object.toMany_ = nullptr;
   }
+  state_.registry->makePermanent(inserted_, keys_, isObserved_);
 }
 
 void SaveOperation::publishUpdated() {
   for (const Ref<NSManagedObject>& object : updated_) {
-    state_.forgetChanges(*object);
+    object->state_.updated = false;
     object->committed_ = nullptr;
     object->toMany_ = nullptr;
   }
@@ -59,6 +62,7 @@ void SaveOperation::publishDeleted() {
     }
     // Made now, or the notification could not say which object it was.
     (void)object->objectID();
+    object->state_.deleted = false;
     state_.detach(*object);
   }
 }
@@ -71,7 +75,7 @@ void SaveOperation::publishStrangers() {
 }
 
 void SaveOperation::tellOthers() const {
-  if (!state_.coordinator->hasOtherClients(state_.context)) return;
+  if (!state_.coordinator->hasListenersBeside(state_.context)) return;
   auto broadcast = std::make_shared<SaveBroadcast>();
   broadcast->inserted.reserve(inserted_.size());
   for (const Ref<NSManagedObject>& object : inserted_)
@@ -88,9 +92,7 @@ void SaveOperation::tellOthers() const {
 }
 
 void SaveOperation::notify() const {
-  const auto& name = NSManagedObjectContext::didSaveNotification();
-  NSNotificationCenter& center = NSNotificationCenter::defaultCenter();
-  if (!center.hasObservers(name)) return;
+  if (!isObserved_) return;
   const auto listed = [](const std::vector<Ref<NSManagedObject>>& objects) {
     return Value(ValueList(objects.begin(), objects.end()));
   };
@@ -98,7 +100,9 @@ void SaveOperation::notify() const {
       ValueDictionary{{std::string(NSInsertedObjectsKey), listed(inserted_)},
                       {std::string(NSUpdatedObjectsKey), listed(updated_)},
                       {std::string(NSDeletedObjectsKey), listed(deleted_)}});
-  center.post(name, Ref<foundation::Object>(&state_.context), std::move(userInfo));
+  NSNotificationCenter::defaultCenter().post(NSManagedObjectContext::didSaveNotification(),
+                                             Ref<foundation::Object>(&state_.context),
+                                             std::move(userInfo));
 }
 
 }  // namespace coredata

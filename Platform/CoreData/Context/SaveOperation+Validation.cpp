@@ -30,19 +30,23 @@ SlotMask mandatorySlots(const NSEntityDescription& entity) {
 
 void SaveOperation::validate() const {
   std::vector<Error> errors;
+  const NSEntityDescription* entity = nullptr;
+  SlotMask mandatory = 0;
   for (const auto* objects : {&inserted_, &updated_}) {
     for (const Ref<NSManagedObject>& object : *objects) {
-      if (object->row_) validateValues(*object, errors);
+      if (entity != &object->entity()) {
+        entity = &object->entity();
+        mandatory = mandatorySlots(*entity);
+      }
+      if (mandatory != 0 && object->row_) validateValues(*object, mandatory, errors);
     }
   }
   for (const Ref<NSManagedObject>& object : deleted_) validateDeletion(*object, errors);
   if (!errors.empty()) throwAll(errors);
 }
 
-void SaveOperation::validateValues(const NSManagedObject& object,
-                                   std::vector<Error>& errors) const {
-  const SlotMask mandatory = mandatorySlots(object.entity());
-  if (mandatory == 0) return;
+void SaveOperation::validateValues(const NSManagedObject& object, SlotMask mandatory,
+                                   std::vector<Error>& errors) {
   for (const Slot& slot : object.entity().slots()) {
     const SlotIndex index = slot.property->slot();
     if ((mandatory >> index & 1) == 0 || !object.row_->isNone(index)) continue;

@@ -19,21 +19,16 @@ void requireWritten(bool written) {
 
 }  // namespace
 
-SaveOperation::SaveOperation(ContextState& state)
-    : state_(state),
-      inserted_(state.inserted.objects()),
-      updated_(state.updated.objects()),
-      deleted_(state.deleted.objects()) {}
-
 void SaveOperation::run() {
-  validate();
+  takeChanges();
   try {
+    validate();
     WriteTransaction transaction(state_.session());
     write(transaction);
     throwConflicts();
     transaction.commit({state_.author, state_.name});
   } catch (...) {
-    undo();
+    putChangesBack();
     throw;
   }
   publish();
@@ -41,10 +36,16 @@ void SaveOperation::run() {
   notify();
 }
 
+void SaveOperation::takeChanges() {
+  inserted_ = state_.inserted.take();
+  updated_ = state_.updated.take();
+  deleted_ = state_.deleted.take();
+}
+
 void SaveOperation::write(WriteTransaction& transaction) {
+  transaction.expectChanges(inserted_.size() + updated_.size() + deleted_.size());
   giveKeys(transaction);
   writeDeleted(transaction);
-  settleReferences(transaction);
   writeInserted(transaction);
   writeUpdated(transaction);
   for (const Ref<NSManagedObject>& object : deleted_) {
@@ -63,28 +64,21 @@ void SaveOperation::giveKeys(WriteTransaction& transaction) {
     if (key == kNoObject) {
       key = transaction.reserveKeys(object->entity(), state_.dirty(object->entity()).inserted);
     }
-    keys_.emplace_back(object->key_, key);
-    object->row_->setKey(key++);
-    object->row_->setVersion(1);
+    keys_.push_back(key++);
   }
 }
 
 ObjectKey SaveOperation::permanentKey(ObjectKey temporary) const noexcept {
-  const auto found = std::ranges::lower_bound(keys_, temporary, std::ranges::greater(),
-                                              &std::pair<ObjectKey, ObjectKey>::first);
-  return found != keys_.end() && found->first == temporary ? found->second : kNoObject;
+  // Objects are inserted in the order in which they get their temporary keys, which descend.
+  const auto keyOf = [](const Ref<NSManagedObject>& object) { return object->key_; };
+  const auto found = std::ranges::lower_bound(inserted_, temporary, std::ranges::greater(), keyOf);
+  if (found == inserted_.end() || (*found)->key_ != temporary) return kNoObject;
+  return keys_[static_cast<std::size_t>(found - inserted_.begin())];
 }
 
 void SaveOperation::replaceReference(NSManagedObject& object, SlotIndex slot, ObjectKey key) {
   replaced_.push_back({&object, slot, object.row_->reference(slot)});
   object.row_->setReference(slot, key);
-}
-
-void SaveOperation::settleReferences(WriteTransaction& transaction) {
-  for (const Ref<NSManagedObject>& object : inserted_) settleReferences(*object, transaction);
-  for (const Ref<NSManagedObject>& object : updated_) {
-    if (object->committed_) settleReferences(*object, transaction);
-  }
 }
 
 void SaveOperation::settleReferences(NSManagedObject& object, WriteTransaction& transaction) {
@@ -133,12 +127,28 @@ void SaveOperation::writeDeleted(WriteTransaction& transaction) {
 }
 
 void SaveOperation::writeInserted(WriteTransaction& transaction) {
-  for (const Ref<NSManagedObject>& object : inserted_) transaction.insert(*object->row_);
+  // As many as stay in the processor's cache between the two looks that are taken at each.
+  constexpr std::size_t kBatch = 512;
+  std::vector<const Row*> batch;
+  batch.reserve(std::min(kBatch, inserted_.size()));
+  for (std::size_t i = 0; i < inserted_.size(); ++i) {
+    NSManagedObject& object = *inserted_[i];
+    settleReferences(object, transaction);
+    object.row_->setKey(keys_[i]);
+    object.row_->setVersion(1);
+    if (!batch.empty() && (batch.size() == kBatch || &batch.back()->entity() != &object.entity())) {
+      transaction.insert(batch);
+      batch.clear();
+    }
+    batch.push_back(object.row_.get());
+  }
+  transaction.insert(batch);
 }
 
 void SaveOperation::writeUpdated(WriteTransaction& transaction) {
   for (const Ref<NSManagedObject>& object : updated_) {
     if (!object->committed_) continue;
+    settleReferences(*object, transaction);
     const SlotMask changed = object->row_->differencesFrom(*object->committed_);
     if (changed == 0) continue;
     const std::int64_t expected = object->committed_->version();
@@ -287,7 +297,7 @@ void SaveOperation::throwConflicts() const {
       {{std::string(NSDetailedErrorsKey), details}});
 }
 
-void SaveOperation::undo() noexcept {
+void SaveOperation::putChangesBack() noexcept {
   // From the last to the first: a slot may have been replaced twice.
   for (auto replaced = replaced_.rbegin(); replaced != replaced_.rend(); ++replaced) {
     replaced->object->row_->setReference(replaced->slot, replaced->before);
@@ -299,6 +309,9 @@ void SaveOperation::undo() noexcept {
   for (const Ref<NSManagedObject>& object : updated_) {
     if (object->committed_) object->row_->setVersion(object->committed_->version());
   }
+  state_.inserted.putBack(std::move(inserted_));
+  state_.updated.putBack(std::move(updated_));
+  state_.deleted.putBack(std::move(deleted_));
 }
 
 }  // namespace coredata

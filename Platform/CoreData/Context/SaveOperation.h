@@ -15,7 +15,7 @@ namespace coredata {
 /// context agree with it. When `run` throws, the store is unchanged and the context is as it was.
 class SaveOperation {
  public:
-  explicit SaveOperation(ContextState& state);
+  explicit SaveOperation(ContextState& state) : state_(state) {}
 
   void run();
 
@@ -34,16 +34,18 @@ class SaveOperation {
   };
 
   // Before the transaction.
+  void takeChanges();
   void validate() const;
-  void validateValues(const NSManagedObject& object, std::vector<foundation::Error>& errors) const;
+  static void validateValues(const NSManagedObject& object, SlotMask mandatory,
+                             std::vector<foundation::Error>& errors);
   void validateDeletion(const NSManagedObject& object,
                         std::vector<foundation::Error>& errors) const;
 
   // Inside it.
   void write(WriteTransaction& transaction);
   void giveKeys(WriteTransaction& transaction);
+  /// The key that an object inserted here gets.
   [[nodiscard]] ObjectKey permanentKey(ObjectKey temporary) const noexcept;
-  void settleReferences(WriteTransaction& transaction);
   void settleReferences(NSManagedObject& object, WriteTransaction& transaction);
   [[nodiscard]] bool targetExists(const NSEntityDescription& entity, ObjectKey key,
                                   WriteTransaction& transaction);
@@ -79,7 +81,7 @@ class SaveOperation {
   void publishUpdated();
   void publishDeleted();
   void publishStrangers();
-  void undo() noexcept;
+  void putChangesBack() noexcept;
   void tellOthers() const;
   void notify() const;
 
@@ -87,8 +89,8 @@ class SaveOperation {
   std::vector<foundation::Ref<NSManagedObject>> inserted_;
   std::vector<foundation::Ref<NSManagedObject>> updated_;
   std::vector<foundation::Ref<NSManagedObject>> deleted_;
-  /// Temporary and permanent keys of the inserted objects; the temporary ones descend.
-  std::vector<std::pair<ObjectKey, ObjectKey>> keys_;
+  /// The keys that the inserted objects get.
+  std::vector<ObjectKey> keys_;
   std::vector<ReplacedReference> replaced_;
   std::vector<MergedRow> merged_;
   /// Updated objects that somebody else deleted.
@@ -102,6 +104,8 @@ class SaveOperation {
   std::vector<foundation::Ref<Row>> deletedRows_;
   std::vector<std::string> conflicts_;
   std::pair<const NSEntityDescription*, ObjectKey> lastTarget_{nullptr, kNoObject};
+  /// Whether somebody wants to hear which objects were saved.
+  bool isObserved_ = false;
 };
 
 }  // namespace coredata

@@ -166,16 +166,17 @@ NSPersistentStoreCoordinator::livingClients() {
   return result;
 }
 
-bool NSPersistentStoreCoordinator::hasOtherClients(const CoordinatorClient& client) const {
+bool NSPersistentStoreCoordinator::hasListenersBeside(const CoordinatorClient& client) const {
   const std::scoped_lock lock(state_->clientsMutex);
-  return std::ranges::any_of(state_->clients,
-                             [&](const CoordinatorClient* other) { return other != &client; });
+  return std::ranges::any_of(state_->clients, [&](const CoordinatorClient* other) {
+    return other != &client && other->listens();
+  });
 }
 
 void NSPersistentStoreCoordinator::tellOthers(
     const CoordinatorClient& sender, const std::shared_ptr<const SaveBroadcast>& broadcast) {
   for (const auto& [client, alive] : livingClients()) {
-    if (client != &sender) client->otherDidSave(broadcast);
+    if (client != &sender && client->listens()) client->otherDidSave(broadcast);
   }
 }
 

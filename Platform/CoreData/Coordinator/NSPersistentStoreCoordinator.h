@@ -60,8 +60,8 @@ class NSPersistentStoreCoordinator final : public foundation::Object {
   [[nodiscard]] FetchPlanCache& plans() const noexcept { return *plans_; }
   void attach(CoordinatorClient& client);
   void detach(CoordinatorClient& client);
-  /// Whether anybody but `client` would hear of a save.
-  [[nodiscard]] bool hasOtherClients(const CoordinatorClient& client) const;
+  /// Whether anybody but `client` listens to what is saved.
+  [[nodiscard]] bool hasListenersBeside(const CoordinatorClient& client) const;
   void tellOthers(const CoordinatorClient& sender,
                   const std::shared_ptr<const SaveBroadcast>& broadcast);
 

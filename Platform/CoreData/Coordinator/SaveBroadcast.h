@@ -30,7 +30,9 @@ class CoordinatorClient {
 
   /// A handle that keeps the client alive during a call; null when its last one is already gone.
   [[nodiscard]] virtual foundation::Ref<foundation::Object> keepAlive() = 0;
-  /// Another client of the same coordinator has committed this.
+  /// Whether the client would do anything with what others save now.
+  [[nodiscard]] virtual bool listens() const = 0;
+  /// Another client of the same coordinator has committed this. Only for clients that listen.
   virtual void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) = 0;
   /// The store is about to go; what was read from it must not be shown any more.
   virtual void storeWillBeRemoved() = 0;

@@ -28,10 +28,14 @@ NSManagedObject::NSManagedObject(const NSEntityDescription& entity,
 NSManagedObject::NSManagedObject(ObjectSeed seed)
     : entity_(&seed.entity), registry_(&seed.registry), row_(std::move(seed.row)), key_(seed.key) {}
 
-NSManagedObject::~NSManagedObject() = default;
+NSManagedObject::~NSManagedObject() {
+  // A context holds what is inserted. An object that dies all the same never came to life: the
+  // constructor of its class threw.
+  if (state_.inserted) context()->state_->abandon(*this);
+}
 
 void NSManagedObject::lastReferenceDropped() const noexcept {
-  registry_->remove(*this);
+  if (!state_.unregistered) registry_->remove(*this);
   delete this;
 }
 

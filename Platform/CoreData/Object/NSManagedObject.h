@@ -114,6 +114,8 @@ class NSManagedObject : public foundation::Object {
     bool unattached : 1 = false;
     /// Has left its context for good.
     bool detached : 1 = false;
+    /// Is about to die, and the registry has forgotten it already.
+    bool unregistered : 1 = false;
   };
 
   /// Whether members were added to or taken from one of its to-many relationships since the last

@@ -8,13 +8,13 @@ using foundation::Ref;
 
 ObjectRegistry::ObjectRegistry(NSManagedObjectContext* context,
                                Ref<const NSManagedObjectModel> model)
-    : context_(context), model_(std::move(model)), objects_(model_->entities().size()) {}
+    : context_(context), model_(std::move(model)), saved_(model_->entities().size()) {}
 
 Ref<NSManagedObject> ObjectRegistry::find(const NSEntityDescription& entity, ObjectKey key) {
   const std::scoped_lock lock(mutex_);
-  const auto& ofEntity = objects_[entity.index()];
-  const auto found = ofEntity.find(key);
-  if (found == ofEntity.end() || !found->second->retainIfAlive()) return nullptr;
+  const Objects& known = objects(entity, key);
+  const auto found = known.find(key);
+  if (found == known.end() || !found->second->retainIfAlive()) return nullptr;
   return Ref<NSManagedObject>::adopt(found->second);
 }
 
@@ -22,47 +22,65 @@ Ref<NSManagedObject> ObjectRegistry::findOrCreate(
     const NSEntityDescription& entity, ObjectKey key,
     foundation::FunctionRef<NSManagedObject*()> create) {
   const std::scoped_lock lock(mutex_);
-  NSManagedObject*& entry = objects_[entity.index()][key];
+  Objects& known = objects(entity, key);
+  NSManagedObject*& entry = known[key];
   // An object whose count reached zero is being destroyed on some thread; it is replaced, never
   // revived.
-  if (entry == nullptr || !entry->retainIfAlive()) entry = create();
+  if (entry != nullptr && entry->retainIfAlive()) return Ref<NSManagedObject>::adopt(entry);
+  try {
+    entry = create();
+  } catch (...) {
+    known.erase(key);
+    throw;
+  }
   return Ref<NSManagedObject>::adopt(entry);
 }
 
 void ObjectRegistry::add(NSManagedObject& object) {
   const std::scoped_lock lock(mutex_);
-  objects_[object.entity().index()].insert_or_assign(object.key_, &object);
+  objects(object.entity(), object.key_).insert_or_assign(object.key_, &object);
 }
 
 void ObjectRegistry::remove(const NSManagedObject& object) noexcept {
   const std::scoped_lock lock(mutex_);
-  auto& ofEntity = objects_[object.entity().index()];
-  const auto found = ofEntity.find(object.key_);
-  if (found != ofEntity.end() && found->second == &object) ofEntity.erase(found);
+  Objects& known = objects(object.entity(), object.key_);
+  const auto found = known.find(object.key_);
+  if (found != known.end() && found->second == &object) known.erase(found);
 }
 
-void ObjectRegistry::rekey(NSManagedObject& object, ObjectKey key) {
+void ObjectRegistry::makePermanent(std::span<const Ref<NSManagedObject>> objects,
+                                   std::span<const ObjectKey> keys, bool keepsUnheld) {
   const std::scoped_lock lock(mutex_);
-  auto& ofEntity = objects_[object.entity().index()];
-  ofEntity.erase(object.key_);
-  object.key_ = key;
-  ofEntity.insert_or_assign(key, &object);
+  const bool areAll = objects.size() == inserted_.size();
+  for (std::size_t i = 0; i < objects.size(); ++i) {
+    NSManagedObject& object = *objects[i];
+    if (!areAll) inserted_.erase(object.key_);
+    object.key_ = keys[i];
+    // Nobody can come by a handle meanwhile: that takes this registry, and its lock.
+    object.state_.unregistered = !keepsUnheld && object.isHeldOnce();
+    if (!object.state_.unregistered) {
+      saved_[object.entity().index()].insert_or_assign(object.key_, &object);
+    }
+  }
+  if (areAll) inserted_.clear();
 }
 
 std::vector<Ref<NSManagedObject>> ObjectRegistry::objects() {
   std::vector<Ref<NSManagedObject>> result;
-  const std::scoped_lock lock(mutex_);
-  for (const auto& ofEntity : objects_) {
-    for (const auto& [key, object] : ofEntity) {
+  const auto add = [&](const Objects& known) {
+    for (const auto& [key, object] : known) {
       if (object->retainIfAlive()) result.push_back(Ref<NSManagedObject>::adopt(object));
     }
-  }
+  };
+  const std::scoped_lock lock(mutex_);
+  add(inserted_);
+  std::ranges::for_each(saved_, add);
   return result;
 }
 
 bool ObjectRegistry::empty() {
   const std::scoped_lock lock(mutex_);
-  return std::ranges::all_of(objects_, [](const auto& ofEntity) { return ofEntity.empty(); });
+  return inserted_.empty() && std::ranges::all_of(saved_, &Objects::empty);
 }
 
 }  // namespace coredata

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <span>
 #include <vector>
 
 #include "CoreData/Model/NSManagedObjectModel.h"
@@ -38,8 +39,11 @@ class ObjectRegistry final : public foundation::Object {
   void add(NSManagedObject& object);
   /// Takes the object out, unless another one has its place by now.
   void remove(const NSManagedObject& object) noexcept;
-  /// Gives the object another key.
-  void rekey(NSManagedObject& object, ObjectKey key);
+  /// Gives inserted objects the keys under which they were saved, if `keepsUnheld` to all of them,
+  /// else only to those that somebody beside the caller holds: the others leave the registry now,
+  /// because they end with the caller's handles.
+  void makePermanent(std::span<const foundation::Ref<NSManagedObject>> objects,
+                     std::span<const ObjectKey> keys, bool keepsUnheld);
 
   [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> objects();
   [[nodiscard]] bool empty();
@@ -49,7 +53,16 @@ class ObjectRegistry final : public foundation::Object {
   // Objects point to entities, which belong to the model.
   foundation::Ref<const NSManagedObjectModel> model_;
   std::mutex mutex_;
-  std::vector<absl::flat_hash_map<ObjectKey, NSManagedObject*>> objects_;
+  using Objects = absl::flat_hash_map<ObjectKey, NSManagedObject*>;
+  [[nodiscard]] Objects& objects(const NSEntityDescription& entity, ObjectKey key) noexcept {
+    return isTemporary(key) ? inserted_ : saved_[entity.index()];
+  }
+
+  /// By temporary key, which no two objects share. Apart from the others, so that a large save
+  /// empties it at once.
+  Objects inserted_;
+  /// By entity and permanent key.
+  std::vector<Objects> saved_;
 };
 
 }  // namespace coredata

@@ -25,9 +25,7 @@ bool isInPayload(SlotTag tag) noexcept {
 
 Row::Row(const NSEntityDescription& entity, SlotIndex slotCount,
          std::uint32_t payloadCapacity) noexcept
-    : entity_(&entity), payloadCapacity_(payloadCapacity), slotCount_(slotCount) {
-  std::memset(words(), 0, slotCount * (sizeof(Word) + sizeof(SlotTag)));
-}
+    : entity_(&entity), payloadCapacity_(payloadCapacity), slotCount_(slotCount) {}
 
 Ref<Row> Row::allocate(const NSEntityDescription& entity, std::size_t payloadCapacity) {
   if (payloadCapacity > kMaxPayload) {
@@ -48,19 +46,23 @@ void Row::destroy() const noexcept {
 }
 
 Ref<Row> Row::make(const NSEntityDescription& entity, std::size_t payloadCapacity) {
-  return allocate(entity, payloadCapacity);
+  Ref<Row> result = allocate(entity, payloadCapacity);
+  std::memset(result->words(), 0, result->slotsSize());
+  return result;
 }
 
 Ref<Row> Row::copy(std::size_t extraCapacity) const {
-  // Replaced texts leave holes behind them, so only what the slots still name is taken along.
-  std::size_t used = 0;
-  for (SlotIndex slot = 0; slot < slotCount_; ++slot) {
-    if (isInPayload(tag(slot))) used += words()[slot].range.size;
-  }
+  const std::size_t used = usedPayload();
   Ref<Row> result = allocate(*entity_, used + extraCapacity);
   result->key_ = key_;
   result->version_ = version_;
-  std::memcpy(result->words(), words(), slotCount_ * (sizeof(Word) + sizeof(SlotTag)));
+  if (used == payloadSize_) {
+    std::memcpy(result->words(), words(), slotsSize() + payloadSize_);
+    result->payloadSize_ = payloadSize_;
+    return result;
+  }
+  // Replaced texts have left holes behind them: only what the slots still name is taken along.
+  std::memcpy(result->words(), words(), slotsSize());
   std::uint32_t end = 0;
   for (SlotIndex slot = 0; slot < slotCount_; ++slot) {
     if (!isInPayload(tag(slot))) continue;
@@ -73,9 +75,16 @@ Ref<Row> Row::copy(std::size_t extraCapacity) const {
   return result;
 }
 
-std::size_t Row::byteSize() const noexcept {
-  return sizeof(Row) + slotCount_ * (sizeof(Word) + sizeof(SlotTag)) + payloadCapacity_;
+std::size_t Row::usedPayload() const noexcept {
+  if (payloadSize_ == 0) return 0;
+  std::size_t result = 0;
+  for (SlotIndex slot = 0; slot < slotCount_; ++slot) {
+    if (isInPayload(tag(slot))) result += words()[slot].range.size;
+  }
+  return result;
 }
+
+std::size_t Row::byteSize() const noexcept { return sizeof(Row) + slotsSize() + payloadCapacity_; }
 
 std::string_view Row::text(SlotIndex slot) const noexcept {
   if (tag(slot) != SlotTag::text) return {};
@@ -216,8 +225,13 @@ bool Row::slotEquals(SlotIndex slot, const Row& other) const noexcept {
 
 SlotMask Row::differencesFrom(const Row& other) const noexcept {
   SlotMask result = 0;
+  const Word* mine = words();
+  const Word* theirs = other.words();
   for (SlotIndex slot = 0; slot < slotCount_; ++slot) {
-    if (!slotEquals(slot, other)) result |= SlotMask{1} << slot;
+    const bool differs = tag(slot) != other.tag(slot) ||
+                         (isInPayload(tag(slot)) ? !slotEquals(slot, other)
+                                                 : mine[slot].integer != theirs[slot].integer);
+    result |= SlotMask{differs} << slot;
   }
   return result;
 }

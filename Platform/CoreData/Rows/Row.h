@@ -126,6 +126,14 @@ class Row {
   static void setRange(foundation::Ref<Row>& row, SlotIndex slot, SlotTag tag, const void* source,
                        std::size_t size);
 
+  /// Bytes of texts and data that the slots name; less than `payloadSize_` where some were
+  /// replaced.
+  [[nodiscard]] std::size_t usedPayload() const noexcept;
+  /// Bytes of the slots and their tags.
+  [[nodiscard]] std::size_t slotsSize() const noexcept {
+    return slotCount_ * (sizeof(Word) + sizeof(SlotTag));
+  }
+
   [[nodiscard]] Word* words() noexcept { return reinterpret_cast<Word*>(this + 1); }
   [[nodiscard]] const Word* words() const noexcept {
     return reinterpret_cast<const Word*>(this + 1);

@@ -31,6 +31,12 @@ class Object {
   /// reached it is being destroyed, and reviving it would destroy it twice.
   [[nodiscard]] bool retainIfAlive() const noexcept;
 
+  /// Whether the caller's handle is the only way to the object: no other handle, strong or weak.
+  [[nodiscard]] bool isHeldOnce() const noexcept {
+    return count_.load(std::memory_order_acquire) == 1 &&
+           !isWeaklyHeld_.load(std::memory_order_relaxed);
+  }
+
   /// Equal values; identity unless a subclass says otherwise.
   [[nodiscard]] virtual bool isEqual(const Object& other) const noexcept;
   [[nodiscard]] virtual std::size_t hash() const noexcept;

@@ -13,7 +13,8 @@ using Kind = SchemaObject::Kind;
 //   _metadata     what the store says of itself; values as JSON
 //   _mark         numbers that must not be given out again although no row shows them any more
 //   _name         texts of the history, each kept once
-//   _transaction  one row for each recorded save
+//   _transaction  one row for each recorded save; stamps rise with the numbers, so a stamp is found
+//                 by bisecting the numbers and needs no index that every save would have to keep
 //   _change       what it did to which row, clustered behind its transaction
 struct Fixed {
   Kind kind;
@@ -33,10 +34,6 @@ constexpr Fixed kFixed[] = {
      "CREATE TABLE _change(\"transaction\" INTEGER NOT NULL, sequence INTEGER NOT NULL, "
      "entity INTEGER NOT NULL, key INTEGER NOT NULL, kind INTEGER NOT NULL, changed INTEGER, "
      "PRIMARY KEY(\"transaction\", sequence)) WITHOUT ROWID"},
-    {Kind::index, "_transaction_timestamp",
-     "CREATE INDEX _transaction_timestamp ON _transaction(timestamp)"},
-    {Kind::index, "_transaction_author",
-     "CREATE INDEX _transaction_author ON _transaction(author, timestamp)"},
 };
 
 std::string_view columnType(SlotTag kind) {

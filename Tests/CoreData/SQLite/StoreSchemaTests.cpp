@@ -28,8 +28,6 @@ TEST(StoreSchema, IsMadeOfTheTablesEveryStoreHasThoseOfTheEntitiesAndTheirIndexe
       "INTEGER "
       "NOT NULL, key INTEGER NOT NULL, kind INTEGER NOT NULL, changed INTEGER, PRIMARY "
       "KEY(\"transaction\", sequence)) WITHOUT ROWID",
-      "CREATE INDEX _transaction_timestamp ON _transaction(timestamp)",
-      "CREATE INDEX _transaction_author ON _transaction(author, timestamp)",
       "CREATE TABLE \"Book\"(_id INTEGER PRIMARY KEY, _version INTEGER NOT NULL, \"bought\" REAL, "
       "\"code\" BLOB, \"cover\" BLOB, \"lent\" INTEGER, \"pages\" INTEGER, \"shelf\" INTEGER, "
       "\"title\" TEXT, \"weight\" REAL)",

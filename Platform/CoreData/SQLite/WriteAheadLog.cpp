@@ -37,6 +37,27 @@ std::int64_t sizeOf(sqlite3_file* file) {
   return file->pMethods->xFileSize(file, &size) == SQLITE_OK ? size : -1;
 }
 
+/// What a log begins with.
+using Header = std::array<std::uint8_t, kHeaderSize>;
+
+std::optional<Header> headerOf(sqlite3_file* file) {
+  Header header{};
+  if (file->pMethods->xRead(file, header.data(), kHeaderSize, 0) != SQLITE_OK) return std::nullopt;
+  return header;
+}
+
+/// Makes a log whose pages are all copied one without pages: otherwise the next to open it would
+/// read them all again. Under the write lock, after a restart that nobody has written behind. It
+/// keeps its length, unless that is beyond what is worth keeping. Should the power fail before this
+/// is on disk, the old pages are copied once more.
+void empty(sqlite3_file* file) {
+  static constexpr Header kNoHeader{};
+  const int result = file->pMethods->xWrite(file, kNoHeader.data(), kHeaderSize, 0);
+  if (result == SQLITE_OK && sizeOf(file) > kMaxSizeWhenClosed) {
+    file->pMethods->xTruncate(file, kMaxSizeWhenClosed);
+  }
+}
+
 /// Zeros end a log: no frame carries them for its salt. They are written rather than the file
 /// merely lengthened, or each commit would still have to find blocks for what it overwrites.
 void fillWithZeros(sqlite3_file* file, std::int64_t from, std::int64_t to) {
@@ -105,17 +126,13 @@ void WriteAheadLog::fold(Connection& connection) noexcept {
 void WriteAheadLog::foldUnderLock(Connection& connection) {
   const SideLock::Guard guard = lock_.tryLock();
   if (!guard) return;
-  int pages = 0;
-  if (!checkpoint(connection, SQLITE_CHECKPOINT_FULL, pages) || pages <= 0) return;
   sqlite3_file* file = logFile(connection);
-  if (file == nullptr) return;
-  const std::int64_t size = std::min(sizeOf(file), kMaxSizeWhenClosed);
-  // A log that is merely copied still has its frames, and the next to open it would read them all
-  // again. Cutting it off and growing it anew leaves nothing in it to be read.
-  if (!checkpoint(connection, SQLITE_CHECKPOINT_TRUNCATE, pages)) return;
+  const std::optional<Header> copied = file == nullptr ? std::nullopt : headerOf(file);
+  int pages = 0;
+  if (!copied || !checkpoint(connection, SQLITE_CHECKPOINT_RESTART, pages) || pages <= 0) return;
   connection.withoutWaiting([&] { connection.beginWriting(); });
-  // With the write lock in hand, an empty file says that nobody has written since.
-  if (sizeOf(file) == 0) fillWithZeros(file, 0, size);
+  // Whoever writes after the restart begins a new log with a header of its own.
+  if (headerOf(file) == copied) empty(file);
   connection.rollBack();
 }
 

@@ -31,6 +31,11 @@ std::string readFile(const std::string& path) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+/// Whether the log has no header, without which none of its pages counts.
+bool hasEmptyLog(const StoreFile& file) {
+  return readFile(file.path() + "-wal").substr(0, 32) == std::string(32, '\0');
+}
+
 unsigned modeOf(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
@@ -82,9 +87,8 @@ TEST(SQLiteStore, LeavesTheMainFileCompleteAndNothingInTheLogWhenItIsClosed) {
   writeFile(copy, readFile(file.path()));
 
   EXPECT_EQ(shelf::query(copy, "SELECT title FROM Book"), std::vector<std::string>{"Emma"});
-  const std::string log = readFile(file.path() + "-wal");
-  EXPECT_GE(log.size(), 1U << 20);
-  EXPECT_EQ(log.find_first_not_of('\0'), std::string::npos);
+  EXPECT_GE(std::filesystem::file_size(file.path() + "-wal"), 1U << 20);
+  EXPECT_TRUE(hasEmptyLog(file));
 }
 
 TEST(SQLiteStore, RefusesAFileThatIsNoDatabase) {
@@ -325,7 +329,7 @@ TEST(SQLiteStore, LetsAReaderFinishWhenItIsClosed) {
 
   EXPECT_EQ(shelf::titleOf(session, key), "Emma");
   session.end();
-  EXPECT_EQ(readFile(file.path() + "-wal").find_first_not_of('\0'), std::string::npos);
+  EXPECT_TRUE(hasEmptyLog(file));
 }
 
 TEST(SQLiteStore, OpenedForReadingReadsAndRefusesToWrite) {

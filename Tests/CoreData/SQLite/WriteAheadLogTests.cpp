@@ -91,6 +91,65 @@ TEST(WriteAheadLog, IsNotLengthenedByASaveThatFindsRoom) {
   EXPECT_EQ(countOf(vfs, FileOperation::write, ""), 0U);
 }
 
+TEST(WriteAheadLog, IsEmptyAndNotWrittenAnewWhenTheLastCloses) {
+  const StoreFile file;
+  FaultVFS vfs;
+  const StoreVFSOverride override(vfs.name());
+  const auto store = file.open();
+  ReadSession session(store);
+  shelf::insertBook(session, "a");
+  session.end();
+  vfs.reset();
+
+  store->close();
+
+  EXPECT_EQ(logSize(file), kMiB);
+  EXPECT_EQ(countOf(vfs, FileOperation::write, "-wal"), 1U);
+  EXPECT_EQ(countOf(vfs, FileOperation::truncate, "-wal"), 0U);
+  EXPECT_EQ(countOf(vfs, FileOperation::sync, "-wal"), 1U);
+  std::filesystem::remove(file.path() + "-wal");
+  EXPECT_EQ(shelf::query(file.path(), "SELECT title FROM Book"), std::vector<std::string>{"a"});
+}
+
+TEST(WriteAheadLog, KeepsNoMoreThanIsUsefulWhenTheLastCloses) {
+  const StoreFile file;
+  const auto store = file.open();
+  ReadSession session(store);
+  ReadSession reader(store);
+  reader.begin();
+  EXPECT_EQ(shelf::titleOf(reader, 1), "-");
+  for (int i = 0; i < 25; ++i) saveCover(session, 300'000);
+  EXPECT_GT(logSize(file), 6 * kMiB);
+  reader.end();
+  session.end();
+
+  store->close();
+
+  EXPECT_EQ(logSize(file), 5 * kMiB);
+  EXPECT_EQ(shelf::query(file.path(), "SELECT count(*) FROM Book"), std::vector<std::string>{"25"});
+}
+
+TEST(WriteAheadLog, IsLeftToWhoeverStillHasTheStoreOpen) {
+  const StoreFile file;
+  const auto other = file.open();
+  ReadSession others(other);
+  others.begin();
+  EXPECT_EQ(shelf::titleOf(others, 1), "-");
+  {
+    const auto store = file.open();
+    ReadSession session(store);
+    shelf::insertBook(session, "a");
+    session.end();
+    store->close();
+  }
+  EXPECT_EQ(shelf::titleOf(others, 1), "-");
+  others.end();
+
+  EXPECT_EQ(shelf::titleOf(others, 1), "a");
+  shelf::insertBook(others, "b");
+  EXPECT_EQ(shelf::query(file.path(), "SELECT count(*) FROM Book"), std::vector<std::string>{"2"});
+}
+
 TEST(WriteAheadLog, IsCopiedWhenItHasBecomeLong) {
   const StoreFile file;
   FaultVFS vfs;

@@ -113,6 +113,10 @@ struct FaultVFSCalls {
     if (f.system->pMethods != nullptr) f.base.pMethods = &kMethods;
     return result;
   }
+  static int sleep(sqlite3_vfs* vfs, int microseconds) {
+    FaultVFS& self = owner(vfs);
+    return self.skipsWaits_ ? microseconds : self.system_->xSleep(self.system_, microseconds);
+  }
   static int remove(sqlite3_vfs* vfs, const char* path, int syncDirectory) {
     if (const int code = owner(vfs).note(FileOperation::remove, path)) return code;
     return owner(vfs).system_->xDelete(owner(vfs).system_, path, syncDirectory);
@@ -129,6 +133,7 @@ FaultVFS::FaultVFS()
   vfs_.szOsFile = static_cast<int>(sizeof(File)) + system_->szOsFile;
   vfs_.xOpen = FaultVFSCalls::open;
   vfs_.xDelete = FaultVFSCalls::remove;
+  vfs_.xSleep = FaultVFSCalls::sleep;
   vfs_.xAccess = [](sqlite3_vfs* vfs, const char* path, int flags, int* result) {
     sqlite3_vfs* system = FaultVFSCalls::owner(vfs).system_;
     return system->xAccess(system, path, flags, result);

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
@@ -66,6 +67,8 @@ class FaultVFS {
   void failAt(std::size_t n, int code, bool persistent = false);
   /// Before the n-th operation the process gets SIGKILL.
   void killAt(std::size_t n);
+  /// From now on no time passes while SQLite waits for a lock: it soon gives up.
+  void skipWaits() noexcept { skipsWaits_ = true; }
 
   [[nodiscard]] std::size_t count() const;
   [[nodiscard]] bool faultWasReached() const;
@@ -88,6 +91,7 @@ class FaultVFS {
   Fault fault_ = Fault::none;
   std::size_t faultAt_ = 0;
   int code_ = SQLITE_OK;
+  std::atomic<bool> skipsWaits_{false};
 };
 
 }  // namespace support

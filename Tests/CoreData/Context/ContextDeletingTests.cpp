@@ -1,30 +1,15 @@
-#include <gtest/gtest.h>
-
 #include "CoreData/Context/SaveError.h"
-#include "Tests/Support/GardenStore.h"
+#include "Tests/Support/GardenTest.h"
 
 namespace {
 
-using coredata::NSManagedObjectContext;
 using foundation::make;
-using foundation::Ref;
 using garden::Bed;
 using garden::Handle;
 using garden::Label;
 using garden::Plant;
 using garden::Tool;
-
-class ContextDeleting : public testing::Test {
- protected:
-  garden::Store store;
-  Ref<NSManagedObjectContext> context = store.newContext();
-
-  template <typename T>
-  std::size_t stored() {
-    const auto other = store.newContext();
-    return other->performBlockAndWait([&] { return other->fetch(T::fetchRequest()).size(); });
-  }
-};
+using ContextDeleting = garden::Test;
 
 TEST_F(ContextDeleting, TakesTheObjectOutOfItsInversesAtOnce) {
   context->performBlockAndWait([&] {

@@ -1,8 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <future>
-
-#include "Tests/Support/GardenStore.h"
+#include "Tests/Support/GardenTest.h"
 
 namespace {
 
@@ -14,22 +10,9 @@ using garden::Label;
 using garden::Plant;
 
 /// A context that merges what a sibling saves.
-class ContextMerging : public testing::Test {
+class ContextMerging : public garden::Test {
  protected:
-  garden::Store store;
-  Ref<NSManagedObjectContext> context = store.newContext();
   Ref<NSManagedObjectContext> sibling = store.newContext();
-
-  template <typename T>
-  static Ref<T> in(NSManagedObjectContext& other, const Ref<T>& object) {
-    return coredata::properties::uncheckedCast<T>(other.objectWithID(*object->objectID()));
-  }
-  /// Waits until the saves made so far are merged.
-  void settle() {
-    std::promise<void> done;
-    context->performBlock([&] { done.set_value(); });
-    done.get_future().wait();
-  }
 };
 
 TEST_F(ContextMerging, TakesAnObjectDeletedElsewhereOutOfAPendingRelationship) {

@@ -1,21 +1,13 @@
-#include <gtest/gtest.h>
-
-#include "Tests/Support/GardenStore.h"
+#include "Tests/Support/GardenTest.h"
 
 namespace {
 
-using coredata::NSManagedObjectContext;
 using foundation::make;
-using foundation::Ref;
 using garden::Bed;
 using garden::Label;
 using garden::Plant;
 
-class ContextRelationships : public testing::Test {
- protected:
-  garden::Store store;
-  Ref<NSManagedObjectContext> context = store.newContext();
-};
+using ContextRelationships = garden::Test;
 
 TEST_F(ContextRelationships, KeepBothSidesOfAToManyInStep) {
   context->performBlockAndWait([&] {

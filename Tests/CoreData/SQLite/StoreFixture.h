@@ -9,7 +9,7 @@
 
 #include "CoreData/SQLite/SQLiteStore.h"
 #include "CoreData/SQLite/WriteTransaction.h"
-#include "Foundation/Values/Error.h"
+#include "Tests/Support/ErrorCode.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 namespace shelf {
@@ -57,15 +57,6 @@ coredata::ObjectKey insertBook(coredata::ReadSession& session, Title title,
 /// each row, columns separated by "|".
 std::vector<std::string> query(const std::string& path, const std::string& sql);
 
-/// The code of the error that `work` throws; 0 when it throws none.
-template <typename Work>
-[[nodiscard]] std::int64_t errorCode(Work&& work) {
-  try {
-    work();
-  } catch (const foundation::Error& error) {
-    return error.code();
-  }
-  return 0;
-}
+using support::errorCode;
 
 }  // namespace shelf

@@ -83,8 +83,12 @@ void createFile(const std::string& path) {
 
 void requireFile(const std::string& path, bool mayCreate) {
   if (const auto status = statusOf(path)) {
-    if (S_ISREG(status->st_mode)) return;
-    throw storeError(StoreErrorCode::notAStore, path + " is not a file.");
+    if (!S_ISREG(status->st_mode))
+      throw storeError(StoreErrorCode::notAStore, path + " is not a file.");
+    // SQLite takes a file of one byte for an empty one, and would write over it.
+    if (status->st_size == 1)
+      throw storeError(StoreErrorCode::notAStore, "The file " + path + " is not a store.");
+    return;
   }
   if (!statusOf(directoryOf(path))) {
     throw storeError(StoreErrorCode::missingDirectory,

@@ -4,6 +4,7 @@
 #include "CoreData/Context/NSManagedObjectContext.h"
 #include "CoreData/Fetching/FetchError.h"
 #include "CoreData/Object/NSManagedObject.h"
+#include "CoreData/Object/PropertyError.h"
 #include "Foundation/Values/Error.h"
 
 namespace coredata {
@@ -12,16 +13,6 @@ using foundation::Ref;
 using foundation::Value;
 
 namespace {
-
-/// The codes, in the domain `kCocoaErrorDomain`, of values that a property cannot take.
-enum class PropertyErrorCode : std::int64_t { wrongKind = 1550, outOfRange = 1551 };
-
-[[noreturn]] void refuse(PropertyErrorCode code, const NSPropertyDescription& property,
-                         std::string_view why) {
-  throw foundation::Error(
-      std::string(foundation::kCocoaErrorDomain), static_cast<std::int64_t>(code),
-      "\"" + property.name() + "\" of " + property.entity()->name() + " " + std::string(why) + ".");
-}
 
 const NSPropertyDescription& propertyNamed(const NSEntityDescription& entity,
                                            std::string_view key) {
@@ -41,7 +32,8 @@ std::int64_t integerFor(const NSAttributeDescription& attribute,
   if (attribute.attributeType() == NSAttributeType::boolean) return number.boolValue() ? 1 : 0;
   const std::optional<std::int64_t> whole = number.exactInt64();
   if (!whole || *whole > limit || *whole < -limit - 1) {
-    refuse(PropertyErrorCode::outOfRange, attribute, "cannot hold " + number.stringValue());
+    throw propertyError(PropertyErrorCode::outOfRange, attribute,
+                        "cannot hold " + number.stringValue());
   }
   return *whole;
 }
@@ -100,8 +92,9 @@ void NSManagedObject::assign(Ref<Row>& row, const NSAttributeDescription& attrib
     case NSAttributeType::undefined:
       break;
   }
-  refuse(PropertyErrorCode::wrongKind, attribute,
-         "is of the kind " + std::string(name(attribute.attributeType())) + " and takes no other");
+  throw propertyError(
+      PropertyErrorCode::wrongKind, attribute,
+      "is of the kind " + std::string(name(attribute.attributeType())) + " and takes no other");
 }
 
 Value NSManagedObject::valueForKey(std::string_view key) const {
@@ -129,7 +122,7 @@ void NSManagedObject::setValue(const Value& value, std::string_view forKey) {
 
 void NSManagedObject::setAttribute(const NSAttributeDescription& attribute, const Value& value) {
   if (attribute.slot() == kNoSlot) {
-    refuse(PropertyErrorCode::wrongKind, attribute, "is computed and cannot be set");
+    throw propertyError(PropertyErrorCode::wrongKind, attribute, "is computed and cannot be set");
   }
   // A refused value must leave the object as it was, not even marked as updated.
   Ref<Row> trial = Row::make(*entity_);
@@ -142,8 +135,8 @@ void NSManagedObject::setRelationship(const NSRelationshipDescription& relations
   const auto objectIn = [&](const Value& one) -> NSManagedObject* {
     auto* object = dynamic_cast<NSManagedObject*>(one.object());
     if (object == nullptr || &object->entity() != &relationship.destinationEntity()) {
-      refuse(PropertyErrorCode::wrongKind, relationship,
-             "leads to objects of " + relationship.destinationEntity().name());
+      throw propertyError(PropertyErrorCode::wrongKind, relationship,
+                          "leads to objects of " + relationship.destinationEntity().name());
     }
     return object;
   };

@@ -1,0 +1,152 @@
+#include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "CoreData/Coordinator/StoreError.h"
+#include "CoreData/Model/ModelBuilder.h"
+#include "CoreData/SQLite/SQLiteStoreError.h"
+#include "Tests/Support/ErrorCode.h"
+#include "Tests/Support/GardenModel.h"
+#include "Tests/Support/TemporaryDirectory.h"
+
+namespace {
+
+using coredata::CoordinatorErrorCode;
+using coredata::NSPersistentStoreCoordinator;
+using coredata::NSPersistentStoreDescription;
+using coredata::StoreErrorCode;
+using foundation::make;
+using foundation::Ref;
+using foundation::URL;
+using support::errorCode;
+using support::number;
+
+class Coordinators : public testing::Test {
+ protected:
+  [[nodiscard]] std::filesystem::path path(const char* name = "garden.sqlite") const {
+    return directory.path() / name;
+  }
+  [[nodiscard]] URL url(const char* name = "garden.sqlite") const {
+    return URL::fileURL(path(name).string());
+  }
+  [[nodiscard]] NSPersistentStoreDescription description(const char* name = "garden.sqlite") const {
+    return NSPersistentStoreDescription(url(name));
+  }
+  [[nodiscard]] std::int64_t addingError(const NSPersistentStoreDescription& wanted) const {
+    return errorCode([&] { coordinator->addPersistentStore(wanted); });
+  }
+
+  support::TemporaryDirectory directory;
+  Ref<NSPersistentStoreCoordinator> coordinator =
+      make<NSPersistentStoreCoordinator>(garden::model());
+};
+
+TEST_F(Coordinators, HaveNoStoreAtFirst) {
+  EXPECT_TRUE(coordinator->persistentStores().empty());
+  EXPECT_EQ(coordinator->store(), nullptr);
+}
+
+TEST_F(Coordinators, MakeAMissingFile) {
+  const auto store = coordinator->addPersistentStore(description());
+
+  EXPECT_TRUE(std::filesystem::is_regular_file(path()));
+  EXPECT_EQ(coordinator->persistentStores(), std::vector{store});
+  EXPECT_EQ(store->url(), url());
+  EXPECT_EQ(store->type(), "SQLite");
+  EXPECT_EQ(store->configurationName(), std::nullopt);
+  EXPECT_EQ(*store->metadata().at("NSStoreUUID").text(), store->identifier());
+}
+
+TEST_F(Coordinators, GiveTheOpenStoreForItsURL) {
+  const auto store = coordinator->addPersistentStore(description());
+
+  EXPECT_EQ(coordinator->addPersistentStore(description()), store);
+  EXPECT_EQ(coordinator->persistentStores().size(), 1U);
+}
+
+TEST_F(Coordinators, TakeNoSecondStore) {
+  const auto store = coordinator->addPersistentStore(description());
+
+  EXPECT_EQ(addingError(description("other.sqlite")),
+            number(CoordinatorErrorCode::alreadyHasStore));
+
+  EXPECT_EQ(coordinator->persistentStores(), std::vector{store});
+  EXPECT_FALSE(std::filesystem::exists(path("other.sqlite")));
+}
+
+TEST_F(Coordinators, FindTheStoreAgainByItsIdentifier) {
+  const std::string before = coordinator->addPersistentStore(description())->identifier();
+  coordinator = make<NSPersistentStoreCoordinator>(garden::model());
+
+  EXPECT_EQ(coordinator->addPersistentStore(description())->identifier(), before);
+}
+
+TEST_F(Coordinators, RefuseOtherTypes) {
+  auto wanted = description();
+  wanted.setType("InMemory");
+
+  EXPECT_EQ(addingError(wanted), number(CoordinatorErrorCode::invalidType));
+  EXPECT_FALSE(std::filesystem::exists(path()));
+}
+
+TEST_F(Coordinators, RefuseADescriptionWithoutALocation) {
+  EXPECT_NE(addingError(NSPersistentStoreDescription()), 0);
+}
+
+TEST_F(Coordinators, RefuseAConfigurationThatTheModelDoesNotDefine) {
+  auto wanted = description();
+  wanted.setConfiguration("Local");
+
+  EXPECT_EQ(addingError(wanted), number(CoordinatorErrorCode::unknownConfiguration));
+  EXPECT_FALSE(std::filesystem::exists(path()));
+}
+
+TEST_F(Coordinators, RememberTheConfiguration) {
+  coordinator = make<NSPersistentStoreCoordinator>(
+      coredata::modelFromSource(R"({"entities": {"Bed": {}}, "configurations": {"Local": "*"}})"));
+  auto wanted = description();
+  wanted.setConfiguration("Local");
+
+  EXPECT_EQ(coordinator->addPersistentStore(wanted)->configurationName(), "Local");
+}
+
+TEST_F(Coordinators, MakeNoDirectory) {
+  EXPECT_EQ(addingError(description("missing/garden.sqlite")),
+            number(StoreErrorCode::missingDirectory));
+  EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+}
+
+TEST_F(Coordinators, RefusePragmasThatAreNotOnTheList) {
+  auto wanted = description();
+  wanted.setValue("OFF", "journal_mode");
+
+  EXPECT_EQ(addingError(wanted), number(StoreErrorCode::invalidOption));
+}
+
+TEST_F(Coordinators, ReadTheMetadataOfAStoreInUse) {
+  const auto store = coordinator->addPersistentStore(description());
+
+  const auto metadata =
+      NSPersistentStoreCoordinator::metadataForPersistentStore(coredata::NSSQLiteStoreType, url());
+
+  EXPECT_EQ(*metadata.at("NSStoreUUID").text(), store->identifier());
+  EXPECT_TRUE(coordinator->managedObjectModel().isConfiguration(std::nullopt, metadata));
+}
+
+TEST_F(Coordinators, ReadNoMetadataWhereThereIsNoStore) {
+  EXPECT_EQ(errorCode([&] {
+              static_cast<void>(NSPersistentStoreCoordinator::metadataForPersistentStore(
+                  coredata::NSSQLiteStoreType, url()));
+            }),
+            number(StoreErrorCode::missing));
+  EXPECT_EQ(errorCode([&] {
+              static_cast<void>(
+                  NSPersistentStoreCoordinator::metadataForPersistentStore("InMemory", url()));
+            }),
+            number(CoordinatorErrorCode::invalidType));
+  EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+}
+
+}  // namespace

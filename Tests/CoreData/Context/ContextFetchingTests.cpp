@@ -1,13 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <vector>
 
-#include "Tests/Support/GardenStore.h"
+#include "Tests/Support/GardenTest.h"
 
 namespace {
 
 using coredata::NSFetchRequest;
-using coredata::NSManagedObjectContext;
 using foundation::make;
 using foundation::NSPredicate;
 using foundation::NSSortDescriptor;
@@ -15,11 +12,8 @@ using foundation::Ref;
 using garden::Bed;
 using garden::Plant;
 
-class ContextFetching : public testing::Test {
+class ContextFetching : public garden::Test {
  protected:
-  garden::Store store;
-  Ref<NSManagedObjectContext> context = store.newContext();
-
   Ref<Plant> plant(const char* name, double height) {
     auto made = make<Plant>(*context);
     if (name != nullptr) made->setName(name);
@@ -285,6 +279,116 @@ TEST_F(ContextFetching, JudgesMembersOfADirtyObjectInMemory) {
 
     EXPECT_EQ(context->count(request), 1);
     EXPECT_EQ(context->fetch(request).first(), bed);
+  });
+}
+
+TEST_F(ContextFetching, ThrowsForAnEntityThatTheModelDoesNotHave) {
+  context->performBlockAndWait([&] {
+    const NSFetchRequest<coredata::NSManagedObject> weeds("Weed");
+    EXPECT_THROW((void)context->fetch(weeds), foundation::Error);
+    EXPECT_THROW((void)context->count(weeds), foundation::Error);
+  });
+}
+
+TEST_F(ContextFetching, LeavesPendingChangesOutWhenToldTo) {
+  context->performBlockAndWait([&] {
+    auto oak = plant("oak", 1);
+    plant("ash", 2);
+    context->save();
+    plant("fir", 3);
+    oak->setHeight(9);
+
+    auto request = Plant::fetchRequest();
+    request.setPredicate(NSPredicate::format("height < %d", 5));
+    request.setIncludesPendingChanges(false);
+
+    EXPECT_EQ(names(request), (Names{"oak", "ash"}));
+    EXPECT_EQ(context->count(request), 2);
+  });
+}
+
+TEST_F(ContextFetching, LoadsContentLaterWhenOnlyIdentifiersAreAskedFor) {
+  context->performBlockAndWait([&] {
+    plant("oak", 1);
+    context->save();
+    context->reset();
+    auto request = Plant::fetchRequest();
+    request.setIncludesPropertyValues(false);
+
+    const Ref<Plant> oak = context->fetch(request).first();
+
+    EXPECT_TRUE(oak->isFault());
+    EXPECT_EQ(oak->name(), "oak");
+  });
+}
+
+TEST_F(ContextFetching, GivesTheIdentifiersOfSavedAndUnsavedObjects) {
+  context->performBlockAndWait([&] {
+    const auto oak = plant("oak", 1);
+    context->save();
+    const auto ash = plant("ash", 2);
+
+    const auto identifiers = context->fetchObjectIDs(Plant::fetchRequest());
+
+    EXPECT_EQ(identifiers, (std::vector{oak->objectID(), ash->objectID()}));
+  });
+}
+
+TEST_F(ContextFetching, FindsByAnObjectOfAnotherContextOrItsIdentifier) {
+  const auto other = store.newContext();
+  Ref<Bed> bedThere;
+  context->performBlockAndWait([&] {
+    auto bed = make<Bed>(*context);
+    plant("in", 1)->setBed(bed);
+    plant("out", 1);
+    context->save();
+    other->performBlockAndWait([&] { bedThere = in(*other, bed); });
+
+    auto request = Plant::fetchRequest();
+    request.setPredicate(NSPredicate::format("bed = %@", bedThere));
+    EXPECT_EQ(names(request), (Names{"in"}));
+    request.setPredicate(NSPredicate::format("bed = %@", bed->objectID()));
+    EXPECT_EQ(names(request), (Names{"in"}));
+    request.setPredicate(NSPredicate::format("bed != %@", bedThere));
+    EXPECT_EQ(names(request), (Names{"out"}));
+  });
+}
+
+TEST_F(ContextFetching, FindsByAnUnsavedObjectWhatLeadsToItHere) {
+  context->performBlockAndWait([&] {
+    auto moved = plant("moved", 1);
+    plant("other", 1);
+    context->save();
+    auto bed = make<Bed>(*context);
+    moved->setBed(bed);
+    plant("new", 1)->setBed(bed);
+
+    auto request = Plant::fetchRequest();
+    request.setPredicate(NSPredicate::format("bed = %@", bed));
+
+    EXPECT_EQ(names(request), (Names{"moved", "new"}));
+  });
+}
+
+TEST_F(ContextFetching, FindsNothingByAnObjectOfAnotherStore) {
+  const garden::Store elsewhere;
+  const auto theirs = elsewhere.newContext();
+  Ref<Bed> foreign;
+  theirs->performBlockAndWait([&] {
+    foreign = make<Bed>(*theirs);
+    theirs->save();
+  });
+  context->performBlockAndWait([&] {
+    auto bed = make<Bed>(*context);
+    plant("in", 1)->setBed(bed);
+    context->save();
+    ASSERT_EQ(bed->objectID()->key(), foreign->objectID()->key());
+
+    auto request = Plant::fetchRequest();
+    request.setPredicate(NSPredicate::format("bed = %@", foreign));
+    EXPECT_EQ(names(request), Names{});
+    plant("unsaved", 1)->setBed(bed);
+    EXPECT_EQ(names(request), Names{});
   });
 }
 

@@ -1,29 +1,15 @@
-#include <gtest/gtest.h>
-
 #include "CoreData/Context/SaveError.h"
-#include "Tests/Support/GardenStore.h"
+#include "Tests/Support/GardenTest.h"
 
 namespace {
 
-using coredata::NSManagedObjectContext;
 using foundation::make;
 using foundation::Ref;
 using garden::Bed;
 using garden::Label;
 using garden::Plant;
 using garden::Tool;
-
-class ContextSaving : public testing::Test {
- protected:
-  garden::Store store;
-  Ref<NSManagedObjectContext> context = store.newContext();
-
-  template <typename T>
-  std::size_t stored() {
-    const auto other = store.newContext();
-    return other->performBlockAndWait([&] { return other->fetch(T::fetchRequest()).size(); });
-  }
-};
+using ContextSaving = garden::Test;
 
 TEST_F(ContextSaving, KeepsEveryKindOfValue) {
   const foundation::UUID code;
@@ -230,6 +216,84 @@ TEST_F(ContextSaving, LetsADeletionElsewhereStandUnderTheTrumpPolicy) {
     EXPECT_TRUE(bed->isDeleted());
     EXPECT_FALSE(bed->name().has_value());
     EXPECT_FALSE(context->hasChanges());
+  });
+  EXPECT_EQ(stored<Bed>(), 0U);
+}
+
+TEST_F(ContextSaving, ListsAllThatItRefuses) {
+  context->performBlockAndWait([&] {
+    static_cast<void>(make<Tool>(*context));
+    static_cast<void>(make<Tool>(*context));
+
+    try {
+      context->save();
+      FAIL() << "the save was let through";
+    } catch (const foundation::Error& error) {
+      EXPECT_EQ(error.code(), static_cast<std::int64_t>(coredata::SaveErrorCode::severalErrors));
+      EXPECT_EQ(error.userInfo().at(std::string(coredata::NSDetailedErrorsKey)).list()->size(), 2U);
+    }
+    EXPECT_EQ(context->insertedObjects().size(), 2U);
+  });
+}
+
+TEST_F(ContextSaving, WritesNothingWhenThereIsNothingToWrite) {
+  context->performBlockAndWait([&] {
+    const auto engine = store.container().persistentStoreCoordinator()->store()->engine();
+    static_cast<void>(make<Bed>(*context));
+    context->save();
+    const auto before = engine->newestTransaction();
+
+    context->save();
+
+    EXPECT_EQ(engine->newestTransaction(), before);
+  });
+}
+
+/// A plant that is put into a bed which somebody else deletes before the save.
+class ContextSavingToDeletedRows : public ContextSaving {
+ protected:
+  void putIntoDeletedBed(const Ref<Plant>& plant) {
+    context->setAutomaticallyMergesChangesFromParent(false);
+    const auto bed = make<Bed>(*context);
+    context->save();
+    plant->setBed(bed);
+    const auto other = store.newContext();
+    other->performBlockAndWait([&] {
+      other->delete_(in(*other, bed));
+      other->save();
+    });
+  }
+};
+
+TEST_F(ContextSavingToDeletedRows, ThrowsAConflictUnderTheErrorPolicy) {
+  context->performBlockAndWait([&] {
+    const auto plant = make<Plant>(*context);
+    context->save();
+    putIntoDeletedBed(plant);
+
+    try {
+      context->save();
+      FAIL() << "the save was let through";
+    } catch (const foundation::Error& error) {
+      EXPECT_EQ(error.code(), static_cast<std::int64_t>(coredata::SaveErrorCode::conflict));
+    }
+    EXPECT_TRUE(plant->isUpdated());
+    EXPECT_NE(plant->bed(), nullptr);
+  });
+}
+
+TEST_F(ContextSavingToDeletedRows, LeavesTheRelationshipEmptyUnderTheTrumpPolicy) {
+  context->setMergePolicy(coredata::NSMergeByPropertyObjectTrumpMergePolicy);
+  context->performBlockAndWait([&] {
+    const auto plant = make<Plant>(*context);
+    context->save();
+    putIntoDeletedBed(plant);
+
+    EXPECT_NO_THROW(context->save());
+
+    EXPECT_EQ(plant->bed(), nullptr);
+    context->refresh(plant, false);
+    EXPECT_EQ(plant->bed(), nullptr);
   });
   EXPECT_EQ(stored<Bed>(), 0U);
 }

@@ -6,6 +6,10 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
 
 namespace foundation {
 namespace {
@@ -49,6 +53,25 @@ TEST(Print, KeepsItsPlaceAmongWhatTheProgramPrints) {
   std::fputs("three", stdout);
 
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "one two\nthree");
+}
+
+TEST(Print, KeepsTheLinesOfSeveralThreadsWhole) {
+  constexpr int kLines = 200;
+  testing::internal::CaptureStdout();
+  {
+    std::vector<std::jthread> threads;
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
+      threads.emplace_back([letter] {
+        for (int i = 0; i < kLines; ++i) print(std::string(3000, letter));
+      });
+    }
+  }
+  std::istringstream lines(testing::internal::GetCapturedStdout());
+
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count)
+    ASSERT_EQ(line, std::string(3000, line.empty() ? ' ' : line.front()));
+  EXPECT_EQ(count, 4 * kLines);
 }
 
 TEST(PrintDeathTest, OutlivesAClosedPipe) {

@@ -95,11 +95,11 @@ NSFetchRequest<CDCheckin> requestFor(NSPredicate predicate) {
   return request;
 }
 
-/// For one check-in at the end of the activity's days that the order begins with.
-NSFetchRequest<CDCheckin> requestForEnd(NSPredicate predicate, bool ascending) {
+/// For the check-in of the earliest day, or of the latest.
+NSFetchRequest<CDCheckin> requestForEnd(NSPredicate predicate, bool earliest) {
   NSFetchRequest<CDCheckin> request = CDCheckin::fetchRequest();
   request.setPredicate(std::move(predicate));
-  request.setSortDescriptors({{"date", ascending}});
+  request.setSortDescriptors({{"date", earliest}});
   request.setFetchLimit(1);
   return request;
 }

@@ -158,7 +158,12 @@ TEST_P(FailingQueries, AnswerAgainOnceTheStoreWorksAgain) {
   EXPECT_EQ(diary_.logged().size(), 1U);
 }
 
-TEST_P(FailingQueries, AnswerWithNothingWithoutAStore) {
+class QueriesWithoutAStore : public testing::TestWithParam<Question> {};
+
+INSTANTIATE_TEST_SUITE_P(Query, QueriesWithoutAStore, testing::ValuesIn(questions()),
+                         [](const auto& question) { return question.param.name; });
+
+TEST_P(QueriesWithoutAStore, PrintAndLogTheErrorAndAnswerWithNothing) {
   const auto container = support::containerWithoutStore();
   const auto logger = make<support::RecordingLogger>();
   const LocalAPI api(container->viewContext(), logger);

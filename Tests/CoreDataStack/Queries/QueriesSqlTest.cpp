@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <memory>
 
 #include "CoreData/SQLite/RowColumns.h"
 #include "Tests/CoreDataStack/Queries/Diary.h"
@@ -221,28 +222,39 @@ const std::vector<Pin>& pins() {
 
 class QueriesSql : public testing::TestWithParam<Pin> {
  protected:
+  /// One store for all pins: asking changes nothing.
+  static void SetUpTestSuite() { world_ = std::make_unique<World>(); }
+  static void TearDownTestSuite() { world_ = nullptr; }
+
   /// The one query that the pinned call runs.
-  [[nodiscard]] std::string query() {
-    const Subject about{diary_.activity(), diary_.group(0), localDate(2024, 2, 10)};
-    diary_.save();
-    static_cast<void>(trace_.takeQueries());
-    GetParam().ask(diary_.api(), about);
-    const Steps queries = trace_.takeQueries();
+  [[nodiscard]] static std::string query() {
+    static_cast<void>(world_->trace.takeQueries());
+    GetParam().ask(world_->diary.api(), world_->about);
+    const Steps queries = world_->trace.takeQueries();
     EXPECT_EQ(queries.size(), 1U);
     return queries.empty() ? std::string() : queries.front();
   }
-  [[nodiscard]] std::string shortened(std::string query) const {
+  [[nodiscard]] static Steps plan(const std::string& query) { return world_->trace.plan(query); }
+  [[nodiscard]] static std::string shortened(std::string query) {
     for (const char* name : {"Activity", "Checkin"}) {
-      const std::string row = coredata::RowColumns(*diary_.context().entity(name)).list("t0");
+      const auto& entity = *world_->diary.context().entity(name);
+      const std::string row = coredata::RowColumns(entity).list("t0");
       const std::size_t place = query.find(row);
       if (place != std::string::npos) query.replace(place, row.size(), "row");
     }
     return query;
   }
 
-  Diary diary_;
-  support::SqlTrace trace_{
-      *diary_.store().container().persistentStoreCoordinator()->store()->engine()};
+ private:
+  struct World {
+    World() { diary.save(); }
+
+    Diary diary;
+    Subject about{diary.activity(), diary.group(0), localDate(2024, 2, 10)};
+    support::SqlTrace trace{
+        *diary.store().container().persistentStoreCoordinator()->store()->engine()};
+  };
+  inline static std::unique_ptr<World> world_;
 };
 
 INSTANTIATE_TEST_SUITE_P(Query, QueriesSql, testing::ValuesIn(pins()),
@@ -250,7 +262,7 @@ INSTANTIATE_TEST_SUITE_P(Query, QueriesSql, testing::ValuesIn(pins()),
 
 TEST_P(QueriesSql, IsThis) { EXPECT_EQ(shortened(query()), GetParam().sql); }
 
-TEST_P(QueriesSql, IsRunLikeThis) { EXPECT_EQ(trace_.plan(query()), GetParam().plan); }
+TEST_P(QueriesSql, IsRunLikeThis) { EXPECT_EQ(plan(query()), GetParam().plan); }
 
 /// The pins of the queries about check-ins, but for the one that has no activity to go by.
 std::vector<Pin> checkinPins() {
@@ -271,7 +283,7 @@ TEST_P(CheckinsSql, NeverWalksThroughAllCheckins) {
   const std::string_view table = "\"Checkin\" ";
   const std::string alias = sql.substr(sql.find(table) + table.size(), 2);
 
-  for (const std::string& step : trace_.plan(sql)) {
+  for (const std::string& step : plan(sql)) {
     EXPECT_FALSE(step.starts_with("SCAN " + alias)) << step;
   }
 }

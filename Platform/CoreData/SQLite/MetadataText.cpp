@@ -59,7 +59,7 @@ std::optional<std::vector<std::uint8_t>> bytesOf(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const std::size_t digit = kDigits.find(text[i]);
     if (digit == std::string_view::npos) return std::nullopt;
-    result[i / 2] = static_cast<std::uint8_t>(result[i / 2] << 4 | digit);
+    result[i / 2] = static_cast<std::uint8_t>(result[i / 2] * 16U + digit);
   }
   return result;
 }

@@ -9,8 +9,6 @@
 
 namespace coredata {
 
-using foundation::Error;
-
 namespace {
 constexpr std::int64_t kMiB = std::int64_t{1} << 20;
 constexpr std::int64_t kGrowth = kMiB;
@@ -27,8 +25,8 @@ std::int64_t endOf(int pages) {
 /// SQLite's own handle of the log file; null when it has none open.
 sqlite3_file* logFile(const Connection& connection) {
   sqlite3_file* file = nullptr;
-  const int result =
-      sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &file);
+  const int result = sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_JOURNAL_POINTER,
+                                          static_cast<void*>(&file));
   return result == SQLITE_OK && file != nullptr && file->pMethods != nullptr ? file : nullptr;
 }
 

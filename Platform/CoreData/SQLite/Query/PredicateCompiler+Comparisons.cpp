@@ -4,7 +4,6 @@
 
 namespace coredata {
 
-using foundation::ArgumentRule;
 using foundation::ArgumentSpecifier;
 using foundation::ComparisonOperator;
 using foundation::ExpressionNode;

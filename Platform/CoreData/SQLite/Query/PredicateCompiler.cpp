@@ -6,12 +6,10 @@
 
 namespace coredata {
 
-using foundation::ArgumentSpecifier;
 using foundation::ComparisonModifier;
 using foundation::ComparisonOperator;
 using foundation::ExpressionNode;
 using foundation::KeyPathExpression;
-using foundation::PredicateNode;
 
 namespace {
 

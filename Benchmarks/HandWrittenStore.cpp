@@ -10,16 +10,46 @@ namespace benchmarks {
 
 namespace {
 
+// A table for each entity of the model, as a plain schema has them.
 constexpr const char* kSchema = R"(
   CREATE TABLE Activity(
-    id INTEGER PRIMARY KEY, checkinMaxCount REAL, color TEXT, createdDate REAL, endDate TEXT,
-    icon TEXT, memo TEXT, modifiedDate REAL, notes TEXT, startDate TEXT, status INTEGER,
-    title TEXT);
+    id INTEGER PRIMARY KEY, "group" INTEGER, checkinMaxCount REAL, color TEXT, createdDate REAL,
+    endDate TEXT, icon TEXT, memo TEXT, modifiedDate REAL, notes TEXT, startDate TEXT,
+    status INTEGER, title TEXT);
+  CREATE TABLE ActivityWidgetGroup(
+    id INTEGER PRIMARY KEY, createdDate REAL, modifiedDate REAL, name TEXT, "order" INTEGER,
+    type INTEGER, uuid BLOB);
+  CREATE TABLE ActivityWidgetItem(
+    id INTEGER PRIMARY KEY, activity INTEGER, "group" INTEGER, "order" INTEGER, uuid BLOB);
   CREATE TABLE Checkin(
     id INTEGER PRIMARY KEY, activity INTEGER, count REAL, createdDate REAL, date TEXT, memo TEXT,
     modifiedDate REAL, type INTEGER);
+  CREATE TABLE DisplayOn(id INTEGER PRIMARY KEY, activity INTEGER, days INTEGER);
+  CREATE TABLE Goal(id INTEGER PRIMARY KEY, activity INTEGER, count INTEGER, interval INTEGER);
+  CREATE TABLE "Group"(id INTEGER PRIMARY KEY, createdDate REAL, priority INTEGER, title TEXT);
+  CREATE TABLE MonthlyReview(
+    id INTEGER PRIMARY KEY, createdDate REAL, date TEXT, feedback TEXT, modifiedDate REAL);
+  CREATE TABLE "Order"(
+    id INTEGER PRIMARY KEY, activity INTEGER, priority INTEGER, type INTEGER);
+  CREATE TABLE Photo(
+    id INTEGER PRIMARY KEY, checkin INTEGER, createdDate REAL, data BLOB, modifiedDate REAL);
+  CREATE TABLE PhotoInfo(
+    id INTEGER PRIMARY KEY, photo INTEGER, createdDate REAL, latitude REAL, longitude REAL,
+    modifiedDate REAL, pixelHeight INTEGER, pixelWidth INTEGER);
+  CREATE TABLE Reminder(id INTEGER PRIMARY KEY, activity INTEGER, days INTEGER, time TEXT);
+  CREATE TABLE Widget(id INTEGER PRIMARY KEY, activity INTEGER, priority INTEGER);
+  CREATE INDEX ActivityByGroup ON Activity("group");
+  CREATE INDEX ActivityWidgetItemByActivity ON ActivityWidgetItem(activity);
+  CREATE INDEX ActivityWidgetItemByGroup ON ActivityWidgetItem("group");
   CREATE INDEX CheckinByActivity ON Checkin(activity);
   CREATE INDEX CheckinByActivityAndDate ON Checkin(activity, date);
+  CREATE INDEX DisplayOnByActivity ON DisplayOn(activity);
+  CREATE INDEX GoalByActivity ON Goal(activity);
+  CREATE INDEX OrderByActivity ON "Order"(activity);
+  CREATE INDEX PhotoByCheckin ON Photo(checkin);
+  CREATE INDEX PhotoInfoByPhoto ON PhotoInfo(photo);
+  CREATE INDEX ReminderByActivity ON Reminder(activity);
+  CREATE INDEX WidgetByActivity ON Widget(activity);
   CREATE TABLE HistoryTransaction(
     id INTEGER PRIMARY KEY, timestamp REAL, author TEXT, process INTEGER);
   CREATE TABLE HistoryChange(

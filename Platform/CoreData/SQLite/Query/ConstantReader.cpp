@@ -15,6 +15,7 @@ namespace {
 Operand identity(const NSEntityDescription& entity, ObjectKey key) noexcept {
   constexpr unsigned kEntityBits = 12;
   const auto word = static_cast<std::uintptr_t>(key) << kEntityBits | (entity.index() + 1U);
+  // Only ever compared, never followed. NOLINTNEXTLINE(performance-no-int-to-ptr)
   return Operand::identity(reinterpret_cast<const void*>(word));
 }
 

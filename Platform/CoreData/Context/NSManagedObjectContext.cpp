@@ -161,6 +161,9 @@ Ref<NSManagedObject> NSManagedObjectContext::object(const NSEntityDescription& e
 
 Ref<NSManagedObject> NSManagedObjectContext::objectWithID(const NSManagedObjectID& identifier) {
   assertQueue();
+  if (&identifier.entity().managedObjectModel() != &state_->coordinator->managedObjectModel()) {
+    foundation::fatalError("an identifier of another model was handed to a context");
+  }
   return object(identifier.entity(), identifier.key());
 }
 

@@ -93,6 +93,10 @@ void SaveOperation::tellOthers() const {
 
 void SaveOperation::notify() const {
   if (!isObserved_) return;
+  // Receivers may ask on any thread; what an object makes at the first question is made here.
+  for (const auto* objects : {&inserted_, &updated_}) {
+    for (const Ref<NSManagedObject>& object : *objects) static_cast<void>(object->objectID());
+  }
   const auto listed = [](const std::vector<Ref<NSManagedObject>>& objects) {
     return Value(ValueList(objects.begin(), objects.end()));
   };

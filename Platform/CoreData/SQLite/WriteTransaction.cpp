@@ -7,6 +7,7 @@
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreCore.h"
 #include "CoreData/SQLite/StoreMarks.h"
+#include "CoreData/SQLite/StoreSchema.h"
 #include "absl/container/flat_hash_map.h"
 
 namespace coredata {
@@ -171,15 +172,28 @@ void WriteTransaction::commitOrAbandon() {
   try {
     connection().commit();
   } catch (...) {
-    // Whether the changes reached the disk is not known before the file is opened anew, so nothing
-    // that this connection or we ourselves remember of it counts any more.
+    // Nothing that this connection or we ourselves remember of the store counts any more.
     core().rows().commitFailed();
     core().counters().forget();
+    connection().rollBack();
     connection().abandon();
+    overwriteFailedCommit();
     finish();
     throw;
   }
   core().rows().didCommit(changes_);
+}
+
+void WriteTransaction::overwriteFailedCommit() noexcept {
+  try {
+    const ConnectionLease other = core().lease();
+    other->beginWriting();
+    // Sets the number to what it is, which writes a page.
+    other->execute(("PRAGMA user_version=" + std::to_string(kStoreFormatVersion)).c_str());
+    other->commit();
+  } catch (const std::exception&) {
+    // A disk that fails this too leaves it open whether the save will turn up.
+  }
 }
 
 }  // namespace coredata

@@ -30,9 +30,9 @@ struct CommitResult {
 /// One save: everything in it reaches the store together, or nothing does. While it lives nobody
 /// else can write, so the reads in it are true until `commit`.
 ///
-/// Throws `foundation::Error` from every operation. After a throw the transaction is to be dropped;
-/// only `commit` can fail in a way that leaves open whether the store has the changes, and says so
-/// by SQLite's own error.
+/// Throws `foundation::Error` from every operation. After a throw the transaction is to be dropped,
+/// and the store is as it was. Only where the disk fails a commit and what is written then to undo
+/// it, the store may turn out to have the changes when it is opened anew.
 ///
 /// Threading: as its session.
 class WriteTransaction {
@@ -85,6 +85,10 @@ class WriteTransaction {
   void keepMarks();
   void recordHistory(const HistoryAuthor& author, CommitResult& result);
   void commitOrAbandon();
+  /// A commit that the disk did not confirm lies in the log all the same: those who have the store
+  /// open do not see it, but the next to read the log from its beginning would. Puts an empty
+  /// commit into its place, behind which it never counts.
+  void overwriteFailedCommit() noexcept;
   void finish() noexcept;
 
   ReadSession& session_;

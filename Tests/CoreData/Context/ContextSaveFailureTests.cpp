@@ -139,7 +139,9 @@ TEST_P(ContextSaveFailures, LeaveTheChangesToBeSavedAgain) {
     reached = disk.vfs.faultWasReached();
     disk.vfs.reset();
     if (failed && allotment.isInStore()) {
-      // Where the disk fails to confirm the commit, only a look at the file tells.
+      // Where the disk confirms neither the commit nor what would undo it, only a look at the file
+      // tells.
+      EXPECT_TRUE(persistent);
       ++done;
       continue;
     }

@@ -11,15 +11,6 @@
 namespace coredata {
 
 using foundation::Ref;
-using foundation::Value;
-
-namespace {
-
-std::span<const Value> argumentsOf(const NSFetchRequestBase& request) {
-  return request.predicate() ? request.predicate()->arguments() : std::span<const Value>();
-}
-
-}  // namespace
 
 void NSManagedObjectContext::requireClass(const NSFetchRequestBase& request,
                                           const EntityClass& entityClass) const {
@@ -45,10 +36,10 @@ FetchedObjects NSManagedObjectContext::fetchObjects(const NSFetchRequestBase& re
   } else if (request.fetchBatchSize() != 0 || !request.includesPropertyValues()) {
     content->batchSize = request.fetchBatchSize();
     content->keys =
-        store.keys(*plan, argumentsOf(request), request.fetchLimit(), request.fetchOffset());
+        store.keys(*plan, request.arguments(), request.fetchLimit(), request.fetchOffset());
   } else {
     content->rows =
-        store.rows(*plan, argumentsOf(request), request.fetchLimit(), request.fetchOffset());
+        store.rows(*plan, request.arguments(), request.fetchLimit(), request.fetchOffset());
   }
   return FetchedObjects(std::move(content));
 }
@@ -63,7 +54,7 @@ std::int64_t NSManagedObjectContext::count(const NSFetchRequestBase& request) {
   }
   const std::size_t limit =
       request.fetchLimit() == 0 ? 0 : request.fetchLimit() + request.fetchOffset();
-  const std::int64_t found = store.count(*plan, argumentsOf(request), limit);
+  const std::int64_t found = store.count(*plan, request.arguments(), limit);
   return std::max<std::int64_t>(0, found - static_cast<std::int64_t>(request.fetchOffset()));
 }
 
@@ -76,7 +67,7 @@ DictionaryRows NSManagedObjectContext::fetchDictionaries(const NSFetchRequestBas
   processPendingChanges();
   const Ref<const FetchPlan> plan = state_->coordinator->plans().plan(request);
   QueryRunner store(state_->session(), *state_);
-  return store.dictionaries(*plan, argumentsOf(request), request.fetchLimit(),
+  return store.dictionaries(*plan, request.arguments(), request.fetchLimit(),
                             request.fetchOffset());
 }
 

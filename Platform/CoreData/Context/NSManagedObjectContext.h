@@ -21,6 +21,8 @@
 namespace coredata {
 
 class ContextState;
+class NSBatchDeleteRequest;
+struct NSBatchDeleteResult;
 
 enum class NSManagedObjectContextConcurrencyType : std::uint8_t {
   privateQueue,  ///< blocks run one at a time; a waiting one on the caller's thread
@@ -161,6 +163,14 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// The live object, or a new fault, for a reference in a dictionary row.
   [[nodiscard]] foundation::Ref<NSManagedObject> object(const NSEntityDescription& entity,
                                                         ObjectKey key);
+
+  /// Deletes in the store, past this and every other context, as one transaction that the history
+  /// records under this context's author. Pending changes take no part and stay pending; nobody is
+  /// notified, and live objects go on to show what they had until they are refreshed. Delete rules
+  /// hold: a relationship that denies, or one that must not be absent, refuses the whole request.
+  /// Throws `SaveErrorCode`s, what a fetch throws and the store's own errors; the store is then
+  /// unchanged.
+  NSBatchDeleteResult execute(const NSBatchDeleteRequest& request);
 
   [[nodiscard]] std::string description() const override;
 

@@ -22,9 +22,11 @@ bool precedes(ObjectKey left, ObjectKey right) noexcept {
 
 PendingFetch::PendingFetch(ContextState& state, const FetchPlan& plan,
                            const NSFetchRequestBase& request, QueryRunner& store)
-    : state_(state), plan_(plan), request_(request), store_(store) {
-  if (request.predicate()) arguments_ = request.predicate()->arguments();
-}
+    : state_(state),
+      plan_(plan),
+      request_(request),
+      store_(store),
+      arguments_(request.arguments()) {}
 
 std::size_t PendingFetch::storeLimit() const noexcept {
   if (request_.fetchLimit() == 0) return 0;

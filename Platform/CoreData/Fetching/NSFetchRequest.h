@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,6 +57,10 @@ class NSFetchRequestBase {
   }
   void setPredicate(std::optional<foundation::NSPredicate> predicate) {
     predicate_ = std::move(predicate);
+  }
+  /// The values for the predicate's places; none without a predicate. They lie in the request.
+  [[nodiscard]] std::span<const foundation::Value> arguments() const noexcept {
+    return predicate_ ? predicate_->arguments() : std::span<const foundation::Value>();
   }
   [[nodiscard]] const std::vector<foundation::NSSortDescriptor>& sortDescriptors() const noexcept {
     return sorts_;

@@ -32,4 +32,7 @@ namespace benchmarks {
 /// A process that opens a store, checks in once and ends.
 [[nodiscard]] Comparison processOfOneCheckin();
 
+/// Each question of the application's interface.
+[[nodiscard]] std::vector<Comparison> requirements();
+
 }  // namespace benchmarks

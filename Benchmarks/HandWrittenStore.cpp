@@ -183,8 +183,7 @@ HandWrittenStore::HandWrittenStore(const std::string& path, Durability durabilit
       sumOfMonth_(database_.get(),
                   "SELECT total(count) FROM Checkin WHERE activity = ? AND date >= ? AND date < ?"),
       checkinsByDate_(database_.get(),
-                      "SELECT activity, count, createdDate, date, memo, modifiedDate, type FROM "
-                      "Checkin ORDER BY date"),
+                      "SELECT " BENCHMARKS_CHECKIN_COLUMNS " FROM Checkin ORDER BY date"),
       daysOfActivities_(
           database_.get(),
           "SELECT activity, date FROM Checkin GROUP BY activity, date ORDER BY date") {}
@@ -263,16 +262,7 @@ double HandWrittenStore::sumOfMonth(std::int64_t activity, std::string_view mont
 std::vector<CheckinRecord> HandWrittenStore::checkinsByDate() {
   std::vector<CheckinRecord> records;
   PreparedStatement& rows = checkinsByDate_;
-  while (rows.step()) {
-    CheckinRecord& record = records.emplace_back();
-    record.activity = rows.integer(0);
-    record.count = rows.real(1);
-    record.createdDate = rows.optionalReal(2);
-    record.date = rows.optionalText(3);
-    record.memo = rows.optionalText(4);
-    record.modifiedDate = rows.optionalReal(5);
-    record.type = static_cast<std::int16_t>(rows.integer(6));
-  }
+  while (rows.step()) records.push_back(readCheckin(rows));
   rows.reset();
   return records;
 }
@@ -280,6 +270,18 @@ std::vector<CheckinRecord> HandWrittenStore::checkinsByDate() {
 std::int64_t HandWrittenStore::number(const char* sql) {
   PreparedStatement statement(database_.get(), sql);
   return statement.step() ? statement.integer(0) : 0;
+}
+
+CheckinRecord readCheckin(PreparedStatement& row) {
+  CheckinRecord record;
+  record.activity = row.integer(0);
+  record.count = row.real(1);
+  record.createdDate = row.optionalReal(2);
+  record.date = row.optionalText(3);
+  record.memo = row.optionalText(4);
+  record.modifiedDate = row.optionalReal(5);
+  record.type = static_cast<std::int16_t>(row.integer(6));
+  return record;
 }
 
 double secondsNow() noexcept {

@@ -94,6 +94,8 @@ class HandWrittenStore {
   /// The sum of the counts of one month, "yyyy-MM".
   [[nodiscard]] double sumOfMonth(std::int64_t activity, std::string_view month);
   [[nodiscard]] std::vector<CheckinRecord> checkinsByDate();
+  /// Another statement on this store; it must not outlive it.
+  [[nodiscard]] PreparedStatement statement(const char* sql) { return {database_.get(), sql}; }
   [[nodiscard]] PreparedStatement& daysOfActivities() { return daysOfActivities_; }
   [[nodiscard]] std::int64_t countOfCheckins() { return number("SELECT count(*) FROM Checkin"); }
   [[nodiscard]] std::int64_t countOfActivities() { return number("SELECT count(*) FROM Activity"); }
@@ -127,6 +129,11 @@ class HandWrittenStore {
   std::int64_t transaction_ = 0;
   std::int64_t sequence_ = 0;
 };
+
+/// What a statement selects that `readCheckin` reads.
+#define BENCHMARKS_CHECKIN_COLUMNS "activity, count, createdDate, date, memo, modifiedDate, type"
+/// The check-in on which the statement stands.
+[[nodiscard]] CheckinRecord readCheckin(PreparedStatement& row);
 
 /// Seconds since the reference date, as both sides store them.
 [[nodiscard]] double secondsNow() noexcept;

@@ -21,27 +21,31 @@ std::int64_t wholeSeconds(const std::optional<double>& date) {
 
 }  // namespace
 
+std::int64_t readingOf(const CDCheckin& checkin) {
+  return static_cast<std::int64_t>(checkin.count()) + wholeSeconds(checkin.createdDate()) +
+         lengthOf(checkin.date()) + lengthOf(checkin.memo()) +
+         wholeSeconds(checkin.modifiedDate()) + checkin.type();
+}
+
+std::int64_t readingOf(const CheckinRecord& checkin) {
+  return static_cast<std::int64_t>(checkin.count) + wholeSeconds(checkin.createdDate) +
+         lengthOf(checkin.date) + lengthOf(checkin.memo) + wholeSeconds(checkin.modifiedDate) +
+         checkin.type;
+}
+
 std::int64_t readEverything(EngineStore& store) {
   return store.inBlock([&] {
     auto request = CDCheckin::fetchRequest();
     request.setSortDescriptors({{"date", true}});
     std::int64_t sum = 0;
-    for (const auto& checkin : store.context().fetch(request)) {
-      sum += static_cast<std::int64_t>(checkin->count()) + wholeSeconds(checkin->createdDate()) +
-             lengthOf(checkin->date()) + lengthOf(checkin->memo()) +
-             wholeSeconds(checkin->modifiedDate()) + checkin->type();
-    }
+    for (const auto& checkin : store.context().fetch(request)) sum += readingOf(*checkin);
     return sum;
   });
 }
 
 std::int64_t readEverything(HandWrittenStore& store) {
   std::int64_t sum = 0;
-  for (const CheckinRecord& checkin : store.checkinsByDate()) {
-    sum += static_cast<std::int64_t>(checkin.count) + wholeSeconds(checkin.createdDate) +
-           lengthOf(checkin.date) + lengthOf(checkin.memo) + wholeSeconds(checkin.modifiedDate) +
-           checkin.type;
-  }
+  for (const CheckinRecord& checkin : store.checkinsByDate()) sum += readingOf(checkin);
   return sum;
 }
 

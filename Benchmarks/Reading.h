@@ -9,4 +9,8 @@ namespace benchmarks {
 [[nodiscard]] std::int64_t readEverything(EngineStore& store);
 [[nodiscard]] std::int64_t readEverything(HandWrittenStore& store);
 
+/// A number that depends on every attribute of the check-in.
+[[nodiscard]] std::int64_t readingOf(const coredatastack::CDCheckin& checkin);
+[[nodiscard]] std::int64_t readingOf(const CheckinRecord& checkin);
+
 }  // namespace benchmarks

@@ -59,20 +59,22 @@ std::optional<Options> parsed(int count, char** arguments) {
 
 std::vector<Comparison> allComparisons() {
   using namespace benchmarks;
-  return {checkinAtFullDurability(),
-          checkinAtNormalDurability(),
-          importInOneSave(),
-          raisedCounts(),
-          fetchOfEverything(),
-          dayByDay(),
-          daysInOneBlock(),
-          countsOfRanges(),
-          sumsOfMonths(),
-          sumsOfMonthsInOneBlock(),
-          latestCheckins(),
-          openingToFirstQuery(),
-          memoryOfEverything(),
-          processOfOneCheckin()};
+  std::vector<Comparison> result{checkinAtFullDurability(),
+                                 checkinAtNormalDurability(),
+                                 importInOneSave(),
+                                 raisedCounts(),
+                                 fetchOfEverything(),
+                                 dayByDay(),
+                                 daysInOneBlock(),
+                                 countsOfRanges(),
+                                 sumsOfMonths(),
+                                 sumsOfMonthsInOneBlock(),
+                                 latestCheckins(),
+                                 openingToFirstQuery(),
+                                 memoryOfEverything(),
+                                 processOfOneCheckin()};
+  for (Comparison& requirement : requirements()) result.push_back(std::move(requirement));
+  return result;
 }
 
 /// Both sides live in one zone that has summer time, as most people do.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <memory>
 
 #include "Benchmarks/Benchmarks.h"
@@ -75,12 +76,17 @@ std::int64_t readingOfOne(const Ref<CDCheckin>& checkin) {
   return checkin ? readingOf(*checkin) : 0;
 }
 
+std::int64_t lengthOf(const std::optional<std::string>& text) {
+  return text ? static_cast<std::int64_t>(text->size()) : 0;
+}
+
 template <typename List>
 std::int64_t readingOfActivities(const List& activities) {
   std::int64_t sum = 0;
   for (const auto& activity : activities) {
-    const auto title = activity->title();
-    sum += static_cast<std::int64_t>(title ? title->size() : 0) + activity->status() + 1;
+    sum += lengthOf(activity->title()) + lengthOf(activity->memo()) + lengthOf(activity->notes()) +
+           lengthOf(activity->icon()) + lengthOf(activity->startDate()) +
+           lengthOf(activity->endDate()) + activity->status() + 1;
   }
   return sum;
 }
@@ -96,15 +102,23 @@ std::int64_t readCheckins(PreparedStatement& rows) {
 }
 
 std::int64_t readActivities(PreparedStatement& rows) {
+  constexpr int kTexts = 6;
   struct ActivityRecord {
-    std::optional<std::string> title;
+    std::array<std::optional<std::string>, kTexts> texts;
     std::int64_t status;
   };
   std::vector<ActivityRecord> records;
-  while (rows.step()) records.push_back({rows.optionalText(0), rows.integer(1)});
+  while (rows.step()) {
+    ActivityRecord& record = records.emplace_back();
+    for (int column = 0; column < kTexts; ++column) {
+      record.texts[static_cast<std::size_t>(column)] = rows.optionalText(column);
+    }
+    record.status = rows.integer(kTexts);
+  }
   std::int64_t sum = 0;
   for (const ActivityRecord& record : records) {
-    sum += static_cast<std::int64_t>(record.title ? record.title->size() : 0) + record.status + 1;
+    for (const auto& text : record.texts) sum += lengthOf(text);
+    sum += record.status + 1;
   }
   return sum;
 }
@@ -159,7 +173,8 @@ CalendarItem monthOf(const Asked& asked) {
 }
 
 #define CHECKINS "SELECT " BENCHMARKS_CHECKIN_COLUMNS " FROM Checkin WHERE "
-#define ACTIVITIES "SELECT a.title, a.status FROM Activity a "
+#define ACTIVITIES \
+  "SELECT a.title, a.memo, a.notes, a.icon, a.startDate, a.endDate, a.status FROM Activity a "
 #define IN_GROUPS "LEFT JOIN \"Group\" g ON g.id = a.\"group\" "
 #define IN_PLACES "LEFT JOIN \"Order\" o ON o.activity = a.id "
 

@@ -23,37 +23,48 @@ bool isInPayload(SlotTag tag) noexcept {
 }
 }  // namespace
 
-Row::Row(const NSEntityDescription& entity, SlotIndex slotCount,
-         std::uint32_t payloadCapacity) noexcept
-    : entity_(&entity), payloadCapacity_(payloadCapacity), slotCount_(slotCount) {}
+Row::Row(const NSEntityDescription& entity, std::uint32_t payloadCapacity,
+         std::uint16_t distance) noexcept
+    : entity_(&entity),
+      payloadCapacity_(payloadCapacity),
+      slotCount_(static_cast<SlotIndex>(entity.slots().size())),
+      distance_(distance) {}
 
-Ref<Row> Row::allocate(const NSEntityDescription& entity, std::size_t payloadCapacity) {
+Ref<Row> Row::allocate(RowBlocks* blocks, const NSEntityDescription& entity,
+                       std::size_t payloadCapacity) {
   if (payloadCapacity > kMaxPayload) {
     throw foundation::Error(std::string(foundation::kCocoaErrorDomain), kPayloadTooLargeCode,
                             "The texts and data of one " + entity.name() + " pass 1 GiB.");
   }
-  const auto slotCount = static_cast<SlotIndex>(entity.slots().size());
   const std::size_t size =
-      sizeof(Row) + slotCount * (sizeof(Word) + sizeof(SlotTag)) + payloadCapacity;
-  void* memory = ::operator new(size);
-  return Ref<Row>::adopt(new (memory)
-                             Row(entity, slotCount, static_cast<std::uint32_t>(payloadCapacity)));
+      sizeof(Row) + entity.slots().size() * (sizeof(Word) + sizeof(SlotTag)) + payloadCapacity;
+  const RowPlace place =
+      blocks != nullptr ? blocks->place(size) : RowPlace{::operator new(size), 0};
+  return Ref<Row>::adopt(
+      new (place.memory) Row(entity, static_cast<std::uint32_t>(payloadCapacity), place.distance));
 }
 
 void Row::destroy() const noexcept {
+  auto* memory = reinterpret_cast<std::byte*>(const_cast<Row*>(this));
+  const std::size_t distance = distance_ * RowPlace::kUnit;
   this->~Row();
-  ::operator delete(const_cast<Row*>(this));
+  if (distance == 0) {
+    ::operator delete(memory);
+  } else {
+    reinterpret_cast<RowBlock*>(memory - distance)->drop();
+  }
 }
 
-Ref<Row> Row::make(const NSEntityDescription& entity, std::size_t payloadCapacity) {
-  Ref<Row> result = allocate(entity, payloadCapacity);
+Ref<Row> Row::make(const NSEntityDescription& entity, std::size_t payloadCapacity,
+                   RowBlocks* blocks) {
+  Ref<Row> result = allocate(blocks, entity, payloadCapacity);
   std::memset(result->words(), 0, result->slotsSize());
   return result;
 }
 
 Ref<Row> Row::copy(std::size_t extraCapacity) const {
   const std::size_t used = usedPayload();
-  Ref<Row> result = allocate(*entity_, used + extraCapacity);
+  Ref<Row> result = allocate(nullptr, *entity_, used + extraCapacity);
   result->key_ = key_;
   result->version_ = version_;
   if (used == payloadSize_) {
@@ -86,10 +97,14 @@ std::size_t Row::usedPayload() const noexcept {
 
 std::size_t Row::byteSize() const noexcept { return sizeof(Row) + slotsSize() + payloadCapacity_; }
 
-std::string_view Row::text(SlotIndex slot) const noexcept {
-  if (tag(slot) != SlotTag::text) return {};
+std::string_view Row::packed(SlotIndex slot) const noexcept {
+  if (!isInPayload(tag(slot))) return {};
   const PayloadRange range = words()[slot].range;
   return {reinterpret_cast<const char*>(payload()) + range.offset, range.size};
+}
+
+std::string_view Row::text(SlotIndex slot) const noexcept {
+  return tag(slot) == SlotTag::text ? packed(slot) : std::string_view();
 }
 
 std::span<const std::uint8_t> Row::bytes(SlotIndex slot) const noexcept {

@@ -8,6 +8,7 @@
 
 #include "CoreData/Model/NSEntityDescription.h"
 #include "CoreData/Rows/ObjectKey.h"
+#include "CoreData/Rows/RowBlocks.h"
 #include "Foundation/Values/Ref.h"
 #include "Foundation/Values/UUID.h"
 #include "Foundation/Values/Value.h"
@@ -26,8 +27,8 @@ enum class SlotTag : std::uint8_t {
   reference,   ///< the key of another object
 };
 
-/// The values of one object as the store holds them: one allocation of 8-byte slots, a tag each,
-/// and the texts and bytes behind them.
+/// The values of one object as the store holds them: 8-byte slots, a tag each, and the texts and
+/// bytes behind them, in one piece of memory.
 ///
 /// A row is written while exactly one handle holds it and is immutable as soon as it is shared; the
 /// setters demand that (checked in debug builds). Setting a text or bytes may move the row, which
@@ -40,9 +41,10 @@ class Row {
   Row& operator=(const Row&) = delete;
 
   /// A row with every slot absent, key and version 0, and room for `payloadCapacity` bytes of
-  /// texts.
+  /// texts. It lies in memory of its own, or next to the rows that were made in `blocks` before.
   [[nodiscard]] static foundation::Ref<Row> make(const NSEntityDescription& entity,
-                                                 std::size_t payloadCapacity = 0);
+                                                 std::size_t payloadCapacity = 0,
+                                                 RowBlocks* blocks = nullptr);
   /// A copy that can be written, with room for `extraCapacity` more bytes.
   [[nodiscard]] foundation::Ref<Row> copy(std::size_t extraCapacity = 0) const;
 
@@ -71,6 +73,8 @@ class Row {
   [[nodiscard]] std::string_view text(SlotIndex slot) const noexcept;
   [[nodiscard]] std::span<const std::uint8_t> bytes(SlotIndex slot) const noexcept;
   [[nodiscard]] foundation::UUID identifier(SlotIndex slot) const noexcept;
+  /// The bytes of a text, of data or of an identifier, whichever it is.
+  [[nodiscard]] std::string_view packed(SlotIndex slot) const noexcept;
   /// The slot as a value of run-time kind; a reference gives its key as a number. Allocates for
   /// texts and bytes.
   [[nodiscard]] foundation::Value value(SlotIndex slot) const;
@@ -117,11 +121,11 @@ class Row {
     PayloadRange range;
   };
 
-  Row(const NSEntityDescription& entity, SlotIndex slotCount,
-      std::uint32_t payloadCapacity) noexcept;
+  Row(const NSEntityDescription& entity, std::uint32_t payloadCapacity,
+      std::uint16_t distance) noexcept;
   ~Row() = default;
   void destroy() const noexcept;
-  static foundation::Ref<Row> allocate(const NSEntityDescription& entity,
+  static foundation::Ref<Row> allocate(RowBlocks* blocks, const NSEntityDescription& entity,
                                        std::size_t payloadCapacity);
   static void setRange(foundation::Ref<Row>& row, SlotIndex slot, SlotTag tag, const void* source,
                        std::size_t size);
@@ -158,6 +162,8 @@ class Row {
   std::uint32_t payloadSize_ = 0;
   std::uint32_t payloadCapacity_;
   SlotIndex slotCount_;
+  /// How far behind the start of its block the row lies; 0 in memory of its own.
+  std::uint16_t distance_;
 };
 
 }  // namespace coredata

@@ -9,6 +9,11 @@ namespace coredata {
 using foundation::Ref;
 using foundation::UUID;
 
+namespace {
+/// The key and the version stand before the slots.
+constexpr int kFirstSlotColumn = 2;
+}  // namespace
+
 std::string quoted(std::string_view name) {
   std::string result = "\"";
   for (const char character : name) {
@@ -59,43 +64,44 @@ std::string RowColumns::list(std::string_view alias) const {
   return result;
 }
 
-std::size_t RowColumns::payloadSize(Statement& statement, int firstSlotColumn) const {
+std::size_t RowColumns::payloadSize(const Statement& statement) const {
   std::size_t size = 0;
-  for (const SlotIndex slot : payloadSlots_) size += statement.byteSize(firstSlotColumn + slot);
+  for (const SlotIndex slot : payloadSlots_) {
+    size += statement.cell(kFirstSlotColumn + slot).byteSize();
+  }
   return size;
 }
 
-Ref<Row> RowColumns::read(Statement& statement, int firstColumn) const {
-  const int firstSlotColumn = firstColumn + 2;
-  Ref<Row> row = Row::make(*entity_, payloadSize(statement, firstSlotColumn));
-  row->setKey(statement.integer(firstColumn));
-  row->setVersion(statement.integer(firstColumn + 1));
+Ref<Row> RowColumns::read(const Statement& statement, RowBlocks* blocks) const {
+  Ref<Row> row = Row::make(*entity_, payloadSize(statement), blocks);
+  row->setKey(statement.integer(0));
+  row->setVersion(statement.integer(1));
   const auto count = static_cast<SlotIndex>(kinds_.size());
   for (SlotIndex slot = 0; slot < count; ++slot) {
-    const int column = firstSlotColumn + slot;
-    if (!statement.isNull(column)) readSlot(statement, column, row, slot);
+    const Cell cell = statement.cell(kFirstSlotColumn + slot);
+    if (!cell.isNull()) readSlot(cell, row, slot);
   }
   return row;
 }
 
-void RowColumns::readSlot(Statement& statement, int column, Ref<Row>& row, SlotIndex slot) const {
+void RowColumns::readSlot(const Cell& cell, Ref<Row>& row, SlotIndex slot) const {
   switch (kinds_[slot]) {
     case SlotTag::none:
       return;
     case SlotTag::integer:
-      return row->setInteger(slot, statement.integer(column));
+      return row->setInteger(slot, cell.integer());
     case SlotTag::real:
-      return row->setReal(slot, statement.real(column));
+      return row->setReal(slot, cell.real());
     case SlotTag::date:
-      return row->setDate(slot, statement.real(column));
+      return row->setDate(slot, cell.real());
     case SlotTag::reference:
-      return row->setReference(slot, statement.integer(column));
+      return row->setReference(slot, cell.integer());
     case SlotTag::text:
-      return Row::setText(row, slot, statement.text(column));
+      return Row::setText(row, slot, cell.text());
     case SlotTag::bytes:
-      return Row::setBytes(row, slot, statement.bytes(column));
+      return Row::setBytes(row, slot, cell.bytes());
     case SlotTag::identifier: {
-      const auto bytes = statement.bytes(column);
+      const auto bytes = cell.bytes();
       UUID::Bytes value;
       if (bytes.size() != value.size()) {
         throw storeError(StoreErrorCode::damaged,

@@ -10,7 +10,7 @@
 namespace coredata {
 
 /// The columns of an entity's table, and how they become a row and back. Made once per entity:
-/// reading a row then looks nothing up and allocates once.
+/// reading a row then looks nothing up.
 ///
 /// Threading: immutable.
 class RowColumns {
@@ -24,15 +24,16 @@ class RowColumns {
   /// How many columns `list` names.
   [[nodiscard]] int count() const noexcept { return static_cast<int>(kinds_.size()) + 2; }
 
-  /// The row on which the statement stands; its columns from `firstColumn` on are those of `list`.
-  /// Throws when one of them cannot be what the model says.
-  [[nodiscard]] foundation::Ref<Row> read(Statement& statement, int firstColumn = 0) const;
+  /// The row on which the statement stands, whose columns are those of `list`; in memory of its
+  /// own, or next to the others in `blocks`. Throws when a column cannot be what the model says.
+  [[nodiscard]] foundation::Ref<Row> read(const Statement& statement,
+                                          RowBlocks* blocks = nullptr) const;
   /// Lends the slot's value to the statement until that is reset.
   static void bind(Statement& statement, int parameter, const Row& row, SlotIndex slot);
 
  private:
-  [[nodiscard]] std::size_t payloadSize(Statement& statement, int firstSlotColumn) const;
-  void readSlot(Statement& statement, int column, foundation::Ref<Row>& row, SlotIndex slot) const;
+  [[nodiscard]] std::size_t payloadSize(const Statement& statement) const;
+  void readSlot(const Cell& cell, foundation::Ref<Row>& row, SlotIndex slot) const;
 
   const NSEntityDescription* entity_;
   std::vector<SlotTag> kinds_;

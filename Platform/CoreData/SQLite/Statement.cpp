@@ -56,20 +56,22 @@ void Statement::run() {
   }
 }
 
-std::span<const std::uint8_t> Statement::bytes(int column) const {
-  const void* start = sqlite3_column_blob(statement_, column);
-  const std::size_t size = byteSize(column);
+std::string_view Statement::text(int column) const { return cell(column).text(); }
+
+void Statement::fail(int result) const { connection_.fail(result, sql()); }
+
+std::span<const std::uint8_t> Cell::bytes() const {
+  const void* start = sqlite3_value_blob(value_);
+  const std::size_t size = byteSize();
   // SQLite answers a null address for an empty value and for one that it found no memory for.
-  if (start == nullptr && size != 0) fail(SQLITE_NOMEM);
+  if (start == nullptr && size != 0) statement_.fail(SQLITE_NOMEM);
   return {static_cast<const std::uint8_t*>(start), size};
 }
 
-std::string_view Statement::text(int column) const {
+std::string_view Cell::text() const {
   // Read as bytes: asking for a text would copy it only to put a NUL behind it.
-  const auto value = bytes(column);
+  const auto value = bytes();
   return {reinterpret_cast<const char*>(value.data()), value.size()};
 }
-
-void Statement::fail(int result) const { connection_.fail(result, sql()); }
 
 }  // namespace coredata

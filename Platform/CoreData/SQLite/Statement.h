@@ -10,6 +10,7 @@
 
 namespace coredata {
 
+class Cell;
 class Connection;
 
 /// A prepared statement of a connection. Parameters and columns are counted from 1 and 0, as SQLite
@@ -56,13 +57,8 @@ class Statement {
   /// went wrong in.
   void reset() noexcept { sqlite3_reset(statement_); }
 
-  [[nodiscard]] bool isNull(int column) const noexcept {
-    return sqlite3_column_type(statement_, column) == SQLITE_NULL;
-  }
-  /// The kind of the value that is there, as SQLite numbers them.
-  [[nodiscard]] int storageClass(int column) const noexcept {
-    return sqlite3_column_type(statement_, column);
-  }
+  /// The column's value in the row on which the statement stands.
+  [[nodiscard]] Cell cell(int column) const noexcept;
   [[nodiscard]] std::int64_t integer(int column) const noexcept {
     return sqlite3_column_int64(statement_, column);
   }
@@ -71,15 +67,13 @@ class Statement {
   }
   /// Empty for an absent value.
   [[nodiscard]] std::string_view text(int column) const;
-  [[nodiscard]] std::span<const std::uint8_t> bytes(int column) const;
-  [[nodiscard]] std::size_t byteSize(int column) const noexcept {
-    return static_cast<std::size_t>(sqlite3_column_bytes(statement_, column));
-  }
   [[nodiscard]] int columnCount() const noexcept { return sqlite3_column_count(statement_); }
   [[nodiscard]] bool isRunning() const noexcept { return sqlite3_stmt_busy(statement_) != 0; }
   [[nodiscard]] std::string_view sql() const noexcept { return sqlite3_sql(statement_); }
 
  private:
+  friend class Cell;
+
   void check(int result) const {
     if (result != SQLITE_OK) fail(result);
   }
@@ -88,6 +82,38 @@ class Statement {
   Connection& connection_;
   sqlite3_stmt* statement_ = nullptr;
 };
+
+/// What a column holds in the row on which its statement stands, looked up once: asking the
+/// statement costs a look-up and SQLite's lock for each answer. Good until the next step.
+///
+/// SQLite calls such a value unprotected, which matters only where threads share a connection.
+class Cell {
+ public:
+  /// The kind of the value that is there, as SQLite numbers them.
+  [[nodiscard]] int storageClass() const noexcept { return sqlite3_value_type(value_); }
+  [[nodiscard]] bool isNull() const noexcept { return storageClass() == SQLITE_NULL; }
+  [[nodiscard]] std::int64_t integer() const noexcept { return sqlite3_value_int64(value_); }
+  [[nodiscard]] double real() const noexcept { return sqlite3_value_double(value_); }
+  /// Empty for an absent value.
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const;
+  [[nodiscard]] std::string_view text() const;
+  [[nodiscard]] std::size_t byteSize() const noexcept {
+    return static_cast<std::size_t>(sqlite3_value_bytes(value_));
+  }
+
+ private:
+  friend class Statement;
+
+  Cell(const Statement& statement, sqlite3_value* value) noexcept
+      : statement_(statement), value_(value) {}
+
+  const Statement& statement_;
+  sqlite3_value* value_;
+};
+
+inline Cell Statement::cell(int column) const noexcept {
+  return {*this, sqlite3_column_value(statement_, column)};
+}
 
 /// The time for which a statement is stepped: resets it at the end, also when a step throws.
 class StatementUse {

@@ -12,25 +12,24 @@ bool isNumber(int storageClass) noexcept {
   return storageClass == SQLITE_INTEGER || storageClass == SQLITE_FLOAT;
 }
 
-void appendWhole(Statement& statement, int column, DictionaryRows& rows) {
-  const bool isReal = statement.storageClass(column) == SQLITE_FLOAT;
-  rows.appendInteger(isReal ? NSNumber(statement.real(column)).int64Value()
-                            : statement.integer(column));
+void appendWhole(const Cell& cell, DictionaryRows& rows) {
+  const bool isReal = cell.storageClass() == SQLITE_FLOAT;
+  rows.appendInteger(isReal ? NSNumber(cell.real()).int64Value() : cell.integer());
 }
 
-void appendAsStored(Statement& statement, int column, DictionaryRows& rows) {
-  switch (statement.storageClass(column)) {
+void appendAsStored(const Cell& cell, DictionaryRows& rows) {
+  switch (cell.storageClass()) {
     case SQLITE_INTEGER:
-      rows.appendInteger(statement.integer(column));
+      rows.appendInteger(cell.integer());
       return;
     case SQLITE_FLOAT:
-      rows.appendReal(statement.real(column));
+      rows.appendReal(cell.real());
       return;
     case SQLITE_TEXT:
-      rows.appendText(statement.text(column));
+      rows.appendText(cell.text());
       return;
     case SQLITE_BLOB:
-      rows.appendBytes(statement.bytes(column));
+      rows.appendBytes(cell.bytes());
       return;
     default:
       rows.appendNone();
@@ -38,27 +37,26 @@ void appendAsStored(Statement& statement, int column, DictionaryRows& rows) {
 }
 
 /// False when the value cannot be had as that type.
-bool appendAs(NSAttributeType type, int storageClass, Statement& statement, int column,
-              DictionaryRows& rows) {
+bool appendAs(NSAttributeType type, int storageClass, const Cell& cell, DictionaryRows& rows) {
   switch (type) {
     case NSAttributeType::integer16:
     case NSAttributeType::integer32:
     case NSAttributeType::integer64:
     case NSAttributeType::boolean:
       if (!isNumber(storageClass)) return false;
-      appendWhole(statement, column, rows);
+      appendWhole(cell, rows);
       return true;
     case NSAttributeType::double_:
       if (!isNumber(storageClass)) return false;
-      rows.appendReal(statement.real(column));
+      rows.appendReal(cell.real());
       return true;
     case NSAttributeType::date:
       if (!isNumber(storageClass)) return false;
-      rows.appendDate(statement.real(column));
+      rows.appendDate(cell.real());
       return true;
     case NSAttributeType::uuid:
       if (storageClass != SQLITE_BLOB) return false;
-      rows.appendIdentifier(statement.bytes(column));
+      rows.appendIdentifier(cell.bytes());
       return true;
     case NSAttributeType::string:
     case NSAttributeType::binaryData:
@@ -68,25 +66,25 @@ bool appendAs(NSAttributeType type, int storageClass, Statement& statement, int 
   return false;
 }
 
-void appendCell(const FetchColumn& given, Statement& statement, int column, DictionaryRows& rows) {
-  const int storageClass = statement.storageClass(column);
+void appendCell(const FetchColumn& given, const Cell& cell, DictionaryRows& rows) {
+  const int storageClass = cell.storageClass();
   if (storageClass == SQLITE_NULL) {
     rows.appendNone();
     return;
   }
   const bool isObject = given.path.attribute == nullptr && given.aggregate != Aggregate::count;
   if (isObject && storageClass == SQLITE_INTEGER) {
-    rows.appendReference(statement.integer(column));
-  } else if (!appendAs(given.type, storageClass, statement, column, rows)) {
-    appendAsStored(statement, column, rows);
+    rows.appendReference(cell.integer());
+  } else if (!appendAs(given.type, storageClass, cell, rows)) {
+    appendAsStored(cell, rows);
   }
 }
 
 }  // namespace
 
-void appendRow(Statement& statement, DictionaryRows& rows) {
+void appendRow(const Statement& statement, DictionaryRows& rows) {
   int column = 0;
-  for (const FetchColumn& given : rows.columns()) appendCell(given, statement, column++, rows);
+  for (const FetchColumn& given : rows.columns()) appendCell(given, statement.cell(column++), rows);
 }
 
 }  // namespace coredata

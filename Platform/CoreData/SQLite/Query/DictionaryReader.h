@@ -7,6 +7,6 @@ namespace coredata {
 
 /// Appends the row on which the statement stands, each column as the kind that the plan declares
 /// for it. A value that has no such form, such as a text declared a number, keeps its own kind.
-void appendRow(Statement& statement, DictionaryRows& rows);
+void appendRow(const Statement& statement, DictionaryRows& rows);
 
 }  // namespace coredata

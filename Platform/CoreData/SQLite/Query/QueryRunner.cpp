@@ -58,9 +58,14 @@ bool mustSortInStore(QueryCache& cache, const FetchPlan& plan, const QueryInput&
 }
 
 void cut(std::vector<Ref<Row>>& rows, std::size_t limit, std::size_t offset) {
+  const std::size_t read = rows.size();
   const auto first = rows.begin() + static_cast<std::ptrdiff_t>(std::min(offset, rows.size()));
   rows.erase(rows.begin(), first);
   if (limit != 0 && limit < rows.size()) rows.resize(limit);
+  // Few that are left must not keep the memory of the others.
+  if (rows.size() < read / 2) {
+    for (Ref<Row>& row : rows) row = row->copy();
+  }
 }
 
 }  // namespace
@@ -74,7 +79,8 @@ std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const V
   const RowColumns& columns = reading.core().columns(plan.entity());
   QueryRun run(reading, plan, QueryResult::rows, isSorted, input, objects_);
   std::vector<Ref<Row>> rows;
-  while (run.step()) rows.push_back(columns.read(run.statement()));
+  RowBlocks blocks;
+  while (run.step()) rows.push_back(columns.read(run.statement(), &blocks));
   if (!isSorted) {
     sortRows(rows, plan.sorts());
     cut(rows, limit, offset);

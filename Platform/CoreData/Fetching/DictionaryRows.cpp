@@ -4,13 +4,35 @@
 #include <cassert>
 #include <cstring>
 
+#include "CoreData/Fetching/SortedOrder.h"
+
 namespace coredata {
 
 using foundation::Value;
 
+namespace {
+
+bool showsAsStored(const FetchColumn& column) noexcept {
+  const NSAttributeDescription* attribute = column.path.attribute;
+  const auto stored =
+      attribute == nullptr ? NSAttributeType::undefined : attribute->attributeType();
+  return column.aggregate == Aggregate::none && column.type == stored;
+}
+
+/// The column that shows the values of a path as they are stored.
+std::size_t columnShowing(std::span<const FetchColumn> columns, const ResolvedPath& path) {
+  const auto found = std::ranges::find_if(columns, [&](const FetchColumn& column) {
+    return column.path == path && showsAsStored(column);
+  });
+  return found == columns.end() ? DictionaryRows::kNoColumn
+                                : static_cast<std::size_t>(found - columns.begin());
+}
+
+}  // namespace
+
 std::size_t DictionaryRows::column(std::string_view name) const noexcept {
-  const auto found = std::ranges::find(columns_, name, &FetchColumn::name);
-  return found == columns_.end() ? kNoColumn : static_cast<std::size_t>(found - columns_.begin());
+  const auto found = std::ranges::find(columns(), name, &FetchColumn::name);
+  return found == columns().end() ? kNoColumn : static_cast<std::size_t>(found - columns().begin());
 }
 
 std::int64_t DictionaryRows::integer(std::size_t row, std::size_t column) const noexcept {
@@ -90,13 +112,54 @@ void DictionaryRows::appendPacked(SlotTag tag, const void* source, std::size_t s
   payload_.append(static_cast<const char*>(source), size);
 }
 
+bool DictionaryRows::canSort(const FetchPlan& plan, std::span<const SortTerm> sorts) {
+  return std::ranges::all_of(sorts, [&](const SortTerm& sort) {
+    return columnShowing(plan.columns(), sort.path) != kNoColumn;
+  });
+}
+
+SortCell DictionaryRows::sortCell(std::size_t row, std::size_t column) const noexcept {
+  const Cell& found = cell(row, column);
+  SortCell result;
+  result.tag = found.tag;
+  switch (found.tag) {
+    case SlotTag::none:
+      break;
+    case SlotTag::integer:
+    case SlotTag::reference:
+      result.integer = found.integer;
+      break;
+    case SlotTag::real:
+    case SlotTag::date:
+      result.real = found.real;
+      break;
+    case SlotTag::text:
+    case SlotTag::bytes:
+    case SlotTag::identifier:
+      result.packed = std::string_view(payload_).substr(found.offset, found.size);
+      break;
+  }
+  return result;
+}
+
+void DictionaryRows::sort(std::span<const SortTerm> sorts) {
+  std::vector<std::size_t> columns;
+  for (const SortTerm& sort : sorts) {
+    columns.push_back(columnShowing(plan_->columns(), sort.path));
+  }
+  const auto valueOf = [&](std::uint32_t row, std::size_t sort) {
+    return sortCell(row, columns[sort]);
+  };
+  reorder(SortedOrder(sorts, valueOf).of(size()));
+}
+
 void DictionaryRows::reorder(std::span<const std::uint32_t> rows) {
   assert(rows.size() == size());
   std::vector<Cell> ordered;
   ordered.reserve(cells_.size());
   for (const std::uint32_t row : rows) {
-    const auto first = cells_.begin() + static_cast<std::ptrdiff_t>(row * columns_.size());
-    ordered.insert(ordered.end(), first, first + static_cast<std::ptrdiff_t>(columns_.size()));
+    const auto first = cells_.begin() + static_cast<std::ptrdiff_t>(row * width_);
+    ordered.insert(ordered.end(), first, first + static_cast<std::ptrdiff_t>(width_));
   }
   cells_ = std::move(ordered);
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "CoreData/Fetching/FetchPlan.h"
+#include "CoreData/Fetching/SortCell.h"
 #include "CoreData/Rows/Row.h"
 
 namespace coredata {
@@ -16,13 +17,16 @@ namespace coredata {
 class DictionaryRows {
  public:
   DictionaryRows() = default;
-  explicit DictionaryRows(std::vector<FetchColumn> columns) : columns_(std::move(columns)) {}
+  /// No rows yet, of the plan's columns.
+  explicit DictionaryRows(const FetchPlan& plan) : plan_(&plan), width_(plan.columns().size()) {}
 
   [[nodiscard]] std::size_t size() const noexcept {
-    return columns_.empty() ? 0 : cells_.size() / columns_.size();
+    return width_ == 0 ? 0 : cells_.size() / width_;
   }
   [[nodiscard]] bool empty() const noexcept { return size() == 0; }
-  [[nodiscard]] const std::vector<FetchColumn>& columns() const noexcept { return columns_; }
+  [[nodiscard]] std::span<const FetchColumn> columns() const noexcept {
+    return plan_ ? std::span(plan_->columns()) : std::span<const FetchColumn>();
+  }
   static constexpr std::size_t kNoColumn = static_cast<std::size_t>(-1);
   /// The number of the column of that name, or `kNoColumn`.
   [[nodiscard]] std::size_t column(std::string_view name) const noexcept;
@@ -38,7 +42,7 @@ class DictionaryRows {
   /// The cell as a value of run-time kind; a reference gives its key as a number.
   [[nodiscard]] foundation::Value value(std::size_t row, std::size_t column) const;
 
-  void reserve(std::size_t rows) { cells_.reserve(rows * columns_.size()); }
+  void reserve(std::size_t rows) { cells_.reserve(rows * width_); }
   /// Cells are appended from left to right, row by row.
   void appendNone() { cells_.push_back({}); }
   void appendInteger(std::int64_t value);
@@ -55,8 +59,10 @@ class DictionaryRows {
     appendPacked(SlotTag::identifier, value.data(), value.size());
   }
 
-  /// Puts the rows into the order of `rows`, which names each row once.
-  void reorder(std::span<const std::uint32_t> rows);
+  /// Whether the rows hold what these sorts go by.
+  [[nodiscard]] static bool canSort(const FetchPlan& plan, std::span<const SortTerm> sorts);
+  /// Puts the rows in order by sorts that they can be sorted by.
+  void sort(std::span<const SortTerm> sorts);
 
  private:
   struct Cell {
@@ -71,10 +77,15 @@ class DictionaryRows {
 
   void appendPacked(SlotTag tag, const void* source, std::size_t size);
   [[nodiscard]] const Cell& cell(std::size_t row, std::size_t column) const noexcept {
-    return cells_[row * columns_.size() + column];
+    return cells_[row * width_ + column];
   }
+  [[nodiscard]] SortCell sortCell(std::size_t row, std::size_t column) const noexcept;
+  /// Puts the rows into the order of `rows`, which names each row once.
+  void reorder(std::span<const std::uint32_t> rows);
 
-  std::vector<FetchColumn> columns_;
+  foundation::Ref<const FetchPlan> plan_;
+  /// How many columns there are.
+  std::size_t width_ = 0;
   std::vector<Cell> cells_;
   std::string payload_;
 };

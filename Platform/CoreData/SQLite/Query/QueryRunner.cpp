@@ -68,6 +68,17 @@ void cut(std::vector<Ref<Row>>& rows, std::size_t limit, std::size_t offset) {
   }
 }
 
+/// The order of a fetch's groups, complete: by the sorts, then by what they are grouped by. Empty
+/// where nothing is grouped or sorted.
+std::vector<SortTerm> orderOfGroups(const FetchPlan& plan) {
+  if (plan.grouping().empty() || plan.sorts().empty()) return {};
+  std::vector<SortTerm> order = plan.sorts();
+  for (const ResolvedPath& path : plan.grouping()) {
+    if (std::ranges::find(order, path, &SortTerm::path) == order.end()) order.push_back({path});
+  }
+  return order;
+}
+
 }  // namespace
 
 std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const Value> arguments,
@@ -119,9 +130,14 @@ DictionaryRows QueryRunner::dictionaries(const FetchPlan& plan, std::span<const 
                                          std::size_t limit, std::size_t offset) {
   const QueryInput input{arguments, limit, offset};
   Reading reading(session_);
-  QueryRun run(reading, plan, QueryResult::dictionaries, true, input, objects_);
-  DictionaryRows rows(plan.columns());
+  const std::vector<SortTerm> order = orderOfGroups(plan);
+  const bool isSorted = order.empty() || isCut(input) ||
+                        QueryCache::of(reading.connection()).indexGivesOrder(plan) ||
+                        !DictionaryRows::canSort(plan, order);
+  QueryRun run(reading, plan, QueryResult::dictionaries, isSorted, input, objects_);
+  DictionaryRows rows(plan);
   while (run.step()) appendRow(run.statement(), rows);
+  if (!isSorted) rows.sort(order);
   return rows;
 }
 

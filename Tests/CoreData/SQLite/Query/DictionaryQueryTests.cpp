@@ -13,6 +13,7 @@ using coredata::NSAttributeType;
 using coredata::SlotTag;
 using foundation::make;
 using foundation::NSPredicate;
+using foundation::Value;
 using testing::ElementsAre;
 
 class DictionaryQuery : public testing::Test {
@@ -127,6 +128,43 @@ TEST_F(DictionaryQuery, SortsGroups) {
       run({shown("date"), shown("count", Aggregate::sum)}, {path("date")}, {{path("date"), false}});
 
   EXPECT_THAT(texts(rows), ElementsAre("b", "a", "-"));
+}
+
+TEST_F(DictionaryQuery, SortsManyGroupsAsTheStoreDoes) {
+  for (coredata::ObjectKey key = 2; key <= 5; ++key) store_.insert("Activity", key, {});
+  for (coredata::ObjectKey key = 5; key <= 800; ++key) {
+    const std::int64_t scattered = key * 7919 % 1009;
+    const Value date = scattered % 9 == 0 ? Value() : Value("2024-" + std::to_string(scattered));
+    const Value activity = scattered % 7 == 0 ? Value() : Value(scattered % 5 + 1);
+    store_.insert("Checkin", key, {{"activity", activity}, {"date", date}});
+  }
+  constexpr std::size_t kBeyondAll = 10'000;
+  for (const bool ascending : {true, false}) {
+    const auto asked = [&](std::size_t limit) {
+      return run({shown("activity"), shown("date")}, {path("activity"), path("date")},
+                 {{path("date"), ascending}}, false, limit);
+    };
+
+    const DictionaryRows all = asked(0);
+    // What is cut is sorted by the store.
+    const DictionaryRows cut = asked(kBeyondAll);
+
+    ASSERT_GT(all.size(), 500U);
+    EXPECT_EQ(texts(all, 1), texts(cut, 1));
+    for (std::size_t row = 0; row < all.size(); ++row) {
+      EXPECT_EQ(all.reference(row, 0), cut.reference(row, 0)) << "in row " << row;
+    }
+  }
+}
+
+TEST_F(DictionaryQuery, SortsByWhatIsStoredWhereAnotherKindIsShown) {
+  store_.insert("Checkin", 5, {{"count", 1.25}});
+
+  const DictionaryRows rows =
+      run({shown("count", Aggregate::none, NSAttributeType::integer64), shown("date")},
+          {path("count"), path("date")}, {{path("count"), false}});
+
+  EXPECT_THAT(texts(rows, 1), ElementsAre("-", "a", "b", "-", "b"));
 }
 
 TEST_F(DictionaryQuery, ShowsDistinctRowsOnceInTheOrderOfTheFirst) {

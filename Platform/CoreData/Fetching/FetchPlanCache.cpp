@@ -48,9 +48,17 @@ const NSEntityDescription& FetchPlanCache::entityOf(const NSFetchRequestBase& re
   return *entity;
 }
 
-bool FetchPlanCache::matches(const Form& form, const NSEntityDescription& entity,
-                             std::uint64_t predicate, const NSFetchRequestBase& request) {
-  return form.entity == &entity && form.predicate == predicate &&
+bool FetchPlanCache::asksFor(const NSEntityDescription& entity,
+                             const NSFetchRequestBase& request) noexcept {
+  const NSEntityDescription* given = request.entity();
+  const bool isOfThisModel =
+      given != nullptr && &given->managedObjectModel() == &entity.managedObjectModel();
+  return isOfThisModel ? given == &entity : request.entityName() == entity.name();
+}
+
+bool FetchPlanCache::matches(const Form& form, std::uint64_t predicate,
+                             const NSFetchRequestBase& request) {
+  return form.predicate == predicate && asksFor(*form.entity, request) &&
          form.isDictionary == coredata::isDictionary(request) &&
          form.isDistinct == request.returnsDistinctResults() &&
          form.sorts == request.sortDescriptors() &&
@@ -59,17 +67,18 @@ bool FetchPlanCache::matches(const Form& form, const NSEntityDescription& entity
 }
 
 Ref<const FetchPlan> FetchPlanCache::plan(const NSFetchRequestBase& request) {
-  const NSEntityDescription& entity = entityOf(request);
   const std::uint64_t predicate = predicateSerial(request);
-  const std::uint64_t hash = predicate * 64 + entity.index();
+  // Tells apart enough of the requests that have no predicate.
+  const std::uint64_t hash = predicate * 64 + request.entityName().size() % 64;
   {
     const std::scoped_lock lock(mutex_);
     if (const auto found = forms_.find(hash); found != forms_.end()) {
       for (const Form& form : found->second) {
-        if (matches(form, entity, predicate, request)) return form.plan;
+        if (matches(form, predicate, request)) return form.plan;
       }
     }
   }
+  const NSEntityDescription& entity = entityOf(request);
   Ref<const FetchPlan> built = buildPlan(request, entity);
   const std::scoped_lock lock(mutex_);
   if (size_ >= kMaxForms) {

@@ -36,8 +36,11 @@ class FetchPlanCache {
     foundation::Ref<const FetchPlan> plan;
   };
   [[nodiscard]] const NSEntityDescription& entityOf(const NSFetchRequestBase& request) const;
-  [[nodiscard]] static bool matches(const Form& form, const NSEntityDescription& entity,
-                                    std::uint64_t predicate, const NSFetchRequestBase& request);
+  /// Whether the request asks for that entity, which it need not be looked up for.
+  [[nodiscard]] static bool asksFor(const NSEntityDescription& entity,
+                                    const NSFetchRequestBase& request) noexcept;
+  [[nodiscard]] static bool matches(const Form& form, std::uint64_t predicate,
+                                    const NSFetchRequestBase& request);
 
   foundation::Ref<const NSManagedObjectModel> model_;
   std::mutex mutex_;

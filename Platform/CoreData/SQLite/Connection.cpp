@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <exception>
+#include <utility>
 
 #include "CoreData/SQLite/ForkGeneration.h"
 #include "CoreData/SQLite/RowFeed.h"
@@ -118,6 +119,7 @@ Statement& Connection::statement(const StatementKey& key,
 }
 
 void Connection::dropStatements() {
+  ++statementDrops_;
   // Only those whose number has no bound. The others may be in a caller's hands between two runs.
   absl::erase_if(statements_, [](const auto& entry) {
     const StatementKind kind = entry.first.kind;
@@ -147,11 +149,23 @@ std::int64_t Connection::readNumber(Control which) {
   return statement.step() ? statement.integer(0) : 0;
 }
 
-std::int64_t Connection::dataVersion() { return readNumber(Control::dataVersion); }
+std::int64_t Connection::dataVersion() {
+  if (isReading_) return controlStatement(Control::dataVersion).integer(0);
+  return readNumber(Control::dataVersion);
+}
 
 std::int64_t Connection::schemaVersion() { return readNumber(Control::schemaVersion); }
 
+void Connection::beginReading() {
+  // A statement that stands on a row keeps its snapshot, and all that run meanwhile share it. This
+  // one is wanted first in any case.
+  Statement& statement = controlStatement(Control::dataVersion);
+  isReading_ = true;
+  static_cast<void>(statement.step());
+}
+
 void Connection::rollBack() noexcept {
+  if (std::exchange(isReading_, false)) controlStatement(Control::dataVersion).reset();
   if (!isInTransaction()) return;
   try {
     control(Control::rollBack);

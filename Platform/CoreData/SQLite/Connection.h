@@ -90,14 +90,20 @@ class Connection {
   /// while in use.
   [[nodiscard]] Statement& statement(const StatementKey& key,
                                      foundation::FunctionRef<std::string()> text);
+  /// Grows when kept statements are dropped: the address of one is good for as long as this stays.
+  [[nodiscard]] std::uint64_t statementDrops() const noexcept { return statementDrops_; }
   /// Runs a statement once, without keeping it.
   void execute(const char* sql);
 
   void begin() { control(Control::begin); }
+  /// Keeps all reads to one state of the store until `rollBack`, at the cost of one statement where
+  /// a transaction takes three. When it throws, `rollBack` is still to be called.
+  void beginReading();
   /// Waits for other writers as long as the busy timeout says.
   void beginWriting() { control(Control::beginWriting); }
   void commit() { control(Control::commit); }
-  /// Ends the transaction if one is open. A connection that cannot even do that becomes unusable.
+  /// Ends the transaction or the reading if one is open. A connection that cannot even do that
+  /// becomes unusable.
   void rollBack() noexcept;
   [[nodiscard]] bool isInTransaction() const noexcept {
     return sqlite3_get_autocommit(database_) == 0;
@@ -165,9 +171,11 @@ class Connection {
   std::uint64_t forkGeneration_;
   std::array<std::unique_ptr<Statement>, kControlCount> controls_;
   absl::flat_hash_map<StatementKey, std::unique_ptr<Statement>> statements_;
+  std::uint64_t statementDrops_ = 0;
   int busyTimeoutMs_;
   int logPages_ = -1;
   bool usable_ = true;
+  bool isReading_ = false;
 };
 
 }  // namespace coredata

@@ -26,9 +26,9 @@ void ReadSession::startReading() {
   StoreCore& core = store_->core();
   if (!lease_) lease_ = core.lease();
   const CacheEpoch before = core.rows().epoch();
-  lease_->begin();
   isReading_ = true;
   try {
+    lease_->beginReading();
     epoch_ = core.notice(*lease_, before);
   } catch (...) {
     stopReading();

@@ -11,29 +11,49 @@ QueryCache& QueryCache::of(Connection& connection) {
     int result = installTextFunctions(connection.handle());
     if (result == SQLITE_OK) result = installListTable(connection.handle());
     if (result != SQLITE_OK) connection.fail(result, {});
-    connection.queries = std::make_shared<QueryCache>();
+    connection.queries = std::make_shared<QueryCache>(connection);
   }
   return *connection.queries;
 }
 
 QueryCache::PlanQueries& QueryCache::ofPlan(const FetchPlan& plan) {
-  const auto [found, isNew] = plans_.try_emplace(plan.serial());
-  if (isNew) found->second.indexGivesOrder = coredata::indexGivesOrder(plan);
-  return found->second;
+  if (plan.serial() == lastPlan_) return *lastQueries_;
+  std::unique_ptr<PlanQueries>& queries = plans_[plan.serial()];
+  if (queries == nullptr) {
+    queries = std::make_unique<PlanQueries>();
+    queries->indexGivesOrder = coredata::indexGivesOrder(plan);
+  }
+  lastPlan_ = plan.serial();
+  lastQueries_ = queries.get();
+  return *queries;
 }
 
-const QueryCache::Query& QueryCache::query(const FetchPlan& plan, const QueryVariant& variant) {
-  for (const std::unique_ptr<Query>& known : ofPlan(plan).variants) {
+QueryCache::Kept& QueryCache::kept(const FetchPlan& plan, const QueryVariant& variant) {
+  for (const std::unique_ptr<Kept>& known : ofPlan(plan).variants) {
     if (known->variant == variant) return *known;
   }
-  auto made = std::make_unique<Query>(variant, compileQuery(plan, variant), ++lastNumber_);
+  auto made = std::make_unique<Kept>();
+  made->compiled = compileQuery(plan, variant);
+  made->variant = variant;
+  made->number = ++lastNumber_;
   // Starting over is cheaper than keeping count of what is used.
   if (size_ >= kMaxQueries) {
     plans_.clear();
+    lastPlan_ = 0;
     size_ = 0;
   }
   ++size_;
   return *ofPlan(plan).variants.emplace_back(std::move(made));
+}
+
+const QueryCache::Query& QueryCache::query(const FetchPlan& plan, const QueryVariant& variant) {
+  Kept& found = kept(plan, variant);
+  if (found.statement == nullptr || found.statementDrops != connection_.statementDrops()) {
+    found.statement = &connection_.statement({StatementKind::query, found.number, plan.serial()},
+                                             [&] { return found.compiled.sql; });
+    found.statementDrops = connection_.statementDrops();
+  }
+  return found;
 }
 
 bool QueryCache::indexGivesOrder(const FetchPlan& plan) { return ofPlan(plan).indexGivesOrder; }

@@ -22,14 +22,14 @@ class QueryCache {
 
   /// The connection's own, made at the first use together with the functions that queries call.
   [[nodiscard]] static QueryCache& of(Connection& connection);
+  explicit QueryCache(Connection& connection) noexcept : connection_(connection) {}
 
   struct Query {
-    QueryVariant variant;
     CompiledQuery compiled;
-    /// Tells this query's statement from all others that the connection keeps for the plan.
-    std::uint32_t number;
+    Statement* statement = nullptr;
   };
-  /// Stays valid until the next call.
+  /// The query, with its statement prepared. Stays valid until the next call, and as long as the
+  /// connection prepares nothing else.
   [[nodiscard]] const Query& query(const FetchPlan& plan, const QueryVariant& variant);
   /// As the function of that name, once for each plan.
   [[nodiscard]] bool indexGivesOrder(const FetchPlan& plan);
@@ -37,13 +37,24 @@ class QueryCache {
   [[nodiscard]] std::size_t size() const noexcept { return size_; }
 
  private:
+  struct Kept : Query {
+    QueryVariant variant;
+    /// Tells this query's statement from all others that the connection keeps for the plan.
+    std::uint32_t number = 0;
+    /// What the connection's count of drops was when the statement was asked for.
+    std::uint64_t statementDrops = 0;
+  };
   struct PlanQueries {
-    std::vector<std::unique_ptr<Query>> variants;
+    std::vector<std::unique_ptr<Kept>> variants;
     bool indexGivesOrder = false;
   };
   [[nodiscard]] PlanQueries& ofPlan(const FetchPlan& plan);
+  [[nodiscard]] Kept& kept(const FetchPlan& plan, const QueryVariant& variant);
 
-  absl::flat_hash_map<std::uint64_t, PlanQueries> plans_;
+  Connection& connection_;
+  absl::flat_hash_map<std::uint64_t, std::unique_ptr<PlanQueries>> plans_;
+  std::uint64_t lastPlan_ = 0;
+  PlanQueries* lastQueries_ = nullptr;
   std::size_t size_ = 0;
   std::uint32_t lastNumber_ = 0;
 };

@@ -23,9 +23,7 @@ class QueryRun {
       : query_(QueryCache::of(reading.connection())
                    .query(plan, {result, input.limit != 0, input.offset != 0, isSorted,
                                  listCodes(plan, input.arguments)})),
-        statement_(
-            reading.connection().statement({StatementKind::query, query_.number, plan.serial()},
-                                           [&] { return query_.compiled.sql; })),
+        statement_(*query_.statement),
         binding_(statement_, input, objects),
         use_(statement_) {
     binding_.bind(query_.compiled);

@@ -240,6 +240,22 @@ TEST_F(QueryRunner, KeepsABoundedNumberOfQueries) {
   EXPECT_LE(cache.size(), coredata::QueryCache::kMaxQueries);
 }
 
+TEST_F(QueryRunner, PreparesAQueryAnewWhenItsStatementWasDropped) {
+  coredata::Reading reading(store_.session());
+  coredata::Connection& connection = reading.connection();
+  store_.insert("Photo", 1, {{"size", 1}});
+  const auto fetch = habits::fetch("Photo", NSPredicate::format("size = %d", 1));
+  EXPECT_THAT(store_.keys(fetch), ElementsAre(1));
+
+  const std::uint64_t drops = connection.statementDrops();
+  for (std::uint32_t which = 0; connection.statementDrops() == drops; ++which) {
+    (void)connection.statement({coredata::StatementKind::query, which},
+                               [] { return std::string("SELECT 1"); });
+  }
+
+  EXPECT_THAT(store_.keys(fetch), ElementsAre(1));
+}
+
 TEST_F(QueryRunner, SeesOneStateWithinABlock) {
   store_.insert("Photo", 1, {});
   const auto plan = habits::everything("Photo");

@@ -19,8 +19,8 @@ class CDActivity;
 /// Threading: belongs to its context's queue.
 class CDReminder final : public coredata::NSManagedObject, public domain::Reminder {
   CD_ENTITY(CDReminder, "Reminder")
-  CD_INTEGER16(days, setDays)
-  CD_TEXT(time, setTime)
+  CD_INTEGER16(days, setDays, override)
+  CD_TEXT(time, setTime, override)
   CD_TO_ONE(CDActivity, activity, setActivity)
 
  public:

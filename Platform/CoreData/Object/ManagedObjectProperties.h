@@ -15,9 +15,11 @@
 //
 // The class registers itself with its accessors before `main`. A property's kind must be the
 // model's: a class that does not fit its model stops the process when it is bound, before any
-// object exists. Accessors are public. Reading one costs a slot; none of them looks a name up. The
-// classes that a relationship leads to must be complete at the end of the source that uses it, so a
-// header includes those of its targets, below the class where they include it back.
+// object exists. Whole numbers and texts take `override` as a last word where the class adopts an
+// interface that asks for them. Accessors are public. Reading one costs a slot; none of them looks
+// a name up. The classes that a relationship leads to must be complete at the end of the source
+// that uses it, so a header includes those of its targets, below the class where they include it
+// back.
 
 #include <optional>
 #include <string>
@@ -75,17 +77,20 @@ template <typename T>
                                                                                         \
  public:
 
-#define CD_INTEGER(Type, kind, name, setter)                                     \
+#define CD_INTEGER(Type, kind, name, setter, ...)                                \
   CD_ACCESSOR(name, kind)                                                        \
-  [[nodiscard]] Type name() const {                                              \
+  [[nodiscard]] Type name() const __VA_ARGS__ {                                  \
     return static_cast<Type>(NSManagedObject::row().integer(name##Slot_.index)); \
   }                                                                              \
   void setter(Type value) { NSManagedObject::setInteger(name##Slot_.index, value); }
 
 /// Whole numbers that read 0 when nothing is stored.
-#define CD_INTEGER16(name, setter) CD_INTEGER(std::int16_t, integer16, name, setter)
-#define CD_INTEGER32(name, setter) CD_INTEGER(std::int32_t, integer32, name, setter)
-#define CD_INTEGER64(name, setter) CD_INTEGER(std::int64_t, integer64, name, setter)
+#define CD_INTEGER16(name, setter, ...) \
+  CD_INTEGER(std::int16_t, integer16, name, setter, __VA_ARGS__)
+#define CD_INTEGER32(name, setter, ...) \
+  CD_INTEGER(std::int32_t, integer32, name, setter, __VA_ARGS__)
+#define CD_INTEGER64(name, setter, ...) \
+  CD_INTEGER(std::int64_t, integer64, name, setter, __VA_ARGS__)
 
 #define CD_BOOLEAN(name, setter)                                   \
   CD_ACCESSOR(name, boolean)                                       \
@@ -100,18 +105,18 @@ template <typename T>
   [[nodiscard]] double name() const { return NSManagedObject::row().real(name##Slot_.index); } \
   void setter(double value) { NSManagedObject::setReal(name##Slot_.index, value); }
 
-#define CD_OPTIONAL(Type, kind, name, setter, read, write)     \
-  CD_ACCESSOR(name, kind)                                      \
-  [[nodiscard]] std::optional<Type> name() const {             \
-    const ::coredata::Row& values = NSManagedObject::row();    \
-    if (values.isNone(name##Slot_.index)) return std::nullopt; \
-    return read;                                               \
-  }                                                            \
+#define CD_OPTIONAL(Type, kind, name, setter, read, write, ...) \
+  CD_ACCESSOR(name, kind)                                       \
+  [[nodiscard]] std::optional<Type> name() const __VA_ARGS__ {  \
+    const ::coredata::Row& values = NSManagedObject::row();     \
+    if (values.isNone(name##Slot_.index)) return std::nullopt;  \
+    return read;                                                \
+  }                                                             \
   void setter(const std::optional<Type>& value) { write; }
 
-#define CD_TEXT(name, setter)                                                               \
+#define CD_TEXT(name, setter, ...)                                                          \
   CD_OPTIONAL(std::string, text, name, setter, std::string(values.text(name##Slot_.index)), \
-              NSManagedObject::setText(name##Slot_.index, value))
+              NSManagedObject::setText(name##Slot_.index, value), __VA_ARGS__)
 #define CD_DATE(name, setter)                                                    \
   CD_OPTIONAL(::foundation::Date, date, name, setter,                            \
               ::foundation::Date::fromReference(values.real(name##Slot_.index)), \

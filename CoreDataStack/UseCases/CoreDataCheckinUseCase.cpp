@@ -4,7 +4,6 @@
 
 #include <utility>
 
-#include "Domain/CheckinError.h"
 #include "Domain/DateFormat.h"
 #include "Foundation/Predicate/PredicateTemplate.h"
 #include "Foundation/Text/DateFormatter.h"
@@ -20,54 +19,22 @@ using coredata::NSRelationshipDescription;
 using coredata::ObjectKey;
 using coredata::SlotTag;
 using domain::ActivityStatus;
-using domain::CheckinError;
 using domain::CheckinType;
 using domain::DateFormat;
 using foundation::Date;
-using foundation::make;
 using foundation::Ref;
 
 CoreDataCheckinUseCase::CoreDataCheckinUseCase(Ref<CDActivity> activity,
                                                Ref<NSManagedObjectContext> context)
-    : activity_(std::move(activity)), context_(std::move(context)) {}
+    : writer_(std::move(activity), std::move(context)) {}
 
-void CoreDataCheckinUseCase::addCheckin(Date at, CheckinType with) {
-  if (activity_->didCheckin(at)) throw CheckinError::alreadyExists();
-  insertCheckin(at, with);
-  context_->refresh(activity_, true);
-  saveIfChanged();
-}
+void CoreDataCheckinUseCase::addCheckin(Date at, CheckinType with) { writer_.addCheckin(at, with); }
 
 Ref<CDCheckin> CoreDataCheckinUseCase::addCheckinCount(double /*amount*/, Date date) {
-  Ref<CDCheckin> checkin = activity_->checkin(date);
-  if (checkin) {
-    checkin->increaseCount();
-  } else {
-    checkin = insertCheckin(date, CheckinType::standard);
-  }
-  context_->refresh(activity_, true);
-  saveIfChanged();
-  return checkin;
+  return writer_.addCheckinCount(date);
 }
 
-void CoreDataCheckinUseCase::deleteCheckin(Date at) {
-  const Ref<CDCheckin> checkin = activity_->checkin(at);
-  if (!checkin) throw CheckinError::notFound();
-  activity_->removeCheckinsObject(checkin);
-  context_->delete_(checkin);
-  context_->refresh(activity_, true);
-  context_->save();
-}
-
-Ref<CDCheckin> CoreDataCheckinUseCase::insertCheckin(Date date, CheckinType type) {
-  auto checkin = make<CDCheckin>(*context_, date, type);
-  activity_->addCheckinsObject(checkin);
-  return checkin;
-}
-
-void CoreDataCheckinUseCase::saveIfChanged() {
-  if (context_->hasChanges()) context_->save();
-}
+void CoreDataCheckinUseCase::deleteCheckin(Date at) { writer_.deleteCheckin(at); }
 
 namespace {
 
@@ -119,15 +86,16 @@ LastCheckins lastDays(const DictionaryRows& rows, const NSEntityDescription& act
 }  // namespace
 
 LastCheckins CoreDataCheckinUseCase::lastCheckins(std::optional<ActivityStatus> status) {
-  const NSEntityDescription* entity = context_->entity("Checkin");
+  NSManagedObjectContext& context = writer_.context();
+  const NSEntityDescription* entity = context.entity("Checkin");
   const auto* activity = entity == nullptr ? nullptr : entity->relationship(kActivity);
   const auto request = requestForDays(entity, activity, status);
   if (activity == nullptr) {
     // Objects can be fetched, but are no rows: nothing comes of them.
-    static_cast<void>(context_->fetchObjects(request));
+    static_cast<void>(context.fetchObjects(request));
     return {};
   }
-  return lastDays(context_->fetchDictionaries(request), activity->destinationEntity(), *context_);
+  return lastDays(context.fetchDictionaries(request), activity->destinationEntity(), context);
 }
 
 }  // namespace coredatastack

@@ -2,9 +2,7 @@
 
 #include <optional>
 
-#include "CoreData/Context/NSManagedObjectContext.h"
-#include "CoreDataStack/Model/CDActivity.h"
-#include "CoreDataStack/Model/CDCheckin.h"
+#include "CoreDataStack/UseCases/CheckinWriter.h"
 #include "Domain/CheckinUseCase.h"
 
 namespace coredatastack {
@@ -29,12 +27,7 @@ class CoreDataCheckinUseCase final : public domain::CheckinUseCase<CDActivity, C
   [[nodiscard]] LastCheckins lastCheckins(std::optional<domain::ActivityStatus> status) override;
 
  private:
-  /// A new check-in of the activity on the day of the date.
-  foundation::Ref<CDCheckin> insertCheckin(foundation::Date date, domain::CheckinType type);
-  void saveIfChanged();
-
-  foundation::Ref<CDActivity> activity_;
-  foundation::Ref<coredata::NSManagedObjectContext> context_;
+  CheckinWriter writer_;
 };
 
 }  // namespace coredatastack

@@ -1,210 +1,23 @@
 #include "CoreDataStack/UseCases/CoreDataCheckinUseCase.h"
 
-#include <gtest/gtest.h>
-
-#include "CoreData/Context/SaveError.h"
 #include "CoreData/Model/ModelBuilder.h"
-#include "Domain/CheckinError.h"
-#include "Foundation/Internal/ManualClock.h"
-#include "Tests/Support/LocalDate.h"
-#include "Tests/Support/ScopedSettings.h"
-#include "Tests/Support/TemporaryStore.h"
+#include "Tests/CoreDataStack/UseCases/UseCaseTest.h"
 
 namespace coredatastack {
 namespace {
 
 using domain::ActivityStatus;
-using domain::CheckinError;
 using domain::CheckinType;
-using foundation::Date;
 using foundation::make;
 using foundation::Ref;
 using support::localDate;
 
-class CoreDataCheckinUseCaseTest : public testing::Test {
+class CoreDataCheckinUseCaseTest : public UseCaseTest {
  protected:
-  [[nodiscard]] coredata::NSManagedObjectContext& context() const { return store_.context(); }
-  [[nodiscard]] Ref<CDActivity> savedActivity(
-      ActivityStatus status = ActivityStatus::active) const {
-    auto activity = CDActivity::create(context(), "red");
-    activity->setStatus(status.value());
-    context().save();
-    return activity;
-  }
   [[nodiscard]] CoreDataCheckinUseCase checkinsOf(const Ref<CDActivity>& activity) const {
-    return {activity, store_.contextHandle()};
+    return {activity, contextHandle()};
   }
-  void addCheckin(const Ref<CDActivity>& activity, std::optional<std::string> day) const {
-    auto checkin = make<CDCheckin>(context());
-    checkin->setDate(std::move(day));
-    checkin->setActivity(activity);
-    context().save();
-  }
-  /// The check-ins that another reader of the file sees.
-  [[nodiscard]] std::int64_t storedCheckins() const {
-    const auto other = store_.opened()->newBackgroundContext();
-    return other->performBlockAndWait([&] { return other->count(CDCheckin::fetchRequest()); });
-  }
-
-  support::ScopedSettings settings_{"en_US", "Asia/Seoul"};
-  support::TemporaryStore store_;
 };
-
-TEST_F(CoreDataCheckinUseCaseTest, AddsACheckinAndSavesIt) {
-  const auto activity = savedActivity();
-
-  checkinsOf(activity).addCheckin(localDate(2024, 2, 10, 9), CheckinType::standard);
-
-  const auto checkin = activity->checkin(localDate(2024, 2, 10));
-  ASSERT_NE(checkin, nullptr);
-  EXPECT_EQ(checkin->type(), 0);
-  EXPECT_EQ(checkin->count(), 1.0);
-  EXPECT_TRUE(activity->checkins().contains(checkin));
-  EXPECT_FALSE(context().hasChanges());
-  EXPECT_EQ(storedCheckins(), 1);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, AddsACheckinOfTheCallersType) {
-  const auto activity = savedActivity();
-
-  checkinsOf(activity).addCheckin(localDate(2024, 2, 10), CheckinType::alternate);
-
-  EXPECT_EQ(activity->checkin(localDate(2024, 2, 10))->type(), 10);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, RefusesASecondCheckinOfADay) {
-  auto checkins = checkinsOf(savedActivity());
-  checkins.addCheckin(localDate(2024, 2, 10, 9), CheckinType::standard);
-
-  try {
-    checkins.addCheckin(localDate(2024, 2, 10, 23, 59), CheckinType::alternate);
-    FAIL() << "the day was taken";
-  } catch (const CheckinError& error) {
-    EXPECT_EQ(error, CheckinError::alreadyExists());
-  }
-
-  EXPECT_FALSE(context().hasChanges());
-  EXPECT_EQ(storedCheckins(), 1);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, RefusesAnotherTypeOnATakenDayAsWell) {
-  auto checkins = checkinsOf(savedActivity());
-  checkins.addCheckin(localDate(2024, 2, 10), CheckinType::alternate);
-
-  EXPECT_THROW(checkins.addCheckin(localDate(2024, 2, 10), CheckinType::standard), CheckinError);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, AddsCheckinsOfTwoActivitiesOnOneDay) {
-  checkinsOf(savedActivity()).addCheckin(localDate(2024, 2, 10), CheckinType::standard);
-  checkinsOf(savedActivity()).addCheckin(localDate(2024, 2, 10), CheckinType::standard);
-
-  EXPECT_EQ(storedCheckins(), 2);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, AddsACheckinToAnActivityThatIsNotSavedYet) {
-  const auto activity = CDActivity::create(context(), "red");
-
-  checkinsOf(activity).addCheckin(localDate(2024, 2, 10), CheckinType::standard);
-
-  EXPECT_FALSE(context().hasChanges());
-  EXPECT_TRUE(activity->didCheckin(localDate(2024, 2, 10)));
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, CountsTheFirstTimeAsOne) {
-  const auto activity = savedActivity();
-
-  const auto checkin = checkinsOf(activity).addCheckinCount(5.0, localDate(2024, 2, 10));
-
-  EXPECT_EQ(checkin->count(), 1.0);
-  EXPECT_EQ(checkin->type(), 0);
-  EXPECT_EQ(checkin->activity(), activity);
-  EXPECT_EQ(storedCheckins(), 1);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, CountsOneMoreWhateverTheAmount) {
-  auto checkins = checkinsOf(savedActivity());
-  const auto first = checkins.addCheckinCount(1.0, localDate(2024, 2, 10));
-
-  for (const double amount : {5.0, 0.0, -3.0}) {
-    EXPECT_EQ(checkins.addCheckinCount(amount, localDate(2024, 2, 10)), first);
-  }
-
-  EXPECT_EQ(first->count(), 4.0);
-  EXPECT_FALSE(context().hasChanges());
-  EXPECT_EQ(storedCheckins(), 1);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, StampsWhatItCountsOnceMore) {
-  auto checkins = checkinsOf(savedActivity());
-  checkins.addCheckinCount(1.0, localDate(2024, 2, 10));
-  const foundation::ManualClock clock(800000000);
-
-  const auto raised = checkins.addCheckinCount(1.0, localDate(2024, 2, 10));
-
-  EXPECT_EQ(raised->modifiedDate(), Date::fromReference(800000000));
-  EXPECT_NE(raised->createdDate(), Date::fromReference(800000000));
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, CountsAnAlternateCheckinOnceMoreAsItIs) {
-  auto checkins = checkinsOf(savedActivity());
-  checkins.addCheckin(localDate(2024, 2, 10), CheckinType::alternate);
-
-  const auto raised = checkins.addCheckinCount(1.0, localDate(2024, 2, 10));
-
-  EXPECT_EQ(raised->count(), 2.0);
-  EXPECT_EQ(raised->type(), 10);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, DeletesTheCheckinOfADay) {
-  const auto activity = savedActivity();
-  auto checkins = checkinsOf(activity);
-  checkins.addCheckin(localDate(2024, 2, 10), CheckinType::standard);
-  checkins.addCheckin(localDate(2024, 2, 11), CheckinType::standard);
-
-  checkins.deleteCheckin(localDate(2024, 2, 10, 23, 59));
-
-  EXPECT_FALSE(activity->didCheckin(localDate(2024, 2, 10)));
-  EXPECT_EQ(activity->checkins().count(), 1U);
-  EXPECT_FALSE(context().hasChanges());
-  EXPECT_EQ(storedCheckins(), 1);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, FindsNothingToDeleteOnAnEmptyDay) {
-  auto checkins = checkinsOf(savedActivity());
-  checkins.addCheckin(localDate(2024, 2, 10), CheckinType::standard);
-
-  try {
-    checkins.deleteCheckin(localDate(2024, 2, 11));
-    FAIL() << "the day is empty";
-  } catch (const CheckinError& error) {
-    EXPECT_EQ(error, CheckinError::notFound());
-  }
-
-  EXPECT_EQ(storedCheckins(), 1);
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, SavesEverythingElseThatIsPendingToo) {
-  const auto activity = savedActivity();
-  activity->setTitle("Run");
-
-  checkinsOf(activity).addCheckin(localDate(2024, 2, 10), CheckinType::standard);
-
-  EXPECT_FALSE(context().hasChanges());
-  EXPECT_EQ(activity->title(), "Run");
-}
-
-TEST_F(CoreDataCheckinUseCaseTest, ThrowsTheStoresErrorAndKeepsWhatItCouldNotSave) {
-  const auto container = support::containerWithoutStore();
-  const auto& loose = container->viewContext();
-  const auto activity = CDActivity::create(*loose, "red");
-
-  EXPECT_THROW(CoreDataCheckinUseCase(activity, loose)
-                   .addCheckin(localDate(2024, 2, 10), CheckinType::standard),
-               foundation::Error);
-
-  EXPECT_TRUE(loose->hasChanges());
-  EXPECT_EQ(activity->checkins().count(), 1U);
-}
 
 TEST_F(CoreDataCheckinUseCaseTest, ListsTheLatestDayOfEveryActivity) {
   const auto a = savedActivity();
@@ -275,7 +88,14 @@ TEST_F(CoreDataCheckinUseCaseTest, ListsTheFirstInstantOfADayWithoutMidnight) {
             localDate(2018, 11, 4, 1));
 }
 
-TEST_F(CoreDataCheckinUseCaseTest, ThrowsWhenTheListCannotBeRead) {
+TEST_F(CoreDataCheckinUseCaseTest, ThrowsTheStoresErrorWhenTheListCannotBeRead) {
+  breakDisk();
+
+  EXPECT_EQ(errorDomain([&] { static_cast<void>(checkinsOf(nullptr).lastCheckins(std::nullopt)); }),
+            foundation::kSQLiteErrorDomain);
+}
+
+TEST_F(CoreDataCheckinUseCaseTest, ThrowsWhenThereIsNoStoreToReadTheListFrom) {
   const auto container = support::containerWithoutStore();
   CoreDataCheckinUseCase checkins(nullptr, container->viewContext());
 

@@ -63,4 +63,13 @@ std::string_view trimmingWhitespaceAndNewlines(std::string_view text) noexcept {
   return text.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin));
 }
 
+bool isUtf8(std::string_view bytes) noexcept {
+  if (std::ranges::all_of(bytes, isAscii)) return true;
+  const auto length = static_cast<std::int32_t>(bytes.size());
+  for (std::int32_t next = 0; next < length;) {
+    if (nextCodePoint(bytes, next) < 0) return false;
+  }
+  return true;
+}
+
 }  // namespace foundation

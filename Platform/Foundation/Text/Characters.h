@@ -13,4 +13,7 @@ namespace foundation {
 /// not white space.
 [[nodiscard]] std::string_view trimmingWhitespaceAndNewlines(std::string_view text) noexcept;
 
+/// Whether the bytes are UTF-8 throughout.
+[[nodiscard]] bool isUtf8(std::string_view bytes) noexcept;
+
 }  // namespace foundation

@@ -54,5 +54,19 @@ TEST(Trimming, LeavesTheZeroWidthSpace) {
   EXPECT_EQ(trimmingWhitespaceAndNewlines(" \xFF "), "\xFF");
 }
 
+TEST(Utf8, IsWhatTextConsistsOf) {
+  EXPECT_TRUE(isUtf8(""));
+  EXPECT_TRUE(isUtf8("Run"));
+  EXPECT_TRUE(isUtf8("체크인 🇰🇷"));
+}
+
+TEST(Utf8, IsNotWhatOtherEncodingsWrite) {
+  EXPECT_FALSE(isUtf8("caf\xE9"));
+  EXPECT_FALSE(isUtf8("ab\xE2\x82"));
+  EXPECT_FALSE(isUtf8("\xC0\x80"));
+  EXPECT_FALSE(isUtf8("\xED\xA0\x80"));
+  EXPECT_FALSE(isUtf8("\xF4\x90\x80\x80"));
+}
+
 }  // namespace
 }  // namespace foundation

@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
+#include <utility>
 
+#include "CoreData/Context/ObjectsDidChange.h"
 #include "CoreData/Coordinator/ObjectIDTable.h"
 #include "CoreData/Coordinator/StoreError.h"
+#include "Foundation/Notifications/NSNotificationCenter.h"
 
 namespace coredata {
 
@@ -139,6 +143,7 @@ Ref<NSManagedObject> ContextState::object(const NSEntityDescription& entity, Obj
 
 void ContextState::noteInserted(NSManagedObject& object) {
   object.state_.inserted = true;
+  touch(object);
   inserted.add(object);
   ++dirty(object.entity()).inserted;
 }
@@ -185,6 +190,7 @@ void ContextState::detach(NSManagedObject& object) {
 
 void ContextState::abandon(NSManagedObject& object) {
   releaseChangedRelationships(object);
+  touched_.erase(Ref<NSManagedObject>(&object));
   detach(object);
 }
 
@@ -224,7 +230,40 @@ void ContextState::releaseChangedRelationships(NSManagedObject& object) {
   }
 }
 
+void ContextState::remember(NSManagedObject& touched) {
+  // Made now: once it has left the context nobody can say which object it was.
+  static_cast<void>(touched.objectID());
+  touched_.emplace(&touched);
+}
+
+void ContextState::tellObservers() {
+  foundation::NSNotificationCenter& center = foundation::NSNotificationCenter::defaultCenter();
+  const auto touched = std::exchange(touched_, {});
+  isObserved_ = center.hasObservers(NSManagedObjectContextObjectsDidChangeNotification);
+  if (touched.empty() || !isObserved_) return;
+  const auto keyFor = [](const NSManagedObject& object) {
+    if (object.state_.detached || object.isDeleted()) return NSDeletedObjectsKey;
+    if (object.state_.inserted) return NSInsertedObjectsKey;
+    return object.state_.updated ? NSUpdatedObjectsKey : NSRefreshedObjectsKey;
+  };
+  std::map<std::string_view, foundation::ValueList> lists;
+  for (const Ref<NSManagedObject>& object : touched) lists[keyFor(*object)].emplace_back(object);
+  foundation::ValueDictionary userInfo;
+  for (auto& [key, list] : lists) userInfo.emplace(key, std::move(list));
+  center.post(NSManagedObjectContextObjectsDidChangeNotification, Ref<foundation::Object>(&context),
+              std::make_shared<const foundation::ValueDictionary>(std::move(userInfo)));
+}
+
+Ref<NSManagedObject> ContextState::changedElsewhere(const NSEntityDescription& entity,
+                                                    ObjectKey key) {
+  Ref<NSManagedObject> result =
+      isObserved_ ? object(entity, key, nullptr) : registry->find(entity, key);
+  if (result) touch(*result);
+  return result;
+}
+
 void ContextState::markGone(NSManagedObject& object) {
+  touch(object);
   releaseChangedRelationships(object);
   forgetChanges(object);
   object.row_ = Row::make(object.entity());

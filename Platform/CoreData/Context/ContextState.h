@@ -4,6 +4,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "CoreData/Context/ChangeList.h"
@@ -102,6 +103,22 @@ class ContextState final : public ObjectArguments {
   /// Drops what the owner's to-many relationship has noted of the member, if the owner is alive.
   void forgetMember(const NSRelationshipDescription& relationship, ObjectKey owner,
                     ObjectKey member);
+  // Telling observers.
+
+  /// Whether somebody waits to be told of changes. May be asked from any thread.
+  [[nodiscard]] bool isObserved() const noexcept { return isObserved_; }
+  /// The object is to be told of the next time.
+  void touch(NSManagedObject& object) {
+    if (isObserved_) remember(object);
+  }
+  /// Tells whoever observes what was touched since the last time, and finds out whether somebody
+  /// does.
+  void tellObservers();
+  /// The live object that somebody else has changed, or null; a fault rather than null while
+  /// somebody waits to be told of it.
+  [[nodiscard]] foundation::Ref<NSManagedObject> changedElsewhere(const NSEntityDescription& entity,
+                                                                  ObjectKey key);
+
   /// The object's row is gone from the store: it reads as absent and counts as deleted, and what
   /// was related to it here is not any more.
   void markGone(NSManagedObject& object);
@@ -149,6 +166,10 @@ class ContextState final : public ObjectArguments {
   /// Takes an object that is no more out of the relationships that were changed here.
   void releaseChangedRelationships(NSManagedObject& object);
 
+  void remember(NSManagedObject& touched);
+
+  std::atomic<bool> isObserved_{false};
+  std::unordered_set<foundation::Ref<NSManagedObject>> touched_;
   std::optional<ReadSession> session_;
   std::vector<foundation::Ref<Row>> emptyRows_;
   std::vector<DirtyCounts> dirty_;

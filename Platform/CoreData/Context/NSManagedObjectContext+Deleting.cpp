@@ -17,6 +17,7 @@ void NSManagedObjectContext::delete_(NSManagedObject& object) {
   object.load();
   if (object.state_.gone) return;
   const Ref<NSManagedObject> keptAlive(&object);
+  state_->touch(object);
   state_->condemned.push_back(keptAlive);
   const bool wasInserted = object.state_.inserted;
   state_->forgetChanges(object);
@@ -50,6 +51,7 @@ void NSManagedObjectContext::processPendingChanges() {
       state_->detach(*object);
     }
   }
+  state_->tellObservers();
 }
 
 void NSManagedObjectContext::applyDeleteRules(NSManagedObject& object) {

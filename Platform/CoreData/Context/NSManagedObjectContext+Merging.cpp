@@ -11,7 +11,7 @@ Ref<foundation::Object> NSManagedObjectContext::keepAlive() {
 }
 
 bool NSManagedObjectContext::listens() const {
-  return state_->mergesAutomatically && !state_->registry->empty();
+  return state_->mergesAutomatically && (state_->isObserved() || !state_->registry->empty());
 }
 
 void NSManagedObjectContext::otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) {
@@ -38,13 +38,16 @@ void NSManagedObjectContext::merge(const SaveBroadcast& broadcast) {
   // would stand against what the others wrote.
   for (const SaveBroadcast::Removal& removal : broadcast.deleted) {
     state_->outdateMembers(*removal.entity);
-    const Ref<NSManagedObject> object = state_->registry->find(*removal.entity, removal.key);
+    const Ref<NSManagedObject> object = state_->changedElsewhere(*removal.entity, removal.key);
     if (object && !object->state_.detached) state_->markGone(*object);
   }
-  for (const Ref<const Row>& row : broadcast.inserted) state_->outdateMembers(row->entity());
+  for (const Ref<const Row>& row : broadcast.inserted) {
+    state_->outdateMembers(row->entity());
+    static_cast<void>(state_->changedElsewhere(row->entity(), row->key()));
+  }
   for (const Ref<const Row>& row : broadcast.updated) {
     state_->outdateMembers(row->entity());
-    const Ref<NSManagedObject> object = state_->registry->find(row->entity(), row->key());
+    const Ref<NSManagedObject> object = state_->changedElsewhere(row->entity(), row->key());
     // A row may have been released from a partner before it was deleted in the same save.
     if (!object || object->isFault() || object->state_.detached || object->state_.gone) continue;
     const Row& known = object->committed_ ? *object->committed_ : *object->row_;
@@ -79,7 +82,7 @@ void NSManagedObjectContext::mergeChangesFromContextDidSave(
     const NSEntityDescription* mine = own(identifier);
     if (mine == nullptr) return;
     state_->outdateMembers(*mine);
-    const Ref<NSManagedObject> object = state_->registry->find(*mine, identifier.key());
+    const Ref<NSManagedObject> object = state_->changedElsewhere(*mine, identifier.key());
     if (object && !object->state_.detached) state_->markGone(*object);
   });
   for (const std::string_view key : {NSInsertedObjectsKey, NSUpdatedObjectsKey}) {
@@ -87,7 +90,7 @@ void NSManagedObjectContext::mergeChangesFromContextDidSave(
       const NSEntityDescription* mine = own(identifier);
       if (mine == nullptr) return;
       state_->outdateMembers(*mine);
-      if (const Ref<NSManagedObject> object = state_->registry->find(*mine, identifier.key())) {
+      if (const Ref<NSManagedObject> object = state_->changedElsewhere(*mine, identifier.key())) {
         refreshFromHere(*object, true);
       }
     });

@@ -44,6 +44,7 @@ void NSManagedObjectContext::takeFreshRow(NSManagedObject& object, Ref<Row> fres
     state_->markGone(object);
     return;
   }
+  state_->touch(object);
   object.state_.gone = false;
   if (!object.committed_) {
     const Ref<Row> before = std::exchange(object.row_, std::move(fresh));
@@ -120,6 +121,7 @@ void NSManagedObjectContext::settlePartners(NSManagedObject& object) {
 
 void NSManagedObjectContext::dropChanges(NSManagedObject& object) {
   // Members that were added or removed stay so: they are changes of the members, which keep them.
+  state_->touch(object);
   const bool membersChanged = object.hasChangedMembers();
   if (!membersChanged && object.state_.updated) state_->forgetChanges(object);
   object.row_ = nullptr;
@@ -153,9 +155,13 @@ void NSManagedObjectContext::rollback() {
     object->state_.deleted = false;
     state_->detach(*object);
   }
-  for (const Ref<NSManagedObject>& object : state_->inserted.objects()) state_->detach(*object);
+  for (const Ref<NSManagedObject>& object : state_->inserted.objects()) {
+    state_->touch(*object);
+    state_->detach(*object);
+  }
   for (const ChangeList* list : {&state_->updated, &state_->deleted}) {
     for (const Ref<NSManagedObject>& object : list->objects()) {
+      state_->touch(*object);
       state_->forgetChanges(*object);
       object->row_ = nullptr;
       object->committed_ = nullptr;
@@ -166,7 +172,10 @@ void NSManagedObjectContext::rollback() {
 
 void NSManagedObjectContext::reset() {
   rollback();
-  for (const Ref<NSManagedObject>& object : state_->registry->objects()) state_->detach(*object);
+  for (const Ref<NSManagedObject>& object : state_->registry->objects()) {
+    state_->touch(*object);
+    state_->detach(*object);
+  }
 }
 
 }  // namespace coredata

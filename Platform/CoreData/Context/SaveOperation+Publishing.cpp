@@ -45,6 +45,7 @@ void SaveOperation::publishUpdated() {
   for (MergedRow& merged : merged_) {
     // What the store had changed may include relationships.
     state_.outdateMembers(merged.object->entity());
+    state_.touch(*merged.object);
     merged.object->row_ = std::move(merged.row);
   }
   for (NSManagedObject* object : written_) state_.outdateRows(object->entity());

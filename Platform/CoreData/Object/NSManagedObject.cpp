@@ -80,6 +80,7 @@ Row* NSManagedObject::rowForWriting() {
   NSManagedObjectContext* owner = context();
   if (owner != nullptr && !state_.detached) {
     owner->assertQueue();
+    owner->state_->touch(*this);
     if (state_.inserted || committed_) return row_.get();
     load();
   }
@@ -94,8 +95,11 @@ Row* NSManagedObject::rowForWriting() {
 }
 
 void NSManagedObject::markUpdated() {
-  if (hasChanges() || state_.unattached || state_.detached || state_.gone) return;
-  if (NSManagedObjectContext* owner = context()) owner->state_->noteUpdated(*this);
+  if (state_.unattached || state_.detached || state_.gone) return;
+  NSManagedObjectContext* owner = context();
+  if (owner == nullptr) return;
+  owner->state_->touch(*this);
+  if (!hasChanges()) owner->state_->noteUpdated(*this);
 }
 
 void NSManagedObject::neutralise() noexcept {

@@ -1,0 +1,84 @@
+#include "CoreData/Results/SectionedList.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "CoreData/Fetching/FetchError.h"
+#include "absl/container/flat_hash_set.h"
+
+namespace coredata {
+
+using foundation::IndexPath;
+using foundation::Value;
+
+namespace {
+
+/// The value as a section's name. Each link is asked by name, so that computed properties count.
+std::string nameOf(const foundation::Ref<NSManagedObject>& object, std::string_view keyPath) {
+  Value value(object);
+  while (!keyPath.empty()) {
+    const std::size_t end = std::min(keyPath.find('.'), keyPath.size());
+    const foundation::Object* link = value.object();
+    if (link == nullptr) return {};
+    value = link->valueForKey(keyPath.substr(0, end));
+    keyPath.remove_prefix(std::min(end + 1, keyPath.size()));
+  }
+  if (value.isNone()) return {};
+  return value.text() != nullptr ? *value.text() : value.description();
+}
+
+}  // namespace
+
+SectionedList::SectionedList(NSManagedObjectContext& context, const NSFetchRequestBase& request,
+                             const std::optional<std::string>& sectionNameKeyPath) {
+  if (sectionNameKeyPath) {
+    cut(context, request, *sectionNameKeyPath);
+    return;
+  }
+  // The objects' rows are read when they are looked at.
+  NSFetchRequestBase forIdentifiers = request;
+  forIdentifiers.setIncludesPropertyValues(false);
+  identifiers_ = context.fetchObjectIDs(forIdentifiers);
+  sections_.push_back({std::string(), identifiers_.size()});
+  starts_.push_back(0);
+}
+
+void SectionedList::cut(NSManagedObjectContext& context, const NSFetchRequestBase& request,
+                        const std::string& keyPath) {
+  const FetchedObjects objects = context.fetchObjects(request);
+  identifiers_.reserve(objects.size());
+  absl::flat_hash_set<std::string> finished;
+  for (std::size_t i = 0; i < objects.size(); ++i) {
+    const auto object = objects.at(i);
+    std::string name = nameOf(object, keyPath);
+    if (sections_.empty() || sections_.back().name != name) {
+      if (!finished.insert(name).second) {
+        throw fetchError(FetchErrorCode::unsuitableKey,
+                         "The section \"" + name + "\" would come twice: the list of " +
+                             request.entityName() + " is not sorted by " + keyPath + " first.");
+      }
+      append(std::move(name));
+    }
+    identifiers_.push_back(object->objectID());
+    ++sections_.back().numberOfObjects;
+  }
+}
+
+void SectionedList::append(std::string name) {
+  starts_.push_back(identifiers_.size());
+  sections_.push_back({std::move(name), 0});
+}
+
+std::optional<std::size_t> SectionedList::position(const IndexPath& path) const noexcept {
+  if (path.section >= sections_.size()) return std::nullopt;
+  if (path.item >= sections_[path.section].numberOfObjects) return std::nullopt;
+  return starts_[path.section] + path.item;
+}
+
+IndexPath SectionedList::indexPath(std::size_t position) const noexcept {
+  const auto after = std::ranges::upper_bound(starts_, position);
+  const auto section = static_cast<std::size_t>(std::distance(starts_.begin(), after)) - 1;
+  return {section, position - starts_[section]};
+}
+
+}  // namespace coredata

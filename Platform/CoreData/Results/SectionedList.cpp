@@ -27,6 +27,13 @@ std::string nameOf(const foundation::Ref<NSManagedObject>& object, std::string_v
   return value.text() != nullptr ? *value.text() : value.description();
 }
 
+foundation::Error tornApart(const std::string& section, const std::string& entityName,
+                            const std::string& keyPath) {
+  return fetchError(FetchErrorCode::unsuitableKey,
+                    "The section \"" + section + "\" would come twice: the list of " + entityName +
+                        " is not sorted by " + keyPath + " first.");
+}
+
 }  // namespace
 
 SectionedList::SectionedList(NSManagedObjectContext& context, const NSFetchRequestBase& request,
@@ -53,9 +60,7 @@ void SectionedList::cut(NSManagedObjectContext& context, const NSFetchRequestBas
     std::string name = nameOf(object, keyPath);
     if (sections_.empty() || sections_.back().name != name) {
       if (!finished.insert(name).second) {
-        throw fetchError(FetchErrorCode::unsuitableKey,
-                         "The section \"" + name + "\" would come twice: the list of " +
-                             request.entityName() + " is not sorted by " + keyPath + " first.");
+        throw tornApart(name, request.entityName(), keyPath);
       }
       append(std::move(name));
     }

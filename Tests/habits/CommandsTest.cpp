@@ -1,36 +1,11 @@
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-
-#include "Tests/habits/Program.h"
+#include "Tests/habits/ProgramTest.h"
 
 namespace habits {
 namespace {
 
 using nlohmann::json;
 
-class HabitsTest : public testing::Test {
- protected:
-  /// Runs a command that must succeed.
-  std::string text(const std::vector<std::string>& arguments) const {
-    const Outcome outcome = program_.run(arguments);
-    EXPECT_EQ(outcome.status, 0) << outcome.complaint;
-    EXPECT_EQ(outcome.complaint, "");
-    return outcome.output;
-  }
-  json data(std::vector<std::string> arguments) const {
-    arguments.emplace_back("--json");
-    return json::parse(text(arguments));
-  }
-  void refused(const std::vector<std::string>& arguments, const std::string& why) const {
-    const Outcome outcome = program_.run(arguments);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.output, "");
-    EXPECT_EQ(outcome.complaint, "habits: " + why + "\n");
-  }
-
-  Program program_;
-};
+using HabitsTest = ProgramTest;
 
 TEST_F(HabitsTest, AddsAHabit) {
   EXPECT_EQ(text({"add", "Run"}), "Added \"Run\".\n");

@@ -51,6 +51,41 @@ class Streams {
   posix_spawn_file_actions_t actions_{};
 };
 
+/// A terminal whose other end is this process.
+class Terminal {
+ public:
+  Terminal() : own_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+    if (own_ < 0 || grantpt(own_) != 0 || unlockpt(own_) != 0 ||
+        ptsname_r(own_, name_.data(), name_.size()) != 0) {
+      throw std::runtime_error("no terminal to be had");
+    }
+  }
+  ~Terminal() { close(own_); }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  [[nodiscard]] std::string name() const { return name_.data(); }
+  void type(const std::string& text) const {
+    if (write(own_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+      throw std::runtime_error("nothing can be typed");
+    }
+  }
+  /// What it shows until the program ends.
+  [[nodiscard]] std::string shown() const {
+    // Reading fails once the program, the terminal's only other end, has ended.
+    std::string text;
+    std::array<char, 4096> piece{};
+    for (ssize_t size = 0; (size = read(own_, piece.data(), piece.size())) > 0;) {
+      text.append(piece.data(), static_cast<std::size_t>(size));
+    }
+    return text;
+  }
+
+ private:
+  int own_;
+  std::array<char, 128> name_{};
+};
+
 pid_t spawned(std::vector<std::string> arguments,
               const std::map<std::string, std::string>& environment, const Streams& streams) {
   arguments.insert(arguments.begin(), HABITS_PROGRAM);
@@ -83,11 +118,23 @@ Outcome Program::run(std::vector<std::string> arguments) const {
 }
 
 Outcome Program::runPlainly(const std::vector<std::string>& arguments) const {
+  return outcomeOf(arguments, "/dev/null");
+}
+
+Outcome Program::runAnswering(std::vector<std::string> arguments, const std::string& answer) const {
+  arguments.insert(arguments.end(), {"--store", store().string()});
+  const Terminal terminal;
+  terminal.type(answer);
+  return outcomeOf(arguments, terminal.name());
+}
+
+Outcome Program::outcomeOf(const std::vector<std::string>& arguments,
+                           const std::string& input) const {
   const auto output = directory() / "output";
   const auto complaint = directory() / "complaint";
   constexpr int kWrite = O_WRONLY | O_CREAT | O_TRUNC;
   Streams streams;
-  streams.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  streams.open(STDIN_FILENO, input, O_RDONLY | O_NOCTTY);
   streams.open(STDOUT_FILENO, output.string(), kWrite);
   streams.open(STDERR_FILENO, complaint.string(), kWrite);
   const int status = statusOf(spawned(arguments, environment_, streams));
@@ -95,23 +142,23 @@ Outcome Program::runPlainly(const std::vector<std::string>& arguments) const {
 }
 
 std::string Program::outputInTerminal(std::vector<std::string> arguments) const {
+  return shownInTerminal(std::move(arguments), STDOUT_FILENO);
+}
+
+std::string Program::complaintInTerminal(std::vector<std::string> arguments) const {
+  return shownInTerminal(std::move(arguments), STDERR_FILENO);
+}
+
+std::string Program::shownInTerminal(std::vector<std::string> arguments, int descriptor) const {
   arguments.insert(arguments.end(), {"--store", store().string()});
-  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-  std::array<char, 128> name{};
-  if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0 ||
-      ptsname_r(terminal, name.data(), name.size()) != 0) {
-    throw std::runtime_error("no terminal to be had");
-  }
+  const Terminal terminal;
   Streams streams;
-  streams.open(STDOUT_FILENO, name.data(), O_WRONLY | O_NOCTTY);
-  const pid_t child = spawned(arguments, environment_, streams);
-  // Reading fails once the program, the terminal's only other end, has ended.
-  std::string output;
-  std::array<char, 4096> piece{};
-  for (ssize_t size = 0; (size = read(terminal, piece.data(), piece.size())) > 0;) {
-    output.append(piece.data(), static_cast<std::size_t>(size));
+  for (const int other : {STDOUT_FILENO, STDERR_FILENO}) {
+    if (other != descriptor) streams.open(other, "/dev/null", O_WRONLY);
   }
-  close(terminal);
+  streams.open(descriptor, terminal.name(), O_WRONLY | O_NOCTTY);
+  const pid_t child = spawned(arguments, environment_, streams);
+  std::string output = terminal.shown();
   if (const int status = statusOf(child); status != 0) {
     throw std::runtime_error("the program ended with " + std::to_string(status));
   }

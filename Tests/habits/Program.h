@@ -31,10 +31,20 @@ class Program {
   [[nodiscard]] Outcome run(std::vector<std::string> arguments) const;
   /// The same with exactly these arguments.
   [[nodiscard]] Outcome runPlainly(const std::vector<std::string>& arguments) const;
-  /// The same in a terminal of its own, which shows colours.
+  /// Runs a command over `store()` with a terminal at its input alone, where the answer is typed.
+  [[nodiscard]] Outcome runAnswering(std::vector<std::string> arguments,
+                                     const std::string& answer) const;
+  /// What a command over `store()` writes to a terminal of its own, which shows colours.
   [[nodiscard]] std::string outputInTerminal(std::vector<std::string> arguments) const;
+  /// The same for what goes to the standard error stream.
+  [[nodiscard]] std::string complaintInTerminal(std::vector<std::string> arguments) const;
 
  private:
+  [[nodiscard]] Outcome outcomeOf(const std::vector<std::string>& arguments,
+                                  const std::string& input) const;
+  [[nodiscard]] std::string shownInTerminal(std::vector<std::string> arguments,
+                                            int descriptor) const;
+
   support::TemporaryDirectory directory_;
   std::map<std::string, std::string> environment_;
 };

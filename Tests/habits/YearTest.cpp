@@ -1,21 +1,12 @@
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-
-#include "Tests/habits/Program.h"
+#include "Tests/habits/ProgramTest.h"
 
 namespace habits {
 namespace {
 
 using nlohmann::json;
 
-class HabitsYearTest : public testing::Test {
+class HabitsYearTest : public ProgramTest {
  protected:
-  std::string text(const std::vector<std::string>& arguments) const {
-    const Outcome outcome = program_.run(arguments);
-    EXPECT_EQ(outcome.status, 0) << outcome.complaint;
-    return outcome.output;
-  }
   /// A habit with a target of 4 and days of every shade.
   void addDays() const {
     text({"add", "Run", "--target", "4"});
@@ -26,8 +17,6 @@ class HabitsYearTest : public testing::Test {
     }
     text({"check", "Run", "--on", "2024-07-01", "--alternate"});
   }
-
-  Program program_;
 };
 
 TEST_F(HabitsYearTest, IsDrawnAsWeeksAndWeekdays) {

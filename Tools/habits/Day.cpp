@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <string_view>
 
 #include "Foundation/Text/DateFormatter.h"
 #include "Foundation/Text/TimeZone.h"
@@ -31,15 +30,15 @@ std::optional<int> number(std::string_view digits) {
   return isWhole && digits.front() != '-' ? std::optional(value) : std::nullopt;
 }
 
-/// The day that "YYYY-MM-DD" stands for.
-std::optional<Day> plainDay(std::string_view text) {
-  constexpr std::string_view kForm = "0000-00-00";
-  if (text.size() != kForm.size() || text[4] != '-' || text[7] != '-') return std::nullopt;
-  const auto year = number(text.substr(0, 4));
-  const auto month = number(text.substr(5, 2));
-  const auto day = number(text.substr(8));
-  if (!year || !month || !day || *year == 0) return std::nullopt;
-  const Day result(std::chrono::year(*year), std::chrono::month(static_cast<unsigned>(*month)),
+/// The day that three groups of digits say, if there is one.
+std::optional<Day> dayFrom(std::string_view years, std::string_view months, std::string_view days,
+                           int century) {
+  const auto year = number(years);
+  const auto month = number(months);
+  const auto day = number(days);
+  if (!year || !month || !day || *year + century == 0) return std::nullopt;
+  const Day result(std::chrono::year(*year + century),
+                   std::chrono::month(static_cast<unsigned>(*month)),
                    std::chrono::day(static_cast<unsigned>(*day)));
   return result.ok() ? std::optional(result) : std::nullopt;
 }
@@ -61,6 +60,19 @@ std::optional<Date> noonOf(const Day& day) {
     date = Date::from1970(noon - static_cast<double>(TimeZone::current().secondsFromGMT(date)));
   }
   return dayOf(date) == day ? std::optional(date) : std::nullopt;
+}
+
+std::optional<Day> plainDay(std::string_view text) {
+  constexpr std::string_view kForm = "0000-00-00";
+  if (text.size() != kForm.size() || text[4] != '-' || text[7] != '-') return std::nullopt;
+  return dayFrom(text.substr(0, 4), text.substr(5, 2), text.substr(8), 0);
+}
+
+std::optional<Day> monthFirstDay(std::string_view text) {
+  constexpr std::string_view kForm = "00/00/00";
+  constexpr int kCentury = 2000;
+  if (text.size() != kForm.size() || text[2] != '/' || text[5] != '/') return std::nullopt;
+  return dayFrom(text.substr(6), text.substr(0, 2), text.substr(3, 2), kCentury);
 }
 
 Date dayArgument(const std::optional<std::string>& text) {

@@ -1,15 +1,20 @@
-#include <algorithm>
+#include <unordered_map>
 
 #include "CoreDataStack/UseCases/CoreDataCheckinUseCase.h"
 #include "Domain/ActivityStatus.h"
 #include "Foundation/Text/DayKey.h"
 #include "Tools/habits/Commands.h"
+#include "Tools/habits/Groups.h"
 #include "Tools/habits/Habit.h"
+#include "Tools/habits/Queries.h"
 #include "Tools/habits/Table.h"
 
 namespace habits {
 
+using coredata::NSArray;
+using coredatastack::API;
 using coredatastack::CDActivity;
+using coredatastack::CDGroup;
 using coredatastack::CoreDataCheckinUseCase;
 using domain::ActivityStatus;
 using domain::UserType;
@@ -52,29 +57,61 @@ std::string statusText(const CDActivity& activity) {
   return "";
 }
 
+std::optional<std::string> groupOf(const CDActivity& activity) {
+  const Ref<CDGroup> group = activity.group();
+  return group ? group->title() : std::nullopt;
+}
+
 Value dataOf(const Habit& habit, const std::optional<std::string>& last) {
   return ValueDictionary{{"title", habit.activity->title()},
                          {"name", habit.name},
                          {"status", habit.activity->status()},
                          {"color", habit.activity->color()},
                          {"target", habit.activity->checkinMaxCount()},
+                         {"group", groupOf(*habit.activity)},
                          {"goal", goalOf(*habit.activity)},
                          {"last", last}};
 }
 
+/// The activities that pass the filter, in the order of the groups and of the places within.
+NSArray<CDActivity> activitiesLike(const ListFilter& filter, const Session& session) {
+  const Ref<CDGroup> group = filter.group ? groupTitled(*filter.group, session.context()) : nullptr;
+  return Queries(session).answer([&](const API& api) {
+    return filter.status ? api.activities(*filter.status) : api.activities(group);
+  });
+}
+
+std::vector<Habit> habitsLike(const ListFilter& filter, const Session& session) {
+  std::vector<Habit> all = allHabits(session.context());
+  if (!filter.group && !filter.inNoGroup && !filter.status) return all;
+  std::unordered_map<Ref<CDActivity>, std::string> names;
+  for (Habit& habit : all) names.emplace(habit.activity, std::move(habit.name));
+  std::vector<Habit> habits;
+  for (const Ref<CDActivity> activity : activitiesLike(filter, session)) {
+    habits.push_back({activity, names.at(activity)});
+  }
+  return habits;
+}
+
 }  // namespace
 
-Answer list(const Session& session) {
+Answer list(const Session& session, const ListFilter& filter) {
+  const auto habits = habitsLike(filter, session);
+  if (habits.empty()) {
+    const auto all =
+        Queries(session).answer([](const API& api) { return api.numberOfActivities(); });
+    return {all == 0 ? kNoHabits : "No such habits.", ValueList()};
+  }
   const LastDays days(session);
   Table table;
   ValueList data;
-  for (const Habit& habit : allHabits(session.context())) {
+  for (const Habit& habit : habits) {
     const auto last = days.of(habit.activity);
     table.add({habit.name, last.value_or("never"), goalOf(*habit.activity).value_or(""),
                statusText(*habit.activity)});
     data.push_back(dataOf(habit, last));
   }
-  return {data.empty() ? kNoHabits : table.text(), std::move(data)};
+  return {table.text(), std::move(data)};
 }
 
 Answer last(const Session& session) {

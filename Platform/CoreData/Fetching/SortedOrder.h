@@ -75,10 +75,11 @@ class SortedOrder {
 
   void compareFrom(std::span<std::uint32_t> items, std::size_t first) {
     const auto isBefore = [&](std::uint32_t left, std::uint32_t right) {
-      return compare(left, right, first) < 0;
+      const auto order = compare(left, right, first);
+      return order != 0 ? order < 0 : left < right;
     };
     // Often they came in order.
-    if (!std::ranges::is_sorted(items, isBefore)) std::ranges::stable_sort(items, isBefore);
+    if (!std::ranges::is_sorted(items, isBefore)) std::ranges::sort(items, isBefore);
   }
 
   [[nodiscard]] std::weak_ordering compare(std::uint32_t left, std::uint32_t right,

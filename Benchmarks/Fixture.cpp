@@ -1,5 +1,6 @@
 #include "Benchmarks/Fixture.h"
 
+#include <algorithm>
 #include <optional>
 #include <stdexcept>
 
@@ -13,6 +14,8 @@ using foundation::Ref;
 
 namespace {
 
+constexpr int kDaysInASave = 10;
+
 std::optional<Date> dateOf(const std::optional<double>& seconds) {
   if (!seconds) return std::nullopt;
   return Date::fromReference(*seconds);
@@ -23,7 +26,9 @@ std::optional<Date> dateOf(const std::optional<double>& seconds) {
 Fixture::Fixture(const StoreDirectory& directory, int activities, int days, Durability durability)
     : ours_(directory.ourPath(), durability), byHand_(directory.handWrittenPath(), durability) {
   addActivities(activities);
-  for (int activity = 1; activity <= activities; ++activity) addCheckins(activity, days);
+  for (int day = 0; day < days; day += kDaysInASave) {
+    addCheckins(day, std::min(day + kDaysInASave, days));
+  }
 }
 
 void Fixture::addActivities(int count) {
@@ -45,21 +50,26 @@ void Fixture::addActivities(int count) {
   byHand_.commit();
 }
 
-void Fixture::addCheckins(int activity, int days) {
-  if (days == 0) return;
-  ours_.inBlock([&] {
-    for (int day = 0; day < days; ++day) {
-      insertCheckin(ours_.context(), this->activity(activity), checkinOn(activity, day));
+void Fixture::addCheckins(int firstDay, int endDay) {
+  const auto forEach = [&](auto&& insert) {
+    for (int day = firstDay; day < endDay; ++day) {
+      for (std::size_t number = 1; number <= activities_.size(); ++number) {
+        insert(checkinOn(static_cast<int>(number), day));
+      }
     }
+  };
+  ours_.inBlock([&] {
+    forEach([&](const CheckinRecord& record) {
+      insertCheckin(ours_.context(), activity(record.activity), record);
+    });
     ours_.context().save();
-    ours_.context().refresh(this->activity(activity), false);
+    for (const auto& activity : activities_) ours_.context().refresh(activity, false);
   });
   byHand_.begin();
   byHand_.recordTransaction(secondsNow());
-  for (int day = 0; day < days; ++day) {
-    const std::int64_t key = byHand_.insertCheckin(checkinOn(activity, day));
-    byHand_.recordChange(key, HandWrittenStore::Change::insert, 0);
-  }
+  forEach([&](const CheckinRecord& record) {
+    byHand_.recordChange(byHand_.insertCheckin(record), HandWrittenStore::Change::insert, 0);
+  });
   byHand_.commit();
 }
 

@@ -22,8 +22,8 @@ class StoreDirectory {
   support::TemporaryDirectory directory_;
 };
 
-/// New stores of both sides with the same activities and check-ins in them, habit by habit and each
-/// day by day.
+/// New stores of both sides with the same activities and check-ins in them, day by day, as they come
+/// to be when people check in: the days of one habit lie far apart.
 class Fixture {
  public:
   Fixture(const StoreDirectory& directory, int activities, int days,
@@ -39,7 +39,7 @@ class Fixture {
 
  private:
   void addActivities(int count);
-  void addCheckins(int activity, int days);
+  void addCheckins(int firstDay, int endDay);
 
   EngineStore ours_;
   HandWrittenStore byHand_;

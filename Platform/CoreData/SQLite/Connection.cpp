@@ -63,8 +63,11 @@ Connection::Connection(const std::string& path, const ConnectionSettings& settin
 
 Connection::~Connection() {
   if (!isOurs()) {
-    for (auto& statement : controls_) static_cast<void>(statement.release());
-    for (auto& [key, statement] : statements_) static_cast<void>(statement.release());
+    const auto leave = [](std::unique_ptr<Statement>& statement) {
+      [[maybe_unused]] const Statement* const left = statement.release();
+    };
+    for (auto& statement : controls_) leave(statement);
+    for (auto& [key, statement] : statements_) leave(statement);
     return;
   }
   controls_ = {};
@@ -100,7 +103,10 @@ void Connection::configure(const ConnectionSettings& settings) {
   if (!settings.pragmas.contains("synchronous")) execute("PRAGMA synchronous=FULL");
   if (!settings.pragmas.contains("cache_size")) execute("PRAGMA cache_size=-8000");
   for (const auto& [name, value] : settings.pragmas) {
-    if (name != "journal_mode") execute(("PRAGMA " + name + "=" + value).c_str());
+    if (name == "journal_mode") continue;
+    std::string sql = "PRAGMA ";
+    sql.append(name).append("=").append(value);
+    execute(sql.c_str());
   }
 }
 

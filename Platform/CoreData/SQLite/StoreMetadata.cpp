@@ -13,7 +13,6 @@
 namespace coredata {
 
 using foundation::UUID;
-using foundation::Value;
 using foundation::ValueDictionary;
 using foundation::ValueList;
 

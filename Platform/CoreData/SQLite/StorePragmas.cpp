@@ -46,9 +46,9 @@ std::map<std::string, std::string> checkedPragmas(
     const std::string name = folded(givenName, 'A', 'Z', 'a' - 'A');
     const std::string value = folded(givenValue, 'a', 'z', 'A' - 'a');
     if (!isAllowed(name, value)) {
-      throw storeError(
-          StoreErrorCode::invalidOption,
-          "A store takes no pragma \"" + givenName + "\" with the value \"" + givenValue + "\".");
+      std::string text = "A store takes no pragma \"";
+      text.append(givenName).append("\" with the value \"").append(givenValue).append("\".");
+      throw storeError(StoreErrorCode::invalidOption, text);
     }
     result.emplace(name, value);
   }

@@ -77,8 +77,7 @@ struct DayArguments {
 CommandDeclaration<DayArguments> dayCommand(CLI::App& app, const char* name, const char* what) {
   CommandDeclaration<DayArguments> command(app, name, what);
   addHabit(command, command.arguments().day.name);
-  command->add_option("--on", command.arguments().day.on,
-                      "The day, as YYYY-MM-DD; today when not given");
+  addDay(command, command.arguments().day.on);
   return command;
 }
 

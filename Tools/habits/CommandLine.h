@@ -25,6 +25,12 @@ void declareHabitCommands(CLI::App& app, Request& request);
 void declareDayCommands(CLI::App& app, Request& request);
 void declareListCommands(CLI::App& app, Request& request);
 void declareImport(CLI::App& app, Request& request);
+void declareErasing(CLI::App& app, Request& request);
+void declareGroups(CLI::App& app, Request& request);
+void declareReview(CLI::App& app, Request& request);
+void declareReminders(CLI::App& app, Request& request);
+void declareWidgets(CLI::App& app, Request& request);
+void declarePhotos(CLI::App& app, Request& request);
 
 /// A command whose arguments are a value of their own, kept as long as somebody may run it.
 template <typename Arguments>
@@ -48,10 +54,23 @@ class CommandDeclaration {
   std::shared_ptr<Arguments> arguments_ = std::make_shared<Arguments>();
 };
 
+/// A command that is followed by another one.
+inline CLI::App& family(CLI::App& app, const char* name, const char* what) {
+  auto* command = app.add_subcommand(name, what);
+  command->require_subcommand(1);
+  return *command;
+}
+
 /// Declares the argument that says which habit is meant.
 template <typename Arguments>
 void addHabit(const CommandDeclaration<Arguments>& command, std::string& name) {
   command->add_option("title", name, "The habit's title")->required();
+}
+
+/// Declares the option that says which day is meant.
+template <typename Arguments>
+void addDay(const CommandDeclaration<Arguments>& command, std::optional<std::string>& on) {
+  command->add_option("--on", on, "The day, as YYYY-MM-DD; today when not given");
 }
 
 }  // namespace habits

@@ -7,6 +7,7 @@
 
 #include "CoreDataStack/Model/CDGoal.h"
 #include "Domain/ActivityStatus.h"
+#include "Domain/ActivityWidgetSize.h"
 #include "Tools/habits/Answer.h"
 #include "Tools/habits/Session.h"
 
@@ -66,6 +67,79 @@ struct StatsQuestion {
 [[nodiscard]] Answer stats(const Session& session, const StatsQuestion& question);
 
 [[nodiscard]] Answer achieve(const Session& session, const std::string& name);
+
+/// What takes things away for good.
+struct Destruction {
+  std::string name;
+  /// Whether the user need not be asked any more.
+  bool isConsentedTo = false;
+};
+/// Deletes the habit's check-ins.
+[[nodiscard]] Answer erase(const Session& session, const Destruction& destruction);
+/// Deletes the habit with all that belongs to it.
+[[nodiscard]] Answer remove(const Session& session, const Destruction& destruction);
+
+[[nodiscard]] Answer addGroup(const Session& session, const std::string& title);
+[[nodiscard]] Answer listGroups(const Session& session);
+/// A habit and the group that it goes to; no group when none is given.
+struct GroupMove {
+  std::string name;
+  std::optional<std::string> group;
+};
+[[nodiscard]] Answer moveToGroup(const Session& session, const GroupMove& move);
+
+/// What to write about a month, this one when none is given; without a text only look.
+struct MonthText {
+  std::optional<std::string> month;
+  std::optional<std::string> text;
+};
+[[nodiscard]] Answer review(const Session& session, const MonthText& wanted);
+
+inline constexpr const char* kAllDays = "all";
+inline constexpr const char* kNoDays = "none";
+/// The days of the week as a reminder's days are named, and those two.
+[[nodiscard]] std::vector<std::string> namesOfDays();
+/// What to change of a habit's reminder; what is absent stays.
+struct ReminderChange {
+  std::string name;
+  std::optional<std::string> at;
+  std::vector<std::string> days;
+};
+[[nodiscard]] Answer remind(const Session& session, const ReminderChange& change);
+
+struct NewWidget {
+  std::string name;
+  domain::ActivityWidgetSize size = domain::ActivityWidgetSize::small;
+  std::vector<std::string> habits;
+};
+[[nodiscard]] Answer addWidget(const Session& session, const NewWidget& widget);
+[[nodiscard]] Answer listWidgets(const Session& session);
+[[nodiscard]] Answer removeWidget(const Session& session, const std::string& name);
+
+/// A picture to attach to the check-in of a habit's day.
+struct NewPhoto {
+  HabitDay day;
+  std::string path;
+};
+[[nodiscard]] Answer addPhoto(const Session& session, const NewPhoto& photo);
+[[nodiscard]] Answer listPhotos(const Session& session, const std::string& name);
+/// A photo of a day: the first is number 1.
+struct PhotoOfDay {
+  HabitDay day;
+  std::size_t number = 1;
+};
+struct PhotoExport {
+  PhotoOfDay photo;
+  std::string path;
+};
+/// Overwrites nothing.
+[[nodiscard]] Answer exportPhoto(const Session& session, const PhotoExport& wanted);
+struct PhotoRemoval {
+  PhotoOfDay photo;
+  /// Whether the user need not be asked any more.
+  bool isConsentedTo = false;
+};
+[[nodiscard]] Answer removePhoto(const Session& session, const PhotoRemoval& removal);
 
 /// A file of another program.
 struct ImportFile {

@@ -47,6 +47,12 @@ std::size_t displayWidth(const std::string& text) {
   return width;
 }
 
+std::string withoutControls(std::string text) {
+  std::ranges::replace_if(
+      text, [](char c) { return isControl(c) && c != '\n'; }, '?');
+  return text;
+}
+
 void Table::add(std::vector<std::string> row) {
   for (std::string& cell : row) std::ranges::replace_if(cell, isControl, '?');
   rows_.push_back(std::move(row));

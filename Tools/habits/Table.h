@@ -17,6 +17,10 @@ class Table {
   std::vector<std::vector<std::string>> rows_;
 };
 
+/// The text with "?" for control characters other than line ends, so that it cannot steer the
+/// terminal.
+[[nodiscard]] std::string withoutControls(std::string text);
+
 /// How many places of a terminal a UTF-8 text takes.
 [[nodiscard]] std::size_t displayWidth(const std::string& text);
 

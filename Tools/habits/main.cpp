@@ -54,6 +54,12 @@ int main(int argc, char** argv) {
   habits::declareDayCommands(app, request);
   habits::declareListCommands(app, request);
   habits::declareImport(app, request);
+  habits::declareErasing(app, request);
+  habits::declareGroups(app, request);
+  habits::declareReview(app, request);
+  habits::declareReminders(app, request);
+  habits::declareWidgets(app, request);
+  habits::declarePhotos(app, request);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -93,8 +93,9 @@ void writeNewFile(const std::string& path, std::span<const std::uint8_t> bytes) 
   if (!file) throw Refusal(path + " cannot be written: " + std::strerror(file.error()) + ".");
   const auto written = foundation::writeAll(file->get(), bytes);
   if (written) return;
-  static_cast<void>(FileSystem::current().unlink(AT_FDCWD, path.c_str(), 0));
-  throw Refusal(path + " cannot be written: " + std::strerror(written.error()) + ".");
+  const auto removed = FileSystem::current().unlink(AT_FDCWD, path.c_str(), 0);
+  throw Refusal(path + " cannot be written: " + std::strerror(written.error()) + "." +
+                (removed ? "" : " A part of it is left there."));
 }
 
 /// The days and sizes of a habit's photos, without the pictures.

@@ -22,8 +22,8 @@ class StoreDirectory {
   support::TemporaryDirectory directory_;
 };
 
-/// New stores of both sides with the same activities and check-ins in them, day by day, as they come
-/// to be when people check in: the days of one habit lie far apart.
+/// New stores of both sides with the same activities and check-ins in them, day by day, as they
+/// come to be when people check in: the days of one habit lie far apart.
 class Fixture {
  public:
   Fixture(const StoreDirectory& directory, int activities, int days,

@@ -36,6 +36,8 @@ StoreOptions storeOptions(const NSPersistentStoreDescription& description) {
   options.readOnly = description.isReadOnly();
   options.historyTracking = description.isOn(NSPersistentHistoryTrackingKey);
   options.pragmas = description.sqlitePragmas();
+  options.isScratch = description.isOn(kScratchStoreOption);
+  options.buildsIndexes = !description.isOn(kDefersIndexesOption);
   options.bundleIdentifier = foundation::Bundle::main().bundleIdentifier().value_or("");
   return options;
 }

@@ -24,6 +24,9 @@ inline constexpr std::string_view NSPersistentStoreFileProtectionKey =
 inline constexpr std::string_view NSSQLitePragmasOption = "NSSQLitePragmasOption";
 inline constexpr std::string_view NSReadOnlyPersistentStoreOption =
     "NSReadOnlyPersistentStoreOption";
+// Of this library's own: `StoreOptions::isScratch`, and the contrary of `buildsIndexes`.
+inline constexpr std::string_view kScratchStoreOption = "CDSScratchStoreOption";
+inline constexpr std::string_view kDefersIndexesOption = "CDSDefersIndexesOption";
 
 /// How a store is to be opened. Starts as type SQLite, added synchronously, with no options and no
 /// migration of any kind: an unasked migration of a user's store is the worse surprise.

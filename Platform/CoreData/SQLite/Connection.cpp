@@ -103,7 +103,9 @@ void Connection::configure(const ConnectionSettings& settings) {
   if (!settings.pragmas.contains("synchronous")) execute("PRAGMA synchronous=FULL");
   if (!settings.pragmas.contains("cache_size")) execute("PRAGMA cache_size=-8000");
   for (const auto& [name, value] : settings.pragmas) {
-    if (name == "journal_mode") continue;
+    // A journal in memory is each connection's own matter; every other mode is the file's, and
+    // chosen once.
+    if (name == "journal_mode" && value != "MEMORY") continue;
     std::string sql = "PRAGMA ";
     sql.append(name).append("=").append(value);
     execute(sql.c_str());

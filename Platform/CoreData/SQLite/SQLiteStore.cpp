@@ -20,6 +20,11 @@ Ref<SQLiteStore> SQLiteStore::open(const StoreOptions& options,
 
 ValueDictionary SQLiteStore::metadataAt(const foundation::URL& url) { return metadataOfFile(url); }
 
+void SQLiteStore::buildIndexes(StoreOptions options, Ref<const NSManagedObjectModel> model) {
+  options.buildsIndexes = true;
+  open(options, std::move(model))->close();
+}
+
 SQLiteStore::SQLiteStore(std::unique_ptr<StoreCore> core) : core_(std::move(core)) {}
 
 SQLiteStore::~SQLiteStore() { close(); }

@@ -44,6 +44,10 @@ class SQLiteStore final : public foundation::Object {
   /// read.
   [[nodiscard]] static foundation::ValueDictionary metadataAt(const foundation::URL& url);
 
+  /// Gives a store the model's indexes, as opening it without `buildsIndexes` put off. An open
+  /// store would take the change for a replacement, so nobody may have it open.
+  static void buildIndexes(StoreOptions options, foundation::Ref<const NSManagedObjectModel> model);
+
   [[nodiscard]] const NSManagedObjectModel& model() const noexcept;
   [[nodiscard]] const StoreOptions& options() const noexcept;
   /// The same for as long as the store lives, through every migration.

@@ -128,7 +128,10 @@ void createStore(Connection& connection, const StoreOptions& options,
   if (readNumber(connection, "PRAGMA schema_version") != 0) return connection.rollBack();
   connection.execute(("PRAGMA application_id=" + std::to_string(kStoreApplicationId)).c_str());
   connection.execute(("PRAGMA user_version=" + std::to_string(kStoreFormatVersion)).c_str());
-  for (const SchemaObject& object : storeSchema(model)) connection.execute(object.sql.c_str());
+  for (const SchemaObject& object : storeSchema(model)) {
+    if (object.kind == SchemaObject::Kind::index && !options.buildsIndexes) continue;
+    connection.execute(object.sql.c_str());
+  }
   const UUID identifier = options.newIdentifier.value_or(UUID());
   writeMetadata(connection,
                 mergedMetadata(options.newMetadata, identifyingMetadata(model, identifier)));
@@ -196,7 +199,7 @@ void verify(OpenedStore& store, const StoreOptions& options, const NSManagedObje
   store.schemaVersion = connection.schemaVersion();
   connection.seenDataVersion = connection.dataVersion();
   connection.commit();
-  if (check.indexChanges.empty() || options.readOnly) return;
+  if (check.indexChanges.empty() || options.readOnly || !options.buildsIndexes) return;
   rebuildIndexes(connection, model);
   store.schemaVersion = connection.schemaVersion();
 }
@@ -222,7 +225,14 @@ bool leaveLog(Connection& connection, const std::string& path) {
   return false;
 }
 
-void chooseJournal(OpenedStore& store) {
+void keepJournalInMemory(OpenedStore& store) {
+  store.connection->setKeepsLogFile(false);
+  store.usesLog = setJournalMode(*store.connection, "PRAGMA journal_mode=MEMORY") == "wal";
+  store.settings.pragmas.insert_or_assign("journal_mode", "MEMORY");
+}
+
+void chooseJournal(OpenedStore& store, const StoreOptions& options) {
+  if (options.isScratch) return keepJournalInMemory(store);
   const auto mode = store.settings.pragmas.find("journal_mode");
   if (mode != store.settings.pragmas.end() && mode->second == "DELETE") {
     store.usesLog = !leaveLog(*store.connection, store.path);
@@ -234,12 +244,20 @@ void chooseJournal(OpenedStore& store) {
                    "The store " + store.path +
                        " lies where no log can be kept beside it, perhaps on a network.");
 }
+
+ConnectionSettings settingsFor(const StoreOptions& options) {
+  ConnectionSettings settings{options.readOnly, options.busyTimeout,
+                              checkedPragmas(options.pragmas)};
+  if (options.isScratch && !options.readOnly)
+    settings.pragmas.insert_or_assign("synchronous", "OFF");
+  return settings;
+}
 }  // namespace
 
 OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& model) {
   OpenedStore store;
   store.path = pathOf(options.url);
-  store.settings = {options.readOnly, options.busyTimeout, checkedPragmas(options.pragmas)};
+  store.settings = settingsFor(options);
   requireFile(store.path, !options.readOnly);
   try {
     store.connection = std::make_unique<Connection>(store.path, store.settings);
@@ -260,7 +278,7 @@ OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& m
       connection.begin();
     }
     verify(store, options, model);
-    if (!options.readOnly) chooseJournal(store);
+    if (!options.readOnly) chooseJournal(store, options);
     return store;
   } catch (const Error& error) {
     throwMeaning(error, store.path);

@@ -30,6 +30,13 @@ struct StoreOptions {
   std::map<std::string, std::string> pragmas;
   /// How long to wait for another writer before giving up.
   std::chrono::milliseconds busyTimeout{5000};
+  /// For a file that nobody misses when the process dies, such as a step of a migration: written
+  /// without waiting for the disk, with neither a log nor a journal beside it. A death in the
+  /// middle of a write leaves it damaged.
+  bool isScratch = false;
+  /// False for a store that is to be filled first and read later: a new file gets no indexes, and
+  /// those that one has are left as they are. See `SQLiteStore::buildIndexes`.
+  bool buildsIndexes = true;
 
   /// What a new file starts with; an existing one keeps what it has. A migration hands on the old
   /// store's identifier and the metadata of the program.

@@ -125,6 +125,17 @@ TEST_F(Coordinators, RefusePragmasThatAreNotOnTheList) {
   EXPECT_EQ(addingError(wanted), number(StoreErrorCode::invalidOption));
 }
 
+TEST_F(Coordinators, OpenAScratchStoreAndDeferItsIndexes) {
+  auto wanted = description();
+  wanted.setOption(true, coredata::kScratchStoreOption);
+  wanted.setOption(true, coredata::kDefersIndexesOption);
+
+  const auto store = coordinator->addPersistentStore(wanted);
+
+  EXPECT_TRUE(store->engine()->options().isScratch);
+  EXPECT_FALSE(store->engine()->options().buildsIndexes);
+}
+
 TEST_F(Coordinators, ReadTheMetadataOfAStoreInUse) {
   const auto store = coordinator->addPersistentStore(description());
 

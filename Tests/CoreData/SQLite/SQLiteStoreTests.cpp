@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "CoreData/Model/ModelBuilder.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreMetadata.h"
+#include "CoreData/SQLite/StoreVFS.h"
 #include "Tests/CoreData/SQLite/StoreFixture.h"
+#include "Tests/Support/FaultVFS.h"
 
 namespace {
 using coredata::ReadSession;
@@ -39,6 +42,14 @@ bool hasEmptyLog(const StoreFile& file) {
 unsigned modeOf(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
+}
+
+std::vector<std::string> filesIn(const StoreFile& file) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(file.directory()))
+    names.push_back(entry.path().filename().string());
+  std::ranges::sort(names);
+  return names;
 }
 
 std::int64_t openError(const StoreFile& file) {
@@ -402,6 +413,50 @@ TEST(SQLiteStore, KeepsTheLogWhenAnotherStoreUsesIt) {
 
   EXPECT_EQ(shelf::titleOf(session, shelf::insertBook(session, "Persuasion")), "Persuasion");
   EXPECT_EQ(shelf::query(file.path(), "PRAGMA journal_mode"), std::vector<std::string>{"wal"});
+}
+
+TEST(SQLiteStore, WritesAScratchFileWithNothingBesideIt) {
+  const StoreFile file;
+  StoreOptions options = file.options();
+  options.isScratch = true;
+  support::FaultVFS vfs;
+  const coredata::StoreVFSOverride override(vfs.name());
+  {
+    ReadSession session(file.open(options));
+    vfs.reset();
+    // A second connection, beside the one that is writing.
+    ReadSession reading(session.store());
+    reading.begin();
+    EXPECT_EQ(shelf::titleOf(reading, 1), "-");
+    ReadSession writing(session.store());
+    reading.end();
+    EXPECT_EQ(shelf::titleOf(session, shelf::insertBook(writing, "Emma")), "Emma");
+  }
+
+  for (const support::FaultVFS::Record& record : vfs.records()) {
+    EXPECT_EQ(record.file, "");
+    EXPECT_NE(record.operation, support::FileOperation::sync);
+  }
+  EXPECT_EQ(filesIn(file), std::vector<std::string>{"shelf.sqlite"});
+  ReadSession again(file.open());
+  EXPECT_EQ(shelf::titleOf(again, 1), "Emma");
+}
+
+TEST(SQLiteStore, LeavesTheIndexesForLaterWhenItIsTold) {
+  const StoreFile file;
+  StoreOptions options = file.options();
+  options.buildsIndexes = false;
+  const auto indexes = [&] {
+    return shelf::query(file.path(),
+                        "SELECT name FROM sqlite_master WHERE type='index' AND tbl_name='Book'");
+  };
+  file.open(options)->close();
+  file.open(options)->close();
+  ASSERT_EQ(indexes(), std::vector<std::string>{});
+
+  SQLiteStore::buildIndexes(options, shelf::model());
+
+  EXPECT_EQ(indexes(), std::vector<std::string>{"Book_byShelfAndTitle"});
 }
 
 TEST(SQLiteStore, NoticesThatItsContentWasReplaced) {

@@ -76,6 +76,17 @@ FileResult<struct stat> FaultyFileSystem::status(int directory, const char* path
   return system().status(directory, path, flags);
 }
 
+FileResult<std::vector<std::string>> FaultyFileSystem::list(int directory) {
+  return system().list(directory);
+}
+
+FileResult<std::uint64_t> FaultyFileSystem::mount(int file) { return system().mount(file); }
+
+FileResult<std::uint64_t> FaultyFileSystem::availableBytes(int file) {
+  if (availableBytes_) return *availableBytes_;
+  return system().availableBytes(file);
+}
+
 void FaultyFileSystem::close(int file) noexcept { system().close(file); }
 
 }  // namespace support

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "Foundation/Internal/FileSystem.h"
 
@@ -43,7 +46,13 @@ class FaultyFileSystem final : public foundation::FileSystem {
   foundation::FileResult<void> makeDirectory(int directory, const char* path, mode_t mode) override;
   foundation::FileResult<void> touch(int file) override;
   foundation::FileResult<struct stat> status(int directory, const char* path, int flags) override;
+  foundation::FileResult<std::vector<std::string>> list(int directory) override;
+  foundation::FileResult<std::uint64_t> mount(int file) override;
+  foundation::FileResult<std::uint64_t> availableBytes(int file) override;
   void close(int file) noexcept override;
+
+  /// From now on every file system has this much room.
+  void setAvailableBytes(std::uint64_t bytes) noexcept { availableBytes_ = bytes; }
 
  private:
   /// Counts a change; the error that it is to fail with, if it is.
@@ -55,6 +64,7 @@ class FaultyFileSystem final : public foundation::FileSystem {
   std::size_t change_;
   int error_;
   std::size_t changes_ = 0;
+  std::optional<std::uint64_t> availableBytes_;
   foundation::FileSystem* previous_;
 };
 

@@ -1,17 +1,15 @@
 #include "Foundation/Files/Directories.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <mutex>
-#include <optional>
 #include <utility>
-#include <vector>
 
 #include "Foundation/Files/Bundle.h"
 #include "Foundation/Files/Internal/BundleSearch.h"
+#include "Foundation/Files/Internal/HomeDirectory.h"
 #include "Foundation/Values/Error.h"
 
 namespace foundation {
@@ -22,29 +20,8 @@ namespace {
   throw Error(std::string(kPosixErrorDomain), code, std::move(message));
 }
 
-/// The path without slashes at its end, none unless it is absolute.
-std::optional<std::string> absolutePath(const char* text) {
-  if (text == nullptr || *text != '/') return std::nullopt;
-  std::string path(text);
-  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-  return path;
-}
-
-std::optional<std::string> homeInUserDatabase() {
-  passwd entry{};
-  passwd* found = nullptr;
-  std::vector<char> texts(1024);
-  int failed = 0;
-  while ((failed = ::getpwuid_r(::getuid(), &entry, texts.data(), texts.size(), &found)) ==
-         ERANGE) {
-    texts.resize(2 * texts.size());
-  }
-  if (failed != 0 || found == nullptr) return std::nullopt;
-  return absolutePath(found->pw_dir);
-}
-
 std::string homeDirectory() {
-  if (auto home = absolutePath(::secure_getenv("HOME"))) return *std::move(home);
+  if (auto home = homeInEnvironment()) return *std::move(home);
   if (auto home = homeInUserDatabase()) return *std::move(home);
   fail(ENOENT,
        "There is no home directory to keep data in: HOME is not an absolute path, and user " +

@@ -1,11 +1,15 @@
 #include "Foundation/Internal/FileSystem.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <memory>
+#include <string_view>
 #include <utility>
 
 namespace foundation {
@@ -36,6 +40,19 @@ FileResult<void> perform(Call call) {
 FileResult<std::size_t> asSize(FileResult<ssize_t> result) {
   if (!result) return std::unexpected(result.error());
   return static_cast<std::size_t>(*result);
+}
+
+FileResult<std::vector<std::string>> namesIn(DIR* directory) {
+  std::vector<std::string> names;
+  for (;;) {
+    errno = 0;
+    const dirent* entry = ::readdir(directory);
+    if (entry == nullptr) break;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  if (errno != 0) return std::unexpected(errno);
+  return names;
 }
 
 class SystemFileSystem final : public FileSystem {
@@ -73,6 +90,34 @@ class SystemFileSystem final : public FileSystem {
     const auto done = perform([&] { return ::fstatat(directory, path, &result, flags); });
     if (!done) return std::unexpected(done.error());
     return result;
+  }
+  FileResult<std::vector<std::string>> list(int directory) override {
+    // Through a descriptor of its own: the stream closes what it reads from.
+    const auto opened =
+        attempt([=] { return ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+    if (!opened) return std::unexpected(opened.error());
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(*opened), &::closedir);
+    if (stream == nullptr) {
+      const int failed = errno;
+      ::close(*opened);
+      return std::unexpected(failed);
+    }
+    return namesIn(stream.get());
+  }
+  FileResult<std::uint64_t> mount(int file) override {
+    struct statx found {};
+    const auto done =
+        perform([&] { return ::statx(file, "", AT_EMPTY_PATH, STATX_MNT_ID, &found); });
+    if (!done) return std::unexpected(done.error());
+    if ((found.stx_mask & STATX_MNT_ID) != 0) return found.stx_mnt_id;
+    // Before Linux 5.8 only file systems can be told apart.
+    return (std::uint64_t{found.stx_dev_major} << 32) | found.stx_dev_minor;
+  }
+  FileResult<std::uint64_t> availableBytes(int file) override {
+    struct statvfs found {};
+    const auto done = perform([&] { return ::fstatvfs(file, &found); });
+    if (!done) return std::unexpected(done.error());
+    return std::uint64_t{found.f_bavail} * found.f_frsize;
   }
   // After a close the descriptor is gone, whatever the call answers: trying again could close
   // another's.
@@ -130,6 +175,19 @@ FileResult<std::vector<std::uint8_t>> readFile(int directory, const char* path, 
     if (content.size() > limit) return std::unexpected(EFBIG);
     if (*count == 0) return content;
   }
+}
+
+FileResult<void> makeDirectories(const std::string& path, mode_t mode) {
+  FileSystem& files = FileSystem::current();
+  for (std::size_t end = 0; end != std::string::npos;) {
+    end = path.find('/', end + 1);
+    const auto made = files.makeDirectory(AT_FDCWD, path.substr(0, end).c_str(), mode);
+    if (!made && made.error() != EEXIST) return made;
+  }
+  const auto status = files.status(AT_FDCWD, path.c_str(), 0);
+  if (!status) return std::unexpected(status.error());
+  if (!S_ISDIR(status->st_mode)) return std::unexpected(ENOTDIR);
+  return {};
 }
 
 FileResult<void> writeAll(int file, std::span<const std::uint8_t> bytes) {

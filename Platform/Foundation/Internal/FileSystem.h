@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <expected>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace foundation {
@@ -51,6 +52,12 @@ class FileSystem {
   /// `flags` as for `fstatat`; with `AT_EMPTY_PATH` and an empty path, the descriptor's own.
   [[nodiscard]] virtual FileResult<struct stat> status(int directory, const char* path,
                                                        int flags) = 0;
+  /// The names in a directory in the system's order, hidden ones too, without "." and "..".
+  [[nodiscard]] virtual FileResult<std::vector<std::string>> list(int directory) = 0;
+  /// Tells mounts apart: equal for what lies on one, also where one file system is mounted twice.
+  [[nodiscard]] virtual FileResult<std::uint64_t> mount(int file) = 0;
+  /// What this user may still write on the file system of a file or directory.
+  [[nodiscard]] virtual FileResult<std::uint64_t> availableBytes(int file) = 0;
   virtual void close(int file) noexcept = 0;
 
   /// The system's own, whatever is in force.
@@ -87,6 +94,9 @@ class FileDescriptor {
 /// `limit`.
 [[nodiscard]] FileResult<std::vector<std::uint8_t>> readFile(int directory, const char* path,
                                                              std::size_t limit);
+/// Makes a directory and those above it that are missing; `ENOTDIR` where something else is in the
+/// way.
+[[nodiscard]] FileResult<void> makeDirectories(const std::string& path, mode_t mode);
 /// Writes all the bytes, in as many calls as it takes.
 [[nodiscard]] FileResult<void> writeAll(int file, std::span<const std::uint8_t> bytes);
 

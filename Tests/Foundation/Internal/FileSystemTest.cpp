@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -72,6 +73,67 @@ TEST(FileSystem, OpensDescriptorsThatCloseOnExec) {
   EXPECT_EQ(::fcntl(file->get(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
 }
 
+TEST(FileSystem, ListsTheNamesInADirectory) {
+  const support::TemporaryDirectory directory;
+  std::filesystem::create_directory(directory.path() / ".hidden");
+  ASSERT_TRUE(replaceFile(directory.path()));
+  const auto opened = FileDescriptor::open(AT_FDCWD, directory.path().c_str(), O_PATH);
+  ASSERT_TRUE(opened);
+
+  auto names = FileSystem::current().list(opened->get());
+  // A second look starts at the beginning again.
+  const auto again = FileSystem::current().list(opened->get());
+
+  ASSERT_TRUE(names);
+  EXPECT_EQ(names, again);
+  std::ranges::sort(*names);
+  EXPECT_EQ(*names, (std::vector<std::string>{".hidden", "file"}));
+}
+
+TEST(FileSystem, ListsNoFile) {
+  const support::TemporaryDirectory directory;
+  ASSERT_TRUE(replaceFile(directory.path()));
+  const auto opened = FileDescriptor::open(AT_FDCWD, (directory.path() / "file").c_str(), O_RDONLY);
+  ASSERT_TRUE(opened);
+
+  EXPECT_EQ(FileSystem::current().list(opened->get()).error(), ENOTDIR);
+}
+
+TEST(FileSystem, TellsMountsApart) {
+  const support::TemporaryDirectory directory;
+  std::filesystem::create_directory(directory.path() / "inner");
+  const auto mountOf = [](const std::string& path) {
+    const auto opened = FileDescriptor::open(AT_FDCWD, path.c_str(), O_RDONLY);
+    return opened ? FileSystem::current().mount(opened->get()) : std::unexpected(opened.error());
+  };
+
+  const auto outer = mountOf(directory.path());
+  const auto inner = mountOf(directory.path() / "inner");
+  const auto processes = mountOf("/proc");
+
+  ASSERT_TRUE(outer && inner && processes);
+  EXPECT_EQ(*outer, *inner);
+  EXPECT_NE(*outer, *processes);
+}
+
+TEST(FileSystem, MakesADirectoryAndThoseAboveIt) {
+  const support::TemporaryDirectory directory;
+  const std::filesystem::path path = directory.path() / "a" / "b" / "c";
+
+  EXPECT_TRUE(makeDirectories(path, 0700));
+  EXPECT_TRUE(makeDirectories(path, 0700));
+
+  EXPECT_TRUE(std::filesystem::is_directory(path));
+}
+
+TEST(FileSystem, MakesNoDirectoryThroughAFile) {
+  const support::TemporaryDirectory directory;
+  ASSERT_TRUE(replaceFile(directory.path()));
+
+  EXPECT_EQ(makeDirectories(directory.path() / "file", 0700).error(), ENOTDIR);
+  EXPECT_EQ(makeDirectories(directory.path() / "file" / "below", 0700).error(), ENOTDIR);
+}
+
 TEST(FileDescriptor, ClosesWhatItOwns) {
   const support::TemporaryDirectory directory;
   int number = -1;
@@ -108,6 +170,18 @@ TEST(FaultyFileSystem, KeepsFailingFromAChangeOn) {
 
   EXPECT_EQ(replaceFile(directory.path()).error(), ENOSPC);
   EXPECT_EQ(replaceFile(directory.path()).error(), ENOSPC);
+}
+
+TEST(FaultyFileSystem, LimitsTheRoomThatThereIs) {
+  const support::TemporaryDirectory directory;
+  const auto opened = FileDescriptor::open(AT_FDCWD, directory.path().c_str(), O_RDONLY);
+  ASSERT_TRUE(opened);
+  ASSERT_GT(FileSystem::current().availableBytes(opened->get()).value_or(0), 1000U);
+
+  FaultyFileSystem files;
+  files.setAvailableBytes(1000);
+
+  EXPECT_EQ(FileSystem::current().availableBytes(opened->get()), 1000U);
 }
 
 TEST(FaultyFileSystemDeathTest, KillsTheProcessBeforeAChange) {

@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 
-#include <cerrno>
-#include <filesystem>
 #include <system_error>
 
 #include "CoreData/Model/ModelError.h"
@@ -62,13 +60,7 @@ class Draft {
 }  // namespace
 
 void makeDirectories(const std::string& path) {
-  const std::filesystem::path directory(path);
-  std::filesystem::path made;
-  for (const auto& component : directory) {
-    made /= component;
-    const auto result = FileSystem::current().makeDirectory(AT_FDCWD, made.c_str(), kDirectoryMode);
-    if (!result && result.error() != EEXIST) require(result, made.string());
-  }
+  require(foundation::makeDirectories(path, kDirectoryMode), path);
 }
 
 void replaceFile(const std::string& path, std::span<const std::uint8_t> content) {

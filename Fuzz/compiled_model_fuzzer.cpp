@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "CoreData/Model/Compiled/Checksum.h"
 #include "CoreData/Model/Compiled/CompiledModel.h"
-#include "CoreData/Model/Internal/Checksum.h"
 #include "CoreData/Model/ModelBuilder.h"
 #include "CoreData/Model/ModelSource.h"
 #include "Foundation/Values/Error.h"

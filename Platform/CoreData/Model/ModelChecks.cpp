@@ -6,7 +6,7 @@
 #include <limits>
 #include <utility>
 
-#include "CoreData/Model/Internal/Utf8.h"
+#include "CoreData/Model/Compiled/Utf8.h"
 #include "CoreData/Model/ModelError.h"
 #include "CoreData/Model/NSPropertyDescription.h"
 

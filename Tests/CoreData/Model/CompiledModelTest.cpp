@@ -5,7 +5,7 @@
 #include <functional>
 #include <span>
 
-#include "CoreData/Model/Internal/Checksum.h"
+#include "CoreData/Model/Compiled/Checksum.h"
 #include "Tests/CoreData/Model/ModelTesting.h"
 
 namespace coredata {
@@ -104,7 +104,7 @@ TEST(CompiledModel, RefusesATextTooLongForItsCount) {
   const auto model = compiled(source);
 
   EXPECT_EQ(refusalOf([&] { static_cast<void>(optimizedForm(model)); }),
-            "The model holds a list or a text too long to be compiled.");
+            "There is a list or a text too long to be compiled.");
 }
 
 TEST(OptimizedForm, IsRefusedWithAnyByteChanged) {
@@ -169,7 +169,7 @@ TEST(OptimizedForm, IsRefusedBeforeRoomIsMadeForACountThatItCannotHold) {
   file.insert(file.end(), 100, 0);
 
   EXPECT_EQ(refusalOf([&] { static_cast<void>(fromOptimizedForm(resealed(file))); }),
-            "The compiled model is damaged: it counts more than it holds.");
+            "The compiled file is damaged: it counts more than it holds.");
 }
 
 TEST(OptimizedForm, IsRefusedWithHugeCountsAnywhere) {
@@ -189,7 +189,7 @@ TEST(OptimizedForm, SaysThatANewerCompilerWroteIt) {
   file[4] = 2;
 
   EXPECT_EQ(refusalOf([&] { static_cast<void>(fromOptimizedForm(file)); }),
-            "The compiled model is in format 2, which a newer compiler writes.");
+            "The compiled file is in format 2, which a newer compiler writes.");
 }
 
 TEST(OptimizedForm, IsRefusedWithItsEntitiesOutOfOrder) {

@@ -118,7 +118,7 @@ TEST_F(ModelLoadingTest, GivesNoneForADamagedFile) {
   write(path("Damaged.omo"), "CDMO\x01");
 
   EXPECT_EQ(reasonFor("Damaged.omo"),
-            "\"" + path("Damaged.omo") + "\": The compiled model is damaged: it ends too early.");
+            "\"" + path("Damaged.omo") + "\": The compiled file is damaged: it ends too early.");
 }
 
 TEST_F(ModelLoadingTest, GivesNoneWithoutAskingWhy) {

@@ -1,21 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
-#include <vector>
 
 #include "CoreData/Model/Compiled/CompiledModel.h"
 #include "CoreData/Model/Compiled/VersionInfo.h"
 #include "Foundation/Values/URL.h"
 
 namespace coredata {
-
-/// A longer file is no model, whatever it begins with.
-inline constexpr std::size_t kLongestModelFile = std::size_t{4} << 20;
-
-/// The content of a regular file. Throws an `Error` of code `ModelErrorCode::unreadableFile` that
-/// names it.
-[[nodiscard]] std::vector<std::uint8_t> readModelFile(const foundation::URL& url);
 
 /// Reads a `.mom` or `.omo` file, or the current version of a `.momd` directory. Throws an `Error`
 /// whose message names the file.

@@ -1,13 +1,12 @@
 #include <algorithm>
-#include <array>
 #include <bit>
 
+#include "CoreData/Model/Compiled/ByteReader.h"
+#include "CoreData/Model/Compiled/ByteWriter.h"
 #include "CoreData/Model/Compiled/CompiledModel.h"
-#include "CoreData/Model/Internal/ByteReader.h"
-#include "CoreData/Model/Internal/ByteWriter.h"
-#include "CoreData/Model/Internal/Checksum.h"
+#include "CoreData/Model/Compiled/Envelope.h"
 
-// file          := "CDMO" format:u16 model checksum:u32
+// file          := envelope of "CDMO" around a model, see Envelope.h
 // model         := fingerprint:32 count identifier:text* count entity* count configuration*
 // entity        := name:text class:text renamedFrom:text flags:u8 hash:32
 //                  count attribute* count relationship* count index*
@@ -20,8 +19,8 @@
 // count         := u16
 //
 // Integers are little-endian, doubles their bits. Entities stand in the order of names; a
-// configuration names them by their place there. The checksum is the CRC-32 of all that stands
-// before it. Trailing bytes, unknown flags and unknown numbers are errors.
+// configuration names them by their place there. Trailing bytes, unknown flags and unknown numbers
+// are errors.
 
 namespace coredata {
 namespace {
@@ -29,10 +28,7 @@ namespace {
 using foundation::NSNumber;
 using foundation::Value;
 
-constexpr std::array<std::uint8_t, 4> kMagic = {'C', 'D', 'M', 'O'};
-constexpr std::uint16_t kFormat = 1;
-constexpr std::size_t kHeadSize = kMagic.size() + sizeof kFormat;
-constexpr std::size_t kChecksumSize = sizeof(std::uint32_t);
+constexpr Envelope kEnvelope = {{'C', 'D', 'M', 'O'}, 1};
 
 constexpr std::uint8_t kAbstract = 1;
 constexpr std::uint8_t kOptional = 1;
@@ -57,16 +53,13 @@ class Writer {
   explicit Writer(const CompiledModel& model) : model_(model) {}
 
   std::vector<std::uint8_t> write() && {
-    bytes_.addBytes(kMagic);
-    bytes_.add(kFormat);
     bytes_.addBytes(model_.hashes.fingerprint);
     addTexts(model_.source.identifiers);
     const auto& entities = model_.source.entities;
     bytes_.addCount(entities.size());
     for (std::size_t i = 0; i < entities.size(); ++i) add(entities[i], model_.hashes.entities[i]);
     addEach(model_.source.configurations);
-    bytes_.add(checksum(bytes_.bytes()));
-    return std::move(bytes_).take();
+    return sealed(kEnvelope, bytes_.bytes());
   }
 
  private:
@@ -288,27 +281,6 @@ class Reader {
   CompiledModel model_;
 };
 
-/// The part between the head and the checksum, when both are right.
-std::span<const std::uint8_t> unwrapped(std::span<const std::uint8_t> bytes) {
-  ByteReader head(bytes);
-  if (!std::ranges::equal(head.takeBytes(kMagic.size()), kMagic)) {
-    ByteReader::fail("it does not begin as one");
-  }
-  const auto format = head.take<std::uint16_t>();
-  if (format > kFormat) {
-    throw modelError(ModelErrorCode::newerFormat, "The compiled model is in format " +
-                                                      std::to_string(format) +
-                                                      ", which a newer compiler writes.");
-  }
-  if (format != kFormat) ByteReader::fail("there is no format " + std::to_string(format));
-  if (bytes.size() < kHeadSize + kChecksumSize) ByteReader::fail("it ends too early");
-  ByteReader tail(bytes.last(kChecksumSize));
-  if (tail.take<std::uint32_t>() != checksum(bytes.first(bytes.size() - kChecksumSize))) {
-    ByteReader::fail("its checksum is wrong");
-  }
-  return bytes.subspan(kHeadSize, bytes.size() - kHeadSize - kChecksumSize);
-}
-
 }  // namespace
 
 std::vector<std::uint8_t> optimizedForm(const CompiledModel& model) {
@@ -316,7 +288,7 @@ std::vector<std::uint8_t> optimizedForm(const CompiledModel& model) {
 }
 
 CompiledModel fromOptimizedForm(std::span<const std::uint8_t> bytes) {
-  return Reader(unwrapped(bytes)).read();
+  return Reader(unsealed(kEnvelope, bytes)).read();
 }
 
 }  // namespace coredata

@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <optional>
 
+#include "CoreData/Model/Compiled/ByteReader.h"
+#include "CoreData/Model/Compiled/Checksum.h"
 #include "CoreData/Model/Compiled/CompiledModel.h"
-#include "CoreData/Model/Internal/ByteReader.h"
-#include "CoreData/Model/Internal/Checksum.h"
 #include "CoreData/Model/ModelError.h"
 
 // file := `{"compiledModel": ` format `, "checksum": "` digits `", "model":` newline source `}`

@@ -4,15 +4,15 @@
 #include <map>
 #include <utility>
 
-#include "CoreData/Model/Compiled/ModelFiles.h"
-#include "CoreData/Model/Internal/FileReplacement.h"
+#include "CoreData/Model/Compiled/FileReading.h"
+#include "CoreData/Model/Compiled/VersionInfo.h"
+#include "CoreData/Model/Compiler/FileReplacement.h"
 #include "CoreData/Model/ModelError.h"
-#include "Foundation/Values/Error.h"
+#include "Foundation/Values/URL.h"
 
 namespace coredata {
 namespace {
 
-using foundation::Error;
 using foundation::URL;
 
 [[noreturn]] void fail(const std::string& path, const std::string& what) {
@@ -55,14 +55,9 @@ Versions compileAll(std::span<const std::string> sources) {
 }  // namespace
 
 CompiledModel compileModelSource(const std::string& path) {
-  const auto bytes = readModelFile(URL::fileURL(path));
-  try {
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    return compiled(ModelSource::parse(text));
-  } catch (const Error& error) {
-    throw modelError(static_cast<ModelErrorCode>(error.code()),
-                     "\"" + path + "\": " + error.message());
-  }
+  const auto url = URL::fileURL(path);
+  const auto bytes = readFile(url, "model");
+  return namingFile(url, [&] { return compiled(ModelSource::parse(asText(bytes))); });
 }
 
 void writeCompiledModel(const CompiledModel& model, const std::string& path) {

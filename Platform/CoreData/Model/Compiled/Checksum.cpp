@@ -1,4 +1,4 @@
-#include "CoreData/Model/Internal/Checksum.h"
+#include "CoreData/Model/Compiled/Checksum.h"
 
 #include <array>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "CoreData/Model/Internal/Utf8.h"
+#include "CoreData/Model/Compiled/Utf8.h"
 
 #include <cstddef>
 #include <cstdint>

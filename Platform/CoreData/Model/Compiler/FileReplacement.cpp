@@ -1,4 +1,4 @@
-#include "CoreData/Model/Internal/FileReplacement.h"
+#include "CoreData/Model/Compiler/FileReplacement.h"
 
 #include <fcntl.h>
 

@@ -49,7 +49,7 @@ class ByteReader {
 
   [[noreturn]] static void fail(std::string_view what) {
     throw modelError(ModelErrorCode::damaged,
-                     "The compiled model is damaged: " + std::string(what) + ".");
+                     "The compiled file is damaged: " + std::string(what) + ".");
   }
 
  private:

@@ -26,7 +26,7 @@ class ByteWriter {
   void addCount(std::size_t count) {
     if (count > std::numeric_limits<std::uint16_t>::max()) {
       throw modelError(ModelErrorCode::invalidModel,
-                       "The model holds a list or a text too long to be compiled.");
+                       "There is a list or a text too long to be compiled.");
     }
     add(static_cast<std::uint16_t>(count));
   }

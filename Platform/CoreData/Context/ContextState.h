@@ -4,6 +4,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -147,6 +148,9 @@ class ContextState final : public ObjectArguments {
   ChangeList deleted;
   /// Deleted objects whose delete rules are still to be applied.
   std::vector<foundation::Ref<NSManagedObject>> condemned;
+  /// By temporary key, which is never used again: the keys that new objects are to get where their
+  /// maker chose them. Empty but in migrations.
+  std::unordered_map<ObjectKey, ObjectKey> chosenKeys;
 
   std::optional<std::string> name;
   std::optional<std::string> author;

@@ -154,6 +154,13 @@ Ref<NSManagedObject> NSManagedObjectContext::insertNewObject(std::string_view en
   return object;
 }
 
+Ref<NSManagedObject> NSManagedObjectContext::insertNewObject(std::string_view entityName,
+                                                             ObjectKey key) {
+  Ref<NSManagedObject> object = insertNewObject(entityName);
+  state_->chosenKeys.emplace(object->key_, key);
+  return object;
+}
+
 Ref<NSManagedObject> NSManagedObjectContext::object(const NSEntityDescription& entity,
                                                     ObjectKey key) {
   return state_->object(entity, key, nullptr);

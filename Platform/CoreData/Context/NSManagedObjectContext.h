@@ -85,6 +85,10 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// A new object of the entity's class. Throws `foundation::Error` for an entity that the model
   /// does not have.
   foundation::Ref<NSManagedObject> insertNewObject(std::string_view entityName);
+  /// The same with the key that the object's row is to get: a migration keeps those of the old
+  /// store, so that identifiers that somebody remembers stay true. The save fails if the store has
+  /// such a row, and keys that the store gives out itself must be kept off it (`_mark`).
+  foundation::Ref<NSManagedObject> insertNewObject(std::string_view entityName, ObjectKey key);
 
   /// The live object with that identifier, or a new fault; never null for an identifier of this
   /// coordinator, and never a look at the store.

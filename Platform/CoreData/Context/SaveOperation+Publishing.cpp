@@ -16,6 +16,7 @@ void SaveOperation::publish() {
   isObserved_ = NSNotificationCenter::defaultCenter().hasObservers(
       NSManagedObjectContext::didSaveNotification());
   state_.forgetAllChanges();
+  state_.chosenKeys.clear();
   publishInserted();
   publishUpdated();
   publishDeleted();

@@ -60,6 +60,11 @@ void SaveOperation::giveKeys(WriteTransaction& transaction) {
   keys_.reserve(inserted_.size());
   std::vector<ObjectKey> next(state_.classes.size(), kNoObject);
   for (const Ref<NSManagedObject>& object : inserted_) {
+    if (const auto chosen = state_.chosenKeys.find(object->key_);
+        chosen != state_.chosenKeys.end()) {
+      keys_.push_back(chosen->second);
+      continue;
+    }
     ObjectKey& key = next[object->entity().index()];
     if (key == kNoObject) {
       key = transaction.reserveKeys(object->entity(), state_.dirty(object->entity()).inserted);

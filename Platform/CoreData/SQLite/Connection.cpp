@@ -49,7 +49,8 @@ Connection::Connection(const std::string& path, const ConnectionSettings& settin
       busyTimeoutMs_(static_cast<int>(settings.busyTimeout.count())) {
   // Never SQLITE_OPEN_CREATE: a new file is made beforehand, with the owner's permissions only.
   const int flags = (settings.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
-                    SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+                    (settings.attaches ? SQLITE_OPEN_URI : 0) | SQLITE_OPEN_NOMUTEX |
+                    SQLITE_OPEN_EXRESCODE;
   const int result = sqlite3_open_v2(path.c_str(), &database_, flags, storeVFS());
   try {
     if (result != SQLITE_OK) throwSQLiteError(database_, result, {});

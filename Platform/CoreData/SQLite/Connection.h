@@ -59,6 +59,8 @@ struct ConnectionSettings {
   std::chrono::milliseconds busyTimeout{5000};
   /// Checked names and values.
   std::map<std::string, std::string> pragmas;
+  /// Whether another file may be attached by a URI that says how.
+  bool attaches = false;
 };
 
 /// One SQLite connection and the statements prepared on it.

@@ -93,6 +93,24 @@ bool FileManager::fileExists(std::string_view atPath) const {
   return FileSystem::current().status(AT_FDCWD, std::string(atPath).c_str(), 0).has_value();
 }
 
+bool FileManager::isDirectory(std::string_view atPath) const {
+  const auto status = FileSystem::current().status(AT_FDCWD, std::string(atPath).c_str(), 0);
+  return status && S_ISDIR(status->st_mode);
+}
+
+std::uint64_t FileManager::size(std::string_view atPath) const {
+  const std::string path(atPath);
+  const auto status = FileSystem::current().status(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW);
+  if (!status) return 0;
+  if (S_ISREG(status->st_mode)) return static_cast<std::uint64_t>(status->st_size);
+  if (!S_ISDIR(status->st_mode)) return 0;
+  std::uint64_t sum = 0;
+  for (const URL& entry : contentsOfDirectory(URL::fileURL(path + "/"))) {
+    if (const auto name = entry.filePath()) sum += size(*name);
+  }
+  return sum;
+}
+
 std::vector<URL> FileManager::contentsOfDirectory(const URL& at) const {
   constexpr std::string_view kRead = "read";
   const std::string path = pathOf(at, kRead);

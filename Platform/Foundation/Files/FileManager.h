@@ -53,6 +53,11 @@ class FileManager {
 
   /// Whether there is something; follows links.
   [[nodiscard]] bool fileExists(std::string_view atPath) const;
+  /// Whether there is a directory; follows links.
+  [[nodiscard]] bool isDirectory(std::string_view atPath) const;
+  /// How many bytes a file holds, or the files in a directory and those in it together; links count
+  /// nothing. 0 where there is nothing.
+  [[nodiscard]] std::uint64_t size(std::string_view atPath) const;
   /// The entries of a directory in the system's order, hidden ones too.
   [[nodiscard]] std::vector<URL> contentsOfDirectory(const URL& at) const;
   /// All bytes of a file. A directory fails.

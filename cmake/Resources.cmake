@@ -4,6 +4,8 @@
 
 set(COREDATASTACK_RESOURCE_DIR "${CoreDataStack_BINARY_DIR}/share/CoreDataStack")
 set(COREDATASTACK_MODEL_BUNDLE_IDENTIFIER "com.tessaline.coredata")
+# The group of the application and its extensions, whose container held photos before version 7.
+set(COREDATASTACK_APP_GROUP_IDENTIFIER "group.com.tessaline.habits")
 
 # Tells a library where bundles lie when they are not beside the program: in the build tree, and in the installed one.
 function(cds_define_resource_directories target)

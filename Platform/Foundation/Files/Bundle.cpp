@@ -121,6 +121,15 @@ std::optional<Bundle> Bundle::withIdentifier(std::string_view identifier) {
   return find(isIt);
 }
 
+std::vector<Bundle> Bundle::allBundles() {
+  std::vector<Bundle> bundles{main()};
+  static_cast<void>(find([&](const Bundle& bundle) {
+    if (bundle.content_->path != bundles.front().content_->path) bundles.push_back(bundle);
+    return false;
+  }));
+  return bundles;
+}
+
 std::optional<Bundle> Bundle::at(const URL& directory) {
   const auto path = directory.filePath();
   if (!path || kindOf(*path) != Kind::directory) return std::nullopt;

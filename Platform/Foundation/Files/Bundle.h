@@ -32,6 +32,8 @@ class Bundle {
   static void setMain(Bundle bundle);
   /// The first bundle with this identifier, none when there is none now.
   [[nodiscard]] static std::optional<Bundle> withIdentifier(std::string_view identifier);
+  /// The program's own and every other one, in the order in which they are looked for.
+  [[nodiscard]] static std::vector<Bundle> allBundles();
   /// The bundle in a directory, which needs no `Info.json`; none when it is no directory.
   [[nodiscard]] static std::optional<Bundle> at(const URL& directory);
   /// Adds a directory in which bundles are looked for, behind those added before. It need not exist

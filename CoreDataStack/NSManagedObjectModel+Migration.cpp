@@ -1,0 +1,46 @@
+#include "CoreDataStack/NSManagedObjectModel+Migration.h"
+
+#include <optional>
+
+#include "CoreDataStack/BuildIdentifiers.h"
+#include "Foundation/Files/Bundle.h"
+#include "Foundation/Values/FatalError.h"
+
+namespace coredatastack {
+
+using coredata::NSManagedObjectModel;
+using foundation::Bundle;
+using foundation::Ref;
+using foundation::URL;
+
+namespace {
+
+// Crash reports are grouped by these positions. They are not this file's and never change.
+constexpr std::string_view kReportedSource = "CoreDataStack/NSManagedObjectModel+Migration";
+constexpr int kNotFoundLine = 15;
+constexpr int kNotLoadedLine = 19;
+
+constexpr std::string_view kModelDirectory = "Model.momd";
+
+std::optional<URL> compiledModel(std::string_view version) {
+  const std::optional<Bundle> bundle = Bundle::withIdentifier(modelBundleIdentifier());
+  if (!bundle) return std::nullopt;
+  if (auto optimised = bundle->url(version, "omo", kModelDirectory)) return optimised;
+  return bundle->url(version, "mom", kModelDirectory);
+}
+
+}  // namespace
+
+Ref<const NSManagedObjectModel> model(std::string_view named) {
+  const std::optional<URL> url = compiledModel(named);
+  if (!url) {
+    foundation::fatalError("unable to find model in bundle", kReportedSource, kNotFoundLine);
+  }
+  Ref<const NSManagedObjectModel> model = NSManagedObjectModel::contentsOf(*url);
+  if (!model) {
+    foundation::fatalError("unable to load model in bundle", kReportedSource, kNotLoadedLine);
+  }
+  return model;
+}
+
+}  // namespace coredatastack

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "CoreData/Coordinator/NSPersistentCloudKitContainerOptions.h"
 #include "Foundation/Values/URL.h"
 #include "Foundation/Values/Value.h"
 
@@ -19,6 +20,10 @@ inline constexpr std::string_view NSPersistentStoreRemoteChangeNotificationPostO
     "NSPersistentStoreRemoteChangeNotificationOptionKey";
 inline constexpr std::string_view NSPersistentStoreFileProtectionKey =
     "NSPersistentStoreFileProtectionKey";
+/// A value for the key above. Accepted and kept; what protects a store here is that its files are
+/// its user's alone.
+inline constexpr std::string_view NSFileProtectionCompleteUnlessOpen =
+    "NSFileProtectionCompleteUnlessOpen";
 /// A dictionary of SQLite pragmas, name to value, applied when the store is opened. Only names that
 /// cannot harm the store are let through: see `StoreOptions`.
 inline constexpr std::string_view NSSQLitePragmasOption = "NSSQLitePragmasOption";
@@ -66,11 +71,21 @@ class NSPersistentStoreDescription {
   void setValue(const std::string& value, const std::string& forPragmaNamed);
   [[nodiscard]] std::map<std::string, std::string> sqlitePragmas() const;
 
+  /// With which private database the store is mirrored; none for a store of this device alone.
+  [[nodiscard]] const std::optional<NSPersistentCloudKitContainerOptions>&
+  cloudKitContainerOptions() const noexcept {
+    return cloudOptions_;
+  }
+  void setCloudKitContainerOptions(std::optional<NSPersistentCloudKitContainerOptions> options) {
+    cloudOptions_ = std::move(options);
+  }
+
  private:
   std::optional<foundation::URL> url_;
   std::string type_{NSSQLiteStoreType};
   std::optional<std::string> configuration_;
   foundation::ValueDictionary options_;
+  std::optional<NSPersistentCloudKitContainerOptions> cloudOptions_;
   bool migrates_ = false;
   bool infersMapping_ = false;
 };

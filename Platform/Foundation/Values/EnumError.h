@@ -28,7 +28,8 @@ namespace foundation {
 ///       using EnumError::EnumError;
 ///     };
 ///
-/// Two of them are equal when type, case and payload are.
+/// Two of them are equal when type, case and payload are. A case that wraps another error keeps it
+/// as its `underlying()`, shows it in the payload's place, and equals every other of its case.
 template <typename Derived>
 class EnumError : public Error {
  public:
@@ -54,6 +55,13 @@ class EnumError : public Error {
       : Error(std::string(Derived::kTypeName), static_cast<std::int64_t>(which),
               rendering(which, payload)),
         payload_(std::make_shared<const std::string>(std::move(payload))) {}
+
+  template <typename Case>
+  requires std::same_as<Case, typename Derived::Case> EnumError(
+      Case which, std::shared_ptr<const Error> underlying)
+      : Error(std::string(Derived::kTypeName), static_cast<std::int64_t>(which),
+              rendering(which, underlying->description()), {}, underlying),
+        payload_(std::make_shared<const std::string>()) {}
 
  private:
   template <typename Case>

@@ -45,6 +45,19 @@ TEST(NSPersistentStoreDescription, ForgetsAnOptionThatIsSetToNone) {
   EXPECT_FALSE(description.isOn(coredata::NSPersistentHistoryTrackingKey));
 }
 
+TEST(NSPersistentStoreDescription, KeepsTheCloudContainerBesideItsOptions) {
+  NSPersistentStoreDescription description;
+  EXPECT_FALSE(description.cloudKitContainerOptions());
+
+  description.setCloudKitContainerOptions(
+      coredata::NSPersistentCloudKitContainerOptions("iCloud.garden"));
+  EXPECT_EQ(description.cloudKitContainerOptions()->containerIdentifier(), "iCloud.garden");
+  EXPECT_TRUE(description.options().empty());
+
+  description.setCloudKitContainerOptions(std::nullopt);
+  EXPECT_FALSE(description.cloudKitContainerOptions());
+}
+
 TEST(NSPersistentStoreDescription, CollectsPragmas) {
   NSPersistentStoreDescription description;
   description.setValue("DELETE", "journal_mode");

@@ -9,13 +9,16 @@ namespace {
 
 class DoorError final : public EnumError<DoorError> {
  public:
-  enum class Case : std::uint8_t { locked, missing };
+  enum class Case : std::uint8_t { locked, missing, unreachable };
   static constexpr std::string_view kTypeName = "DoorError";
-  static constexpr std::string_view kCaseNames[] = {"locked", "missing"};
+  static constexpr std::string_view kCaseNames[] = {"locked", "missing", "unreachable"};
 
   [[nodiscard]] static DoorError locked() { return DoorError(Case::locked); }
   [[nodiscard]] static DoorError missing(std::string door) {
     return DoorError(Case::missing, std::move(door));
+  }
+  [[nodiscard]] static DoorError unreachable(const Error& underlying) {
+    return DoorError(Case::unreachable, underlying.clone());
   }
 
  private:
@@ -57,6 +60,20 @@ TEST(EnumError, EqualsByCaseAndPayload) {
   EXPECT_EQ(DoorError::locked(), DoorError::locked());
   EXPECT_FALSE(DoorError::locked() == DoorError::missing(""));
   EXPECT_FALSE(DoorError::missing("back") == DoorError::missing("front"));
+}
+
+TEST(EnumError, KeepsAndShowsTheErrorThatItWraps) {
+  const DoorError error = DoorError::unreachable(DoorError::missing("gate"));
+
+  EXPECT_EQ(error.description(), "DoorError.unreachable(DoorError.missing(gate))");
+  ASSERT_NE(error.underlying(), nullptr);
+  EXPECT_THROW(error.underlying()->raise(), DoorError);
+}
+
+TEST(EnumError, EqualsByCaseWhereItWrapsAnError) {
+  EXPECT_EQ(DoorError::unreachable(DoorError::locked()),
+            DoorError::unreachable(Error("Garden", 7, "dry")));
+  EXPECT_FALSE(DoorError::unreachable(DoorError::locked()) == DoorError::locked());
 }
 
 TEST(EnumError, StaysItselfWhenKeptAndThrownAgain) {

@@ -27,14 +27,14 @@ endfunction()
 
 # cds_add_bundle(<name> IDENTIFIER <identifier>
 #                [MODEL <name> VERSIONS <source>... CURRENT <version name>]
-#                [MAPPINGS <source>...] [TABLES <directory>.lproj...])
+#                [MAPPINGS <source>... BETWEEN <model source>...] [TABLES <directory>.lproj...])
 # Makes <name>.bundle, and a target <name>Bundle that builds it. Paths are relative to the calling folder.
 #   MODEL     Model.momd/ with every version compiled to a readable .mom and an optimised .omo, and the list of
 #             versions with the current one's name in Info.json
-#   MAPPINGS  each source compiled to a .cdm
+#   MAPPINGS  each source checked against the versions BETWEEN which it leads, and compiled to a .cdm
 #   TABLES    folders of texts, one a language, copied as they are
 function(cds_add_bundle name)
-  cmake_parse_arguments(ARG "" "IDENTIFIER;MODEL;CURRENT" "VERSIONS;MAPPINGS;TABLES" ${ARGN})
+  cmake_parse_arguments(ARG "" "IDENTIFIER;MODEL;CURRENT" "VERSIONS;MAPPINGS;BETWEEN;TABLES" ${ARGN})
   set(bundle "${COREDATASTACK_RESOURCE_DIR}/${name}.bundle")
   file(CONFIGURE OUTPUT "${bundle}/Info.json" @ONLY
        CONTENT "{\"identifier\": \"${ARG_IDENTIFIER}\", \"name\": \"${name}\"}\n")
@@ -46,7 +46,7 @@ function(cds_add_bundle name)
 
   foreach(source IN LISTS ARG_MAPPINGS)
     cmake_path(GET source STEM LAST_ONLY mapping)
-    _cds_compile(outputs "${source}" "${bundle}/${mapping}.cdm")
+    _cds_compile_mapping(outputs "${source}" "${bundle}/${mapping}.cdm" ${ARG_BETWEEN})
   endforeach()
 
   foreach(tables IN LISTS ARG_TABLES)
@@ -79,24 +79,24 @@ function(_cds_compile_model made directory current)
   set(${made} ${${made}} ${outputs} PARENT_SCOPE)
 endfunction()
 
-# One run of the compiler, which appends the files named last to the caller's list `made`; what it writes follows from
-# their extensions.
-function(_cds_compile made source)
+# One run of the compiler for one mapping, whose versions' sources are named last; appends the file that it writes to the
+# caller's list `made`.
+function(_cds_compile_mapping made source output)
   cds_model_compiler(command dependency)
   cmake_path(ABSOLUTE_PATH source)
-  set(arguments)
-  foreach(output IN LISTS ARGN)
-    list(APPEND arguments --output "${output}")
+  set(models)
+  foreach(model IN LISTS ARGN)
+    cmake_path(ABSOLUTE_PATH model)
+    list(APPEND models "${model}")
   endforeach()
-  list(GET ARGN 0 first)
-  cmake_path(GET first FILENAME display)
+  cmake_path(GET output FILENAME display)
   add_custom_command(
-    OUTPUT ${ARGN}
-    COMMAND ${command} compile "${source}" ${arguments}
-    DEPENDS "${source}" ${dependency}
+    OUTPUT "${output}"
+    COMMAND ${command} map "${source}" --models ${models} --output "${output}"
+    DEPENDS "${source}" ${models} ${dependency}
     COMMENT "Compiling ${display}"
     VERBATIM)
-  set(${made} ${${made}} ${ARGN} PARENT_SCOPE)
+  set(${made} ${${made}} "${output}" PARENT_SCOPE)
 endfunction()
 
 function(_cds_copy_tables made tables bundle)

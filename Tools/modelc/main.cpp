@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "CoreData/Migration/Mapping/Compiled/CompiledMapping.h"
+#include "CoreData/Migration/Mapping/Compiler/MappingCompiler.h"
+#include "CoreData/Migration/Mapping/MappingSource.h"
 #include "CoreData/Model/Compiled/ModelFiles.h"
 #include "CoreData/Model/Compiler/ModelCompiler.h"
 #include "CoreData/Model/VersionHashes.h"
@@ -21,6 +24,12 @@ struct CompileOptions {
   std::vector<std::string> sources;
   std::vector<std::string> outputs;
   std::string current;
+};
+
+struct MapOptions {
+  std::string source;
+  std::vector<std::string> models;
+  std::string output;
 };
 
 bool isDirectoryOutput(const std::string& output) {
@@ -48,14 +57,24 @@ void compile(const CompileOptions& options) {
   }
 }
 
+void map(const MapOptions& options) {
+  const auto mapping = coredata::compileMappingSource(options.source, options.models);
+  coredata::writeCompiledMapping(mapping, options.output);
+}
+
 coredata::CompiledModel read(const std::string& path) {
   const auto extension = std::filesystem::path(path).extension();
   if (extension == ".json") return coredata::compileModelSource(path);
   return coredata::readCompiledModel(foundation::URL::fileURL(path));
 }
 
+std::string sourceText(const std::string& path) {
+  if (std::filesystem::path(path).extension() != ".cdm") return read(path).source.text();
+  return sourceOf(coredata::readCompiledMapping(foundation::URL::fileURL(path))).text();
+}
+
 void dump(const std::string& path) {
-  auto text = read(path).source.text();
+  auto text = sourceText(path);
   text.pop_back();  // Printing adds the newline that the text ends with.
   foundation::print(text);
 }
@@ -72,7 +91,9 @@ void printHashes(const std::string& path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Compiles the readable sources of models, and shows what compiled models hold.");
+  CLI::App app(
+      "Compiles the readable sources of models and of the mappings between them, and shows what "
+      "compiled ones hold.");
   app.require_subcommand(1);
 
   CompileOptions options;
@@ -87,9 +108,18 @@ int main(int argc, char** argv) {
                              "The version that a .momd directory stands for");
   compileCommand->final_callback([&] { checkOptions(options); });
 
+  MapOptions mapOptions;
+  auto* mapCommand = app.add_subcommand("map", "Check a mapping and write it compiled");
+  mapCommand->add_option("source", mapOptions.source, "The source of the mapping")->required();
+  mapCommand
+      ->add_option("--models", mapOptions.models,
+                   "The sources of both versions, or directories that hold them")
+      ->required();
+  mapCommand->add_option("--output", mapOptions.output, "A .cdm file")->required();
+
   std::string file;
-  auto* dumpCommand = app.add_subcommand("dump", "Print a compiled model as a source");
-  dumpCommand->add_option("file", file, "A .mom, .omo, .momd or .json file")->required();
+  auto* dumpCommand = app.add_subcommand("dump", "Print a compiled model or mapping as a source");
+  dumpCommand->add_option("file", file, "A .mom, .omo, .momd, .cdm or .json file")->required();
   auto* hashesCommand = app.add_subcommand("hashes", "Print the version hashes of a model");
   hashesCommand->add_option("file", file, "A .mom, .omo, .momd or .json file")->required();
 
@@ -100,6 +130,7 @@ int main(int argc, char** argv) {
   }
   try {
     if (*compileCommand) compile(options);
+    if (*mapCommand) map(mapOptions);
     if (*dumpCommand) dump(file);
     if (*hashesCommand) printHashes(file);
     return 0;

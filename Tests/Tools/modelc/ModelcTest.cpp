@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "Tests/Support/TemporaryDirectory.h"
@@ -51,6 +52,26 @@ class ModelcTest : public testing::Test {
                " --current 'Version 1'");
   }
 
+  /// A second version, and a mapping to an entity of it.
+  void writeMapping(const std::string& destination = "A") const {
+    std::ofstream(path("Version 2.json"))
+        << R"({"entities": {"A": {"attributes": {"x": "text", "y": "text"}}}})";
+    std::ofstream(path("Mapping.json"))
+        << R"({"source": "Version 1", "destination": "Version 2", "entityMappings": [
+               {"source": "A", "destination": ")"
+        << destination << R"(", "attributes": {"x": "'1'"}, "rest": "inferred"}]})";
+  }
+
+  [[nodiscard]] Outcome map(const std::string& output) const {
+    return run("map " + quoted("Mapping.json") + " --models '" + directory_.path().string() +
+               "' --output " + quoted(output));
+  }
+
+  [[nodiscard]] std::string content(const std::string& name) const {
+    std::ifstream file(path(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
   support::TemporaryDirectory directory_;
 };
 
@@ -91,6 +112,40 @@ TEST_F(ModelcTest, PrintsAHashForEachEntityAndOneForAll) {
               testing::ContainsRegex("^[0-9a-f]{64}  A\n[0-9a-f]{64}  \\(all\\)\n$"));
 }
 
+TEST_F(ModelcTest, CompilesAMappingAndSaysNothing) {
+  writeMapping();
+
+  const auto outcome = map("Mapping.cdm");
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.output, "");
+  EXPECT_TRUE(std::filesystem::exists(path("Mapping.cdm")));
+}
+
+TEST_F(ModelcTest, DumpsAMappingAsASourceThatCompilesToTheSame) {
+  writeMapping();
+  ASSERT_EQ(map("Mapping.cdm").status, 0);
+
+  const auto dumped = run("dump " + quoted("Mapping.cdm"));
+
+  EXPECT_EQ(dumped.status, 0);
+  EXPECT_THAT(dumped.output, HasSubstr("\"x\": \"'1'\""));
+  std::ofstream(path("Mapping.json")) << dumped.output;
+  ASSERT_EQ(map("Again.cdm").output, "");
+  EXPECT_EQ(content("Again.cdm"), content("Mapping.cdm"));
+}
+
+TEST_F(ModelcTest, RefusesAMappingThatDoesNotFitItsModels) {
+  writeMapping("A2");
+
+  const auto outcome = map("Mapping.cdm");
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output, "modelc: \"" + path("Mapping.json") +
+                                "\": There is no entity \"A2\" in \"Version 2\".\n");
+  EXPECT_FALSE(std::filesystem::exists(path("Mapping.cdm")));
+}
+
 TEST_F(ModelcTest, NamesTheFileAndThePlaceOfAMistakeAndEndsWithOne) {
   std::ofstream(path("Bad.json")) << R"({"entities": {"A": {"attributes": {"x": "txt"}}}})";
 
@@ -107,6 +162,7 @@ TEST_F(ModelcTest, EndsWithTwoWhenItIsCalledWrongly) {
   EXPECT_EQ(run("compile").status, 2);
   EXPECT_EQ(run("link x").status, 2);
   EXPECT_EQ(run("compile a.json --output " + quoted("Model.momd")).status, 2);
+  EXPECT_EQ(run("map a.json --output a.cdm").status, 2);
   EXPECT_EQ(run("compile a.json b.json --output " + quoted("a.omo")).status, 2);
 }
 

@@ -10,13 +10,13 @@ namespace {
 using foundation::NSNumber;
 using foundation::Value;
 
-std::string quoted(std::string_view text) {
-  std::string result = "\"";
+std::string quoted(std::string_view text, char quote) {
+  std::string result(1, quote);
   for (const char character : text) {
-    if (character == '"' || character == '\\') result += '\\';
+    if (character == quote || character == '\\') result += '\\';
     result += character;
   }
-  return result + '"';
+  return result + quote;
 }
 
 /// The shortest digits that read back as the same number, and as a real one.
@@ -40,9 +40,9 @@ std::string printed(const NSNumber& number) {
   return {};
 }
 
-std::string printed(const Value& constant) {
+std::string printed(const Value& constant, char quote) {
   if (const auto* number = constant.number()) return printed(*number);
-  if (const auto* text = constant.text()) return quoted(*text);
+  if (const auto* text = constant.text()) return quoted(*text, quote);
   return "null";
 }
 
@@ -52,10 +52,10 @@ std::string printed(const MappingExpression::KeyPath& path) {
   return text;
 }
 
-std::string printed(const MappingExpression::Function& function) {
+std::string printed(const MappingExpression::Function& function, char quote) {
   std::string text = "FUNCTION(" + std::string(name(function.target)) + ", ";
-  text += quoted(function.selector);
-  for (const auto& argument : function.arguments) text += ", " + argument.description();
+  text += quoted(function.selector, quote);
+  for (const auto& argument : function.arguments) text += ", " + argument.description(quote);
   return text + ")";
 }
 
@@ -75,10 +75,10 @@ const MappingExpression::Function* MappingExpression::function() const noexcept 
   return shared == nullptr ? nullptr : shared->get();
 }
 
-std::string MappingExpression::description() const {
+std::string MappingExpression::description(char quote) const {
   if (const auto* path = keyPath()) return printed(*path);
-  if (const auto* call = function()) return printed(*call);
-  return printed(*constant());
+  if (const auto* call = function()) return printed(*call, quote);
+  return printed(*constant(), quote);
 }
 
 bool operator==(const MappingExpression& a, const MappingExpression& b) noexcept {

@@ -54,8 +54,8 @@ class MappingExpression {
   [[nodiscard]] const KeyPath* keyPath() const noexcept;
   [[nodiscard]] const Function* function() const noexcept;
 
-  /// The text that parses to an equal expression.
-  [[nodiscard]] std::string description() const;
+  /// The text that parses to an equal expression; its texts stand in quotes of that kind.
+  [[nodiscard]] std::string description(char quote = '"') const;
 
   friend bool operator==(const MappingExpression& a, const MappingExpression& b) noexcept;
 

@@ -89,7 +89,12 @@ void PropertyInference::inferRelationship(const NSRelationshipDescription& relat
     return refuse(relationship, "led to " + quoted(source->destinationEntity().name()) +
                                     ", of which no mapping makes " + quoted(destination.name()));
   }
-  if (isSetFromOtherSide(relationship, *source, *target)) return;
+  if (isSetFromOtherSide(relationship, *source, *target)) {
+    if (!relationship.isOptional() && !relationship.isToMany()) {
+      refuse(relationship, "is mandatory, but its inverse keeps one object of many");
+    }
+    return;
+  }
   mapping_->relationships.emplace_back(relationship.name(), destinationInstances(*target, *source));
 }
 

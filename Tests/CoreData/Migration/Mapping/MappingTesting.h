@@ -20,6 +20,87 @@ using MappingRef = foundation::Ref<const NSMappingModel>;
   return modelFromSource(R"({"entities": {)" + std::string(entities) + "}}");
 }
 
+/// Two versions of a small model that a mapping of every kind leads between.
+inline constexpr std::string_view kDiary1 = R"({
+  "identifiers": ["Diary 1"],
+  "entities": {
+    "Entry": {
+      "attributes": {"title": "text", "mood": "integer16", "written": "date"},
+      "relationships": {
+        "image": {"toOne": "Image", "inverse": "entry"},
+        "author": {"toOne": "Author", "inverse": "entries"}
+      }
+    },
+    "Author": {
+      "attributes": {"name": "required text", "age": "integer64"},
+      "relationships": {"entries": {"toMany": "Entry", "inverse": "author"}}
+    },
+    "Image": {
+      "attributes": {"file": "text"},
+      "relationships": {"entry": {"toOne": "Entry", "inverse": "image"}}
+    },
+    "Draft": {}
+  }
+})";
+inline constexpr std::string_view kDiary2 = R"({
+  "identifiers": ["Diary 2"],
+  "entities": {
+    "Entry": {
+      "attributes": {
+        "title": {"type": "required text", "default": "?"},
+        "mood": "double",
+        "written": "date",
+        "by": "text",
+        "stars": "scalar integer16",
+        "short": "transient text"
+      },
+      "relationships": {
+        "image": {"toOne": "Image", "inverse": "entry"},
+        "author": {"toOne": "Author", "inverse": "entries"}
+      }
+    },
+    "Author": {
+      "attributes": {"name": "required text", "age": "integer64"},
+      "relationships": {"entries": {"toMany": "Entry", "inverse": "author"}}
+    },
+    "Image": {
+      "attributes": {"data": "binary", "id": "required uuid"},
+      "relationships": {"entry": {"toOne": "Entry", "inverse": "image"}}
+    },
+    "Tag": {"attributes": {"label": "required text"}},
+    "Base": {"abstract": true}
+  }
+})";
+
+/// A mapping between the two that leaves much to be inferred.
+inline constexpr std::string_view kDiaryMapping = R"json({
+  "source": "Diary 1",
+  "destination": "Diary 2",
+  "entityMappings": [
+    {
+      "name": "Images",
+      "source": "Image",
+      "destination": "Image",
+      "policy": "DIImagePolicy",
+      "attributes": {
+        "data": "FUNCTION($entityPolicy, 'dataOfFile:', $source.file)",
+        "id": "FUNCTION($entityPolicy, 'newIdentifier')"
+      },
+      "rest": "inferred"
+    },
+    {"rest": "inferred"},
+    {
+      "source": "Entry",
+      "destination": "Entry",
+      "attributes": {
+        "by": {"value": "$source.author.name", "whenAbsent": "nobody"},
+        "stars": "3"
+      },
+      "rest": "inferred"
+    }
+  ]
+})json";
+
 /// "name <- expression", with what absent becomes behind it.
 [[nodiscard]] inline std::string line(const NSPropertyMapping& property) {
   auto text = property.name() + " <- " + property.valueExpression().description();

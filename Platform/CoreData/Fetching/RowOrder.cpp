@@ -45,4 +45,14 @@ void sortRows(std::vector<Ref<Row>>& rows, std::span<const SortTerm> sorts) {
   rows = std::move(ordered);
 }
 
+void sortTies(std::span<Ref<Row>> rows, std::span<const SortTerm> sorts) {
+  for (auto first = rows.begin(); first != rows.end();) {
+    const auto last = std::find_if(first + 1, rows.end(), [&](const Ref<Row>& row) {
+      return compareRows(**first, *row, sorts) != 0;
+    });
+    std::sort(first, last, InKeyOrder());
+    first = last;
+  }
+}
+
 }  // namespace coredata

@@ -18,5 +18,7 @@ namespace coredata {
 /// Sorts rows of one entity by `compareRows`, ties by `compareKeys`. Numbers, and texts that differ
 /// soon behind what all of them begin with, are sorted in time that grows with the rows alone.
 void sortRows(std::vector<foundation::Ref<Row>>& rows, std::span<const SortTerm> sorts);
+/// The same for rows that are in the order of `compareRows` already, but for ties.
+void sortTies(std::span<foundation::Ref<Row>> rows, std::span<const SortTerm> sorts);
 
 }  // namespace coredata

@@ -80,6 +80,17 @@ TEST(RowOrder, BreaksTiesByKeyUnsavedOnesLast) {
   EXPECT_EQ(sorted(rows, {}), (Keys{3, 7, -1, -2}));
 }
 
+TEST(RowOrder, BreaksTheTiesOfRowsInOrder) {
+  std::vector<Ref<Row>> rows = {titled(9, "a"), titled(4, "b"), titled(2, "b"), titled(3, "b"),
+                                titled(1, "c")};
+
+  coredata::sortTies(rows, std::vector{by("title")});
+
+  std::vector<ObjectKey> keys;
+  for (const Ref<Row>& each : rows) keys.push_back(each->key());
+  EXPECT_EQ(keys, (Keys{9, 2, 3, 4, 1}));
+}
+
 TEST(RowOrder, AsksTheNextSortWhenTheFirstIsEven) {
   std::vector<Ref<Row>> rows;
   for (ObjectKey key = 1; key <= 4; ++key) {

@@ -38,8 +38,6 @@ struct Subject {
 };
 
 const std::string kSorts = "USE TEMP B-TREE FOR ORDER BY";
-/// The index gives the days in order; only those that are equal are sorted.
-const std::string kSortsEqualDays = "USE TEMP B-TREE FOR RIGHT PART OF ORDER BY";
 
 /// Check-ins are found by those columns of their index.
 std::string inIndex(const std::string& table, const std::string& columns) {
@@ -67,13 +65,13 @@ const std::vector<Pin>& pins() {
       {"checkins",
        [](const API& api, const Subject& its) { (void)api.checkins(its.run); },
        R"(SELECT row FROM "Checkin" t0 WHERE t0."activity" IS ?1 AND t0."type" IN (?2) )"
-       R"(ORDER BY t0."date", t0._id)",
-       {inIndex("t0", "activity=?"), kSortsEqualDays}},
+       R"(ORDER BY t0."date")",
+       {inIndex("t0", "activity=?")}},
       {"checkinsOfAllTypes",
        [](const API& api, const Subject& its) { (void)api.checkins(its.run, kAllTypes); },
        R"(SELECT row FROM "Checkin" t0 WHERE t0."activity" IS ?1 )"
-       R"(ORDER BY t0."date", t0._id)",
-       {inIndex("t0", "activity=?"), kSortsEqualDays}},
+       R"(ORDER BY t0."date")",
+       {inIndex("t0", "activity=?")}},
       {"checkinsOfAYear",
        [](const API& api, const Subject& its) {
          (void)api.checkins(its.run, its.day, DateFormat::year);
@@ -112,9 +110,8 @@ const std::vector<Pin>& pins() {
          (void)api.firstCheckin(its.run, ActivityStatus::active);
        },
        R"(SELECT row FROM "Checkin" t0 LEFT JOIN "Activity" t1 ON t1._id = t0."activity" )"
-       R"(WHERE t0."activity" IS ?1 AND t1."status" = ?2 ORDER BY t0."date", t0._id )"
-       R"(LIMIT ?3)",
-       {byKey("t1"), inIndex("t0", "activity=?"), kSortsEqualDays}},
+       R"(WHERE t0."activity" IS ?1 AND t1."status" = ?2 ORDER BY t0."date")",
+       {byKey("t1"), inIndex("t0", "activity=?")}},
       {"firstCheckinOfAll",
        [](const API& api, const Subject&) {
          (void)api.firstCheckin(nullptr, ActivityStatus::active);
@@ -125,8 +122,8 @@ const std::vector<Pin>& pins() {
       {"lastCheckin",
        [](const API& api, const Subject& its) { (void)api.lastCheckin(its.run); },
        R"(SELECT row FROM "Checkin" t0 WHERE t0."activity" IS ?1 )"
-       R"(ORDER BY t0."date" DESC, t0._id LIMIT ?2)",
-       {inIndex("t0", "activity=?"), kSortsEqualDays}},
+       R"(ORDER BY t0."date" DESC)",
+       {inIndex("t0", "activity=?")}},
       {"numberOfCheckinsOfAYear",
        [](const API& api, const Subject& its) {
          (void)api.numberOfCheckins(its.run, CalendarItem::year(2024));

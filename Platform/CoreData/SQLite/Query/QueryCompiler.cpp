@@ -141,7 +141,7 @@ class SelectStatement {
   }
 
   [[nodiscard]] std::string orderBy() {
-    if (!variant_.isSorted || !hasContent()) return {};
+    if (variant_.order == QueryOrder::none || !hasContent()) return {};
     std::vector<std::string> terms;
     for (const SortTerm& sort : plan_.sorts()) terms.push_back(sortColumn(sort));
     if (isGroupedByColumns()) {
@@ -153,7 +153,7 @@ class SelectStatement {
     } else if (isDictionary() && hasAggregates()) {
       // One row is in order.
       terms.clear();
-    } else {
+    } else if (variant_.order == QueryOrder::complete) {
       terms.push_back(keyColumn(scope_.table()));
     }
     return listed(" ORDER BY ", terms);

@@ -1,6 +1,7 @@
 #include "CoreData/SQLite/Query/QueryRunner.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "CoreData/Fetching/RowOrder.h"
 #include "CoreData/SQLite/Query/DictionaryReader.h"
@@ -18,10 +19,10 @@ namespace {
 /// One run of one query: found or prepared, bound, and reset at the end.
 class QueryRun {
  public:
-  QueryRun(Reading& reading, const FetchPlan& plan, QueryResult result, bool isSorted,
+  QueryRun(Reading& reading, const FetchPlan& plan, QueryResult result, QueryOrder order,
            const QueryInput& input, const ObjectArguments& objects)
       : query_(QueryCache::of(reading.connection())
-                   .query(plan, {result, input.limit != 0, input.offset != 0, isSorted,
+                   .query(plan, {result, input.limit != 0, input.offset != 0, order,
                                  listCodes(plan, input.arguments)})),
         statement_(*query_.statement),
         binding_(statement_, input, objects),
@@ -47,12 +48,39 @@ bool keepsFew(const QueryInput& input) noexcept {
   return input.limit != 0 && input.limit < kFew && input.offset < kFew;
 }
 
-/// Whether the store has to put the rows in order. Otherwise all of them are read and sorted here,
-/// which is faster: SQLite's own sorting of whole rows takes half as long again, and four times as
-/// long when it is to keep the first few thousand.
-bool mustSortInStore(QueryCache& cache, const FetchPlan& plan, const QueryInput& input) {
-  if (plan.sorts().empty()) return isCut(input);
-  return keepsFew(input) || !plan.sortsByOwnSlots() || cache.indexGivesOrder(plan);
+/// What the store does for the order of rows. Rows of which it gives no order are all read and
+/// sorted here, which is faster: SQLite's own sorting of whole rows takes half as long again, and
+/// four times as long when it is to keep the first few thousand. Where an index gives the sorts'
+/// order, only ties are left, for which SQLite would make a sorter for each group.
+QueryOrder orderInStore(QueryCache& cache, const FetchPlan& plan, const QueryInput& input) {
+  if (plan.sorts().empty()) return isCut(input) ? QueryOrder::complete : QueryOrder::none;
+  if (cache.indexGivesOrder(plan)) return QueryOrder::sorts;
+  const bool sortsInStore = keepsFew(input) || !plan.sortsByOwnSlots();
+  return sortsInStore ? QueryOrder::complete : QueryOrder::none;
+}
+
+/// Reads on until the rows fill the cut, and further while they are even with the last of it: which
+/// of these belong in it is known once all of them are.
+std::vector<Ref<Row>> readInOrder(QueryRun& run, const RowColumns& columns, const FetchPlan& plan,
+                                  const QueryInput& input) {
+  const std::size_t wanted =
+      input.limit == 0 ? std::numeric_limits<std::size_t>::max() : input.limit + input.offset;
+  std::vector<Ref<Row>> rows;
+  RowBlocks blocks;
+  while (run.step()) {
+    Ref<Row> row = columns.read(run.statement(), &blocks);
+    if (rows.size() >= wanted && compareRows(*rows.back(), *row, plan.sorts()) != 0) break;
+    rows.push_back(std::move(row));
+  }
+  sortTies(rows, plan.sorts());
+  return rows;
+}
+
+std::vector<Ref<Row>> readAll(QueryRun& run, const RowColumns& columns) {
+  std::vector<Ref<Row>> rows;
+  RowBlocks blocks;
+  while (run.step()) rows.push_back(columns.read(run.statement(), &blocks));
+  return rows;
 }
 
 void cut(std::vector<Ref<Row>>& rows, std::size_t limit, std::size_t offset) {
@@ -81,19 +109,18 @@ std::vector<SortTerm> orderOfGroups(const FetchPlan& plan) {
 
 std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const Value> arguments,
                                         std::size_t limit, std::size_t offset) {
-  QueryInput input{arguments, limit, offset};
+  const QueryInput input{arguments, limit, offset};
   Reading reading(session_);
-  const bool isSorted = mustSortInStore(QueryCache::of(reading.connection()), plan, input);
-  if (!isSorted) input = {arguments};
+  const QueryOrder order = orderInStore(QueryCache::of(reading.connection()), plan, input);
+  const bool isComplete = order == QueryOrder::complete;
+  const QueryInput uncut{arguments};
   const RowColumns& columns = reading.core().columns(plan.entity());
-  QueryRun run(reading, plan, QueryResult::rows, isSorted, input, objects_);
-  std::vector<Ref<Row>> rows;
-  RowBlocks blocks;
-  while (run.step()) rows.push_back(columns.read(run.statement(), &blocks));
-  if (!isSorted) {
-    sortRows(rows, plan.sorts());
-    cut(rows, limit, offset);
-  }
+  QueryRun run(reading, plan, QueryResult::rows, order, isComplete ? input : uncut, objects_);
+  if (isComplete) return readAll(run, columns);
+  std::vector<Ref<Row>> rows =
+      order == QueryOrder::sorts ? readInOrder(run, columns, plan, input) : readAll(run, columns);
+  if (order == QueryOrder::none) sortRows(rows, plan.sorts());
+  cut(rows, limit, offset);
   return rows;
 }
 
@@ -102,7 +129,8 @@ std::vector<ObjectKey> QueryRunner::keys(const FetchPlan& plan, std::span<const 
   const QueryInput input{arguments, limit, offset};
   Reading reading(session_);
   const bool isSorted = isCut(input) || !plan.sorts().empty();
-  QueryRun run(reading, plan, QueryResult::keys, isSorted, input, objects_);
+  QueryRun run(reading, plan, QueryResult::keys, isSorted ? QueryOrder::complete : QueryOrder::none,
+               input, objects_);
   std::vector<ObjectKey> keys;
   while (run.step()) keys.push_back(run.statement().integer(0));
   if (!isSorted && !std::ranges::is_sorted(keys)) std::ranges::sort(keys);
@@ -114,11 +142,11 @@ std::int64_t QueryRunner::count(const FetchPlan& plan, std::span<const Value> ar
   Reading reading(session_);
   const QueryInput input{arguments, limit == 1 ? 0 : limit};
   if (limit == 0) {
-    QueryRun run(reading, plan, QueryResult::number, false, input, objects_);
+    QueryRun run(reading, plan, QueryResult::number, QueryOrder::none, input, objects_);
     return run.step() ? run.statement().integer(0) : 0;
   }
   const QueryResult result = limit == 1 ? QueryResult::existence : QueryResult::ticks;
-  QueryRun run(reading, plan, result, false, input, objects_);
+  QueryRun run(reading, plan, result, QueryOrder::none, input, objects_);
   std::int64_t count = 0;
   while (count < static_cast<std::int64_t>(limit) && run.step()) ++count;
   return count;
@@ -132,7 +160,8 @@ DictionaryRows QueryRunner::dictionaries(const FetchPlan& plan, std::span<const 
   const bool isSorted = order.empty() || isCut(input) ||
                         QueryCache::of(reading.connection()).indexGivesOrder(plan) ||
                         !DictionaryRows::canSort(plan, order);
-  QueryRun run(reading, plan, QueryResult::dictionaries, isSorted, input, objects_);
+  QueryRun run(reading, plan, QueryResult::dictionaries,
+               isSorted ? QueryOrder::complete : QueryOrder::none, input, objects_);
   DictionaryRows rows(plan);
   while (run.step()) appendRow(run.statement(), rows);
   if (!isSorted) rows.sort(order);

@@ -24,6 +24,13 @@ enum class QueryResult : std::uint8_t {
 /// function.
 enum class ListForm : std::uint8_t { empty, one, two, four, eight, table };
 
+/// What the store sees to in the order of what it gives; the rest is left to whoever reads it.
+enum class QueryOrder : std::uint8_t {
+  none,      ///< nothing: as it is found
+  sorts,     ///< the plan's sorts; what is even in them as it is found
+  complete,  ///< the sorts, and ties by key
+};
+
 struct ListShape {
   ListForm form = ListForm::empty;
   /// Whether an absent value is among the members. It is no parameter: a column that is searched
@@ -36,8 +43,7 @@ struct QueryVariant {
   QueryResult result = QueryResult::rows;
   bool hasLimit = false;
   bool hasOffset = false;
-  /// Whether the store sorts; otherwise rows come as they are found.
-  bool isSorted = true;
+  QueryOrder order = QueryOrder::complete;
   /// One `code` for each argument that is a list, in the order of the arguments. Fifteen need no
   /// memory.
   std::string lists;

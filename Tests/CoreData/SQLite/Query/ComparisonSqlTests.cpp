@@ -132,7 +132,7 @@ TEST(ComparisonSql, WritesConstantPredicatesOut) {
 TEST(ComparisonSql, ReadsPathsThroughOuterJoins) {
   const auto query = habits::compiled(
       habits::fetch("Photo", NSPredicate::format("checkin.activity.status = %@", 1)),
-      {coredata::QueryResult::keys, false, false, false, {}});
+      {coredata::QueryResult::keys, false, false, coredata::QueryOrder::none, {}});
 
   EXPECT_EQ(query.sql,
             R"(SELECT t0._id FROM "Photo" t0 LEFT JOIN "Checkin" t1 ON t1._id = t0."checkin" )"
@@ -143,7 +143,7 @@ TEST(ComparisonSql, SharesTheJoinsOfPathsThatBeginAlike) {
   const auto query = habits::compiled(
       habits::fetch("Photo", NSPredicate::format("checkin.date = %@ AND checkin.activity = %@",
                                                  "2024-01-01", habits::object("Activity", 1))),
-      {coredata::QueryResult::keys, false, false, false, {}});
+      {coredata::QueryResult::keys, false, false, coredata::QueryOrder::none, {}});
 
   EXPECT_EQ(query.sql,
             R"(SELECT t0._id FROM "Photo" t0 LEFT JOIN "Checkin" t1 ON t1._id = t0."checkin" )"

@@ -114,7 +114,8 @@ coredata::CompiledQuery compiled(const Fetch& fetch, QueryVariant variant) {
 
 std::string condition(const Fetch& fetch) {
   const std::string sql =
-      compiled(fetch, {coredata::QueryResult::keys, false, false, false, {}}).sql;
+      compiled(fetch, {coredata::QueryResult::keys, false, false, coredata::QueryOrder::none, {}})
+          .sql;
   return sql.substr(sql.find(" WHERE ") + 7);
 }
 

@@ -9,6 +9,7 @@ namespace {
 
 using coredata::Aggregate;
 using coredata::FetchPlan;
+using coredata::QueryOrder;
 using coredata::QueryResult;
 using coredata::QueryVariant;
 using foundation::NSPredicate;
@@ -33,7 +34,7 @@ std::string dictionarySql(const Dictionary& wanted) {
   form.grouping = wanted.grouping;
   form.distinct = wanted.distinct;
   return sql(*foundation::make<const FetchPlan>(std::move(form)),
-             {QueryResult::dictionaries, false, false, true, {}});
+             {QueryResult::dictionaries, false, false, QueryOrder::complete, {}});
 }
 
 coredata::ResolvedPath path(std::string_view keyPath) {
@@ -45,34 +46,37 @@ coredata::FetchColumn shown(std::string_view keyPath, Aggregate aggregate = Aggr
 }
 
 TEST(QueryCompiler, ReadsRowsInTheOrderOfTheirSlots) {
-  EXPECT_EQ(sql(*habits::everything("Photo"), {QueryResult::rows, false, false, false, {}}),
-            R"(SELECT t0._id,t0._version,t0."checkin",t0."name",t0."size" FROM "Photo" t0)");
+  EXPECT_EQ(
+      sql(*habits::everything("Photo"), {QueryResult::rows, false, false, QueryOrder::none, {}}),
+      R"(SELECT t0._id,t0._version,t0."checkin",t0."name",t0."size" FROM "Photo" t0)");
 }
 
 TEST(QueryCompiler, SortsByKeyWithoutASort) {
-  EXPECT_EQ(sql(*habits::everything("Photo"), {QueryResult::keys, true, true, true, {}}),
-            R"(SELECT t0._id FROM "Photo" t0 ORDER BY t0._id LIMIT ?1 OFFSET ?2)");
+  EXPECT_EQ(
+      sql(*habits::everything("Photo"), {QueryResult::keys, true, true, QueryOrder::complete, {}}),
+      R"(SELECT t0._id FROM "Photo" t0 ORDER BY t0._id LIMIT ?1 OFFSET ?2)");
 }
 
 TEST(QueryCompiler, NumbersTheCutBehindTheArguments) {
   const habits::Fetch fetch =
       habits::fetch("Photo", NSPredicate::format("name = %@", "x"), {{"size", false}});
 
-  EXPECT_EQ(habits::compiled(fetch, {QueryResult::keys, true, true, true, {}}).sql,
+  EXPECT_EQ(habits::compiled(fetch, {QueryResult::keys, true, true, QueryOrder::complete, {}}).sql,
             R"(SELECT t0._id FROM "Photo" t0 WHERE t0."name" IS ?1 )"
             R"(ORDER BY t0."size" DESC, t0._id LIMIT ?2 OFFSET ?3)");
 }
 
 TEST(QueryCompiler, WritesAnOffsetAlone) {
-  EXPECT_EQ(sql(*habits::everything("Photo"), {QueryResult::keys, false, true, false, {}}),
-            R"(SELECT t0._id FROM "Photo" t0 LIMIT -1 OFFSET ?1)");
+  EXPECT_EQ(
+      sql(*habits::everything("Photo"), {QueryResult::keys, false, true, QueryOrder::none, {}}),
+      R"(SELECT t0._id FROM "Photo" t0 LIMIT -1 OFFSET ?1)");
 }
 
 TEST(QueryCompiler, SortsThroughOuterJoins) {
   const auto plan =
       habits::everything("Photo", {{"checkin.activity.title", true}, {"checkin", false}});
 
-  EXPECT_EQ(sql(*plan, {QueryResult::keys, false, false, true, {}}),
+  EXPECT_EQ(sql(*plan, {QueryResult::keys, false, false, QueryOrder::complete, {}}),
             R"(SELECT t0._id FROM "Photo" t0 LEFT JOIN "Checkin" t1 ON t1._id = t0."checkin" )"
             R"(LEFT JOIN "Activity" t2 ON t2._id = t1."activity" )"
             R"(ORDER BY t2."title", t0."checkin" DESC, t0._id)");
@@ -81,7 +85,7 @@ TEST(QueryCompiler, SortsThroughOuterJoins) {
 TEST(QueryCompiler, CountsWithoutSorting) {
   const auto plan = habits::everything("Photo", {{"checkin.date", true}});
 
-  EXPECT_EQ(sql(*plan, {QueryResult::number, false, false, true, {}}),
+  EXPECT_EQ(sql(*plan, {QueryResult::number, false, false, QueryOrder::complete, {}}),
             R"(SELECT count(*) FROM "Photo" t0)");
 }
 
@@ -92,9 +96,10 @@ TEST(QueryCompiler, StopsCountingAtALimit) {
 
   const std::string all =
       R"(SELECT 1 FROM "Checkin" t0 WHERE t0."activity" IS ?1 AND t0."date" IS ?2)";
-  EXPECT_EQ(habits::compiled(fetch, {QueryResult::existence, false, false, false, {}}).sql,
-            all + " LIMIT 1");
-  EXPECT_EQ(habits::compiled(fetch, {QueryResult::ticks, true, false, false, {}}).sql,
+  EXPECT_EQ(
+      habits::compiled(fetch, {QueryResult::existence, false, false, QueryOrder::none, {}}).sql,
+      all + " LIMIT 1");
+  EXPECT_EQ(habits::compiled(fetch, {QueryResult::ticks, true, false, QueryOrder::none, {}}).sql,
             all + " LIMIT ?3");
 }
 

@@ -5,6 +5,7 @@
 
 namespace {
 
+using coredata::QueryOrder;
 using coredata::QueryResult;
 using coredata::QueryVariant;
 using foundation::NSPredicate;
@@ -14,7 +15,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 const Value kActivity = habits::object("Activity", 1);
-const QueryVariant kKeys{QueryResult::keys, false, false, false, {}};
+const QueryVariant kKeys{QueryResult::keys, false, false, QueryOrder::none, {}};
 
 template <typename... Arguments>
 std::string plan(std::string_view entityName, std::string_view format, Arguments&&... arguments) {
@@ -81,8 +82,8 @@ TEST(QueryPlan, TakesTheOrderFromTheIndex) {
   const habits::Fetch fetch =
       habits::fetch("Checkin", NSPredicate::format("activity = %@", kActivity), {{"date", false}});
 
-  EXPECT_THAT(store.explanation(fetch, {QueryResult::rows, true, false, true, {}}),
-              Not(HasSubstr("USE TEMP B-TREE FOR ORDER BY")));
+  EXPECT_THAT(store.explanation(fetch, {QueryResult::rows, false, false, QueryOrder::sorts, {}}),
+              Not(HasSubstr("USE TEMP B-TREE")));
 }
 
 }  // namespace

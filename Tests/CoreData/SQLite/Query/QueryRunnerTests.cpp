@@ -100,6 +100,23 @@ TEST_F(QueryRunner, CutsWhatItSortsItself) {
   EXPECT_EQ(keysOf(store_.runner().rows(*plan, {})), all);
 }
 
+TEST_F(QueryRunner, BreaksTiesByKeyWhereAnIndexGivesTheOrder) {
+  // The index has the types between the days and the keys.
+  for (ObjectKey key = 1; key <= 12; ++key) {
+    store_.insert("Checkin", key,
+                  {{"activity", 1}, {"date", key % 3 == 0 ? "b" : "a"}, {"type", 12 - key}});
+  }
+  const auto predicate = NSPredicate::format("activity = %@", habits::object("Activity", 1));
+  for (const bool ascending : {true, false}) {
+    const auto fetch = habits::fetch("Checkin", predicate, {{"date", ascending}});
+    for (const auto& [limit, offset] :
+         {std::pair{0UL, 0UL}, {1UL, 0UL}, {3UL, 2UL}, {0UL, 7UL}, {8UL, 0UL}, {2UL, 20UL}}) {
+      EXPECT_EQ(keysOf(store_.runner().rows(*fetch.plan, fetch.arguments(), limit, offset)),
+                store_.runner().keys(*fetch.plan, fetch.arguments(), limit, offset));
+    }
+  }
+}
+
 TEST_F(QueryRunner, PutsAbsentValuesFirstAscendingAndLastDescending) {
   store_.insert("Photo", 1, {{"name", "b"}});
   store_.insert("Photo", 2, {});

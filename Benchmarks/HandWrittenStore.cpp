@@ -162,7 +162,11 @@ HandWrittenStore::HandWrittenStore(const std::string& path, Durability durabilit
     : database_(opened(path, durability, logFile)),
       begin_(database_.get(), "BEGIN IMMEDIATE"),
       commit_(database_.get(), "COMMIT"),
-      insertActivity_(database_.get(), "INSERT INTO Activity(title, status) VALUES(?, 0)"),
+      insertActivity_(database_.get(),
+                      "INSERT INTO Activity(title, color, icon, checkinMaxCount, createdDate, "
+                      "modifiedDate, status) VALUES(?, 'green', '', 1, ?2, ?2, 0)"),
+      insertOrder_(database_.get(),
+                   "INSERT INTO \"Order\"(activity, priority, type) VALUES(?, 0, 1)"),
       insertCheckin_(database_.get(),
                      "INSERT INTO Checkin(activity, count, createdDate, date, memo, modifiedDate, "
                      "type) VALUES(?, ?, ?, ?, ?, ?, ?)"),
@@ -190,7 +194,10 @@ HandWrittenStore::HandWrittenStore(const std::string& path, Durability durabilit
 
 void HandWrittenStore::insertActivity(std::string_view title) {
   insertActivity_.bind(1, title);
+  insertActivity_.bind(2, secondsNow());
   insertActivity_.run();
+  insertOrder_.bind(1, static_cast<std::int64_t>(sqlite3_last_insert_rowid(database_.get())));
+  insertOrder_.run();
 }
 
 std::int64_t HandWrittenStore::insertCheckin(const CheckinRecord& record) {

@@ -79,6 +79,7 @@ class HandWrittenStore {
   void begin() { begin_.run(); }
   void commit() { commit_.run(); }
 
+  /// With the record of its place, as the library makes one.
   void insertActivity(std::string_view title);
   std::int64_t insertCheckin(const CheckinRecord& record);
   void raiseCount(std::int64_t checkin, double now);
@@ -117,6 +118,7 @@ class HandWrittenStore {
   PreparedStatement begin_;
   PreparedStatement commit_;
   PreparedStatement insertActivity_;
+  PreparedStatement insertOrder_;
   PreparedStatement insertCheckin_;
   PreparedStatement raiseCount_;
   PreparedStatement recordTransaction_;

@@ -85,8 +85,10 @@ std::int64_t readingOfActivities(const List& activities) {
   std::int64_t sum = 0;
   for (const auto& activity : activities) {
     sum += lengthOf(activity->title()) + lengthOf(activity->memo()) + lengthOf(activity->notes()) +
-           lengthOf(activity->icon()) + lengthOf(activity->startDate()) +
-           lengthOf(activity->endDate()) + activity->status() + 1;
+           lengthOf(activity->icon()) + lengthOf(activity->color()) +
+           lengthOf(activity->startDate()) + lengthOf(activity->endDate()) + activity->status() +
+           static_cast<std::int64_t>(activity->checkinMaxCount()) +
+           (activity->createdDate() ? 1 : 0) + (activity->modifiedDate() ? 1 : 0) + 1;
   }
   return sum;
 }
@@ -101,24 +103,40 @@ std::int64_t readCheckins(PreparedStatement& rows) {
   return sum;
 }
 
+/// An activity as somebody would keep it who read it by hand: all that its table has.
+struct ActivityRecord {
+  static constexpr std::size_t kTexts = 7;
+
+  std::int64_t id;
+  std::int64_t group;
+  std::int64_t status;
+  double checkinMaxCount;
+  std::optional<double> createdDate;
+  std::optional<double> modifiedDate;
+  std::array<std::optional<std::string>, kTexts> texts;
+};
+
+ActivityRecord readActivity(PreparedStatement& row) {
+  ActivityRecord record{.id = row.integer(0),
+                        .group = row.integer(1),
+                        .status = row.integer(2),
+                        .checkinMaxCount = row.real(3),
+                        .createdDate = row.optionalReal(4),
+                        .modifiedDate = row.optionalReal(5),
+                        .texts = {}};
+  int column = 6;
+  for (auto& text : record.texts) text = row.optionalText(column++);
+  return record;
+}
+
 std::int64_t readActivities(PreparedStatement& rows) {
-  constexpr int kTexts = 6;
-  struct ActivityRecord {
-    std::array<std::optional<std::string>, kTexts> texts;
-    std::int64_t status;
-  };
   std::vector<ActivityRecord> records;
-  while (rows.step()) {
-    ActivityRecord& record = records.emplace_back();
-    for (int column = 0; column < kTexts; ++column) {
-      record.texts[static_cast<std::size_t>(column)] = rows.optionalText(column);
-    }
-    record.status = rows.integer(kTexts);
-  }
+  while (rows.step()) records.push_back(readActivity(rows));
   std::int64_t sum = 0;
   for (const ActivityRecord& record : records) {
     for (const auto& text : record.texts) sum += lengthOf(text);
-    sum += record.status + 1;
+    sum += record.status + static_cast<std::int64_t>(record.checkinMaxCount) +
+           (record.createdDate ? 1 : 0) + (record.modifiedDate ? 1 : 0) + 1;
   }
   return sum;
 }
@@ -173,8 +191,10 @@ CalendarItem monthOf(const Asked& asked) {
 }
 
 #define CHECKINS "SELECT " BENCHMARKS_CHECKIN_COLUMNS " FROM Checkin WHERE "
-#define ACTIVITIES \
-  "SELECT a.title, a.memo, a.notes, a.icon, a.startDate, a.endDate, a.status FROM Activity a "
+#define ACTIVITIES                                                                         \
+  "SELECT a.id, a.\"group\", a.status, a.checkinMaxCount, a.createdDate, a.modifiedDate, " \
+  "a.color, "                                                                              \
+  "a.endDate, a.icon, a.memo, a.notes, a.startDate, a.title FROM Activity a "
 #define IN_GROUPS "LEFT JOIN \"Group\" g ON g.id = a.\"group\" "
 #define IN_PLACES "LEFT JOIN \"Order\" o ON o.activity = a.id "
 

@@ -124,7 +124,8 @@ SqlCondition PredicateCompiler::equalToConstant(const Side& column, const Side& 
 
 bool PredicateCompiler::isNeverAbsent(const Expression& constant) const {
   if (constant.kind == Expression::Kind::literal) return !constant.literal.isNone();
-  return constant.kind == Expression::Kind::argument &&
+  if (constant.kind != Expression::Kind::argument) return false;
+  return draft_.isPresent(constant.argument) ||
          predicate_.shape().argumentRules()[constant.argument].specifier !=
              ArgumentSpecifier::value;
 }

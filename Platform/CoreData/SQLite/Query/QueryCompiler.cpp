@@ -33,7 +33,8 @@ class SelectStatement {
   SelectStatement(const FetchPlan& plan, const QueryVariant& variant)
       : plan_(plan),
         variant_(variant),
-        draft_(plan.entity().managedObjectModel(), listsByArgument(plan, variant)),
+        draft_(plan.entity().managedObjectModel(), listsByArgument(plan, variant),
+               variant.absentArguments),
         scope_(plan.entity(), draft_) {}
 
   [[nodiscard]] CompiledQuery compile() {

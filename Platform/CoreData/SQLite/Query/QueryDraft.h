@@ -12,8 +12,11 @@ namespace coredata {
 /// What the parts of a query share while it is put together: the numbers of tables and parameters.
 class QueryDraft {
  public:
-  QueryDraft(const NSManagedObjectModel& model, std::vector<ListShape> listsByArgument)
-      : model_(model), listsByArgument_(std::move(listsByArgument)) {}
+  QueryDraft(const NSManagedObjectModel& model, std::vector<ListShape> listsByArgument,
+             std::uint64_t absentArguments)
+      : model_(model),
+        listsByArgument_(std::move(listsByArgument)),
+        absentArguments_(absentArguments) {}
 
   /// A number for a table that no other one in the query has.
   [[nodiscard]] std::uint32_t nextTable() noexcept { return tables_++; }
@@ -24,12 +27,17 @@ class QueryDraft {
   [[nodiscard]] ListShape list(std::uint32_t argument) const noexcept {
     return listsByArgument_[argument];
   }
+  /// Whether the argument is known to be there in every run of this query.
+  [[nodiscard]] bool isPresent(std::uint32_t argument) const noexcept {
+    return argument < kTellableArguments && (absentArguments_ >> argument & 1U) == 0;
+  }
 
   [[nodiscard]] CompiledQuery finish(std::string sql) &&;
 
  private:
   const NSManagedObjectModel& model_;
   std::vector<ListShape> listsByArgument_;
+  std::uint64_t absentArguments_;
   std::vector<QueryParameter> parameters_;
   std::vector<foundation::PredicateNode> tests_;
   std::uint32_t tables_ = 0;

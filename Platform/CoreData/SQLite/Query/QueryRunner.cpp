@@ -21,9 +21,10 @@ class QueryRun {
  public:
   QueryRun(Reading& reading, const FetchPlan& plan, QueryResult result, QueryOrder order,
            const QueryInput& input, const ObjectArguments& objects)
-      : query_(QueryCache::of(reading.connection())
-                   .query(plan, {result, input.limit != 0, input.offset != 0, order,
-                                 listCodes(plan, input.arguments)})),
+      : query_(
+            QueryCache::of(reading.connection())
+                .query(plan, {result, input.limit != 0, input.offset != 0, order,
+                              listCodes(plan, input.arguments), absentArguments(input.arguments)})),
         statement_(*query_.statement),
         binding_(statement_, input, objects),
         use_(statement_) {

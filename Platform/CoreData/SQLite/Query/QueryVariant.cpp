@@ -1,5 +1,6 @@
 #include "CoreData/SQLite/Query/QueryVariant.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace coredata {
@@ -53,6 +54,15 @@ char code(ListShape shape) noexcept {
 
 ListShape shapeOfCode(char code) noexcept {
   return {static_cast<ListForm>(code % kAbsentBit), code >= kAbsentBit};
+}
+
+std::uint64_t absentArguments(std::span<const Value> arguments) noexcept {
+  std::uint64_t absent = 0;
+  const std::size_t count = std::min<std::size_t>(arguments.size(), kTellableArguments);
+  for (std::size_t i = 0; i < count; ++i) {
+    if (arguments[i].isNone()) absent |= std::uint64_t{1} << i;
+  }
+  return absent;
 }
 
 std::string listCodes(const FetchPlan& plan, std::span<const Value> arguments) {

@@ -47,6 +47,9 @@ struct QueryVariant {
   /// One `code` for each argument that is a list, in the order of the arguments. Fifteen need no
   /// memory.
   std::string lists;
+  /// The arguments that are absent, the bit of an argument's number for each. Those beyond have no
+  /// bit, and may be either.
+  std::uint64_t absentArguments = 0;
 
   friend bool operator==(const QueryVariant&, const QueryVariant&) = default;
 };
@@ -57,6 +60,10 @@ struct QueryVariant {
 [[nodiscard]] ListShape listShape(const foundation::ValueList& list) noexcept;
 [[nodiscard]] char code(ListShape shape) noexcept;
 [[nodiscard]] ListShape shapeOfCode(char code) noexcept;
+
+/// How many arguments a variant tells absent from present ones.
+inline constexpr std::uint32_t kTellableArguments = 64;
+[[nodiscard]] std::uint64_t absentArguments(std::span<const foundation::Value> arguments) noexcept;
 
 /// The codes of the lists among the arguments; costs next to nothing when there is none.
 [[nodiscard]] std::string listCodes(const FetchPlan& plan,

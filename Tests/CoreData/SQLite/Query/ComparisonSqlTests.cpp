@@ -130,13 +130,13 @@ TEST(ComparisonSql, WritesConstantPredicatesOut) {
 }
 
 TEST(ComparisonSql, ReadsPathsThroughOuterJoins) {
-  const auto query = habits::compiled(
-      habits::fetch("Photo", NSPredicate::format("checkin.activity.status = %@", 1)),
-      {coredata::QueryResult::keys, false, false, coredata::QueryOrder::none, {}});
+  const auto query =
+      habits::compiled(habits::fetch("Photo", NSPredicate::format("checkin.activity.status = nil")),
+                       {coredata::QueryResult::keys, false, false, coredata::QueryOrder::none, {}});
 
   EXPECT_EQ(query.sql,
             R"(SELECT t0._id FROM "Photo" t0 LEFT JOIN "Checkin" t1 ON t1._id = t0."checkin" )"
-            R"(LEFT JOIN "Activity" t2 ON t2._id = t1."activity" WHERE t2."status" IS ?1)");
+            R"(LEFT JOIN "Activity" t2 ON t2._id = t1."activity" WHERE t2."status" IS NULL)");
 }
 
 TEST(ComparisonSql, SharesTheJoinsOfPathsThatBeginAlike) {
@@ -147,12 +147,20 @@ TEST(ComparisonSql, SharesTheJoinsOfPathsThatBeginAlike) {
 
   EXPECT_EQ(query.sql,
             R"(SELECT t0._id FROM "Photo" t0 LEFT JOIN "Checkin" t1 ON t1._id = t0."checkin" )"
-            R"(WHERE t1."date" IS ?1 AND t1."activity" IS ?2)");
+            R"(WHERE t1."date" = ?1 AND t1."activity" = ?2)");
 }
 
 TEST(ComparisonSql, LetsANumberShowThatAJoinedRowIsThere) {
   EXPECT_EQ(condition("Checkin", "activity.status = %d", 1), R"(t1."status" = ?1)");
   EXPECT_EQ(condition("Checkin", "activity.status != %d", 1), R"(t1."status" IS NOT ?1)");
+}
+
+TEST(ComparisonSql, LetsAValueShowThatAJoinedRowIsThereWhenItIsPresent) {
+  const foundation::Value absent;
+
+  EXPECT_EQ(condition("Checkin", "activity.title = %@", "Run"), R"(t1."title" = ?1)");
+  EXPECT_EQ(condition("Checkin", "activity.title = %@", absent), R"(t1."title" IS ?1)");
+  EXPECT_EQ(condition("Checkin", "activity.title != %@", "Run"), R"(t1."title" IS NOT ?1)");
 }
 
 TEST(ComparisonSql, KeepsValuesAndNamesApart) {

@@ -109,6 +109,7 @@ Ref<const FetchPlan> everything(std::string_view entityName, const Sorts& sorts)
 
 coredata::CompiledQuery compiled(const Fetch& fetch, QueryVariant variant) {
   variant.lists = coredata::listCodes(*fetch.plan, fetch.arguments());
+  variant.absentArguments = coredata::absentArguments(fetch.arguments());
   return coredata::compileQuery(*fetch.plan, variant);
 }
 

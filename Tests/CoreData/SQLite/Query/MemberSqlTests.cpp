@@ -46,7 +46,9 @@ TEST(MemberSql, WrapsAListUnderNot) {
 TEST(MemberSql, ComparesWithTheElementsOfABracedList) {
   EXPECT_EQ(condition("Checkin", "type IN {1, 2, 3}"), R"(t0."type" IN (?1, ?2, ?3))");
   EXPECT_EQ(condition("Checkin", "type IN {1, nil}"), R"(t0."type" IN (?1) OR t0."type" IS NULL)");
-  EXPECT_EQ(condition("Checkin", "type IN {1, %@}", 2), R"(t0."type" IN (?1) OR t0."type" IS ?2)");
+  EXPECT_EQ(condition("Checkin", "type IN {1, %@}", foundation::Value()),
+            R"(t0."type" IN (?1) OR t0."type" IS ?2)");
+  EXPECT_EQ(condition("Checkin", "type IN {1, %@}", 2), R"(t0."type" IN (?1, ?2))");
   EXPECT_EQ(condition("Checkin", "type IN {}"), "0");
 }
 

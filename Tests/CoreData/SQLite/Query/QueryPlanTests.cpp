@@ -77,6 +77,13 @@ TEST(QueryPlan, StartsFromTheJoinedTableWhereThatIsCheaper) {
               HasSubstr("SEARCH t1 USING COVERING INDEX Activity_byStatus"));
 }
 
+TEST(QueryPlan, GoesFromTheObjectThatAPathMustLeadTo) {
+  const std::string steps = plan("Photo", "checkin.activity = %@", kActivity);
+
+  EXPECT_THAT(steps, HasSubstr("SEARCH t1 USING COVERING INDEX"));
+  EXPECT_THAT(steps, HasSubstr("SEARCH t0 USING COVERING INDEX Photo_byCheckin (checkin=?)"));
+}
+
 TEST(QueryPlan, TakesTheOrderFromTheIndex) {
   habits::Store store;
   const habits::Fetch fetch =

@@ -31,10 +31,10 @@ FetchedObjects NSManagedObjectContext::fetchObjects(const NSFetchRequestBase& re
   content->registry = state_->registry;
   content->entity = &plan->entity();
   content->rowEpoch = state_->rowEpoch(plan->entity());
+  content->batchSize = request.fetchBatchSize();
   if (request.includesPendingChanges() && state_->dirty(plan->entity()).any()) {
     PendingFetch(*state_, *plan, request, store).fill(*content);
-  } else if (request.fetchBatchSize() != 0 || !request.includesPropertyValues()) {
-    content->batchSize = request.fetchBatchSize();
+  } else if (holdsKeys(request)) {
     content->keys =
         store.keys(*plan, request.arguments(), request.fetchLimit(), request.fetchOffset());
   } else {

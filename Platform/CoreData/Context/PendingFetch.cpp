@@ -65,6 +65,8 @@ Operand PendingFetch::sortValue(const Element& element, const SortTerm& term, Va
   const Row* row = element.object ? &element.object->row() : element.row.get();
   Ref<NSManagedObject> linked = element.object;
   Ref<Row> linkedRow;
+  // Somebody may have deleted it since its key was read.
+  if (row == nullptr) return {};
   for (const NSRelationshipDescription* link : term.path.links) {
     if (linked) {
       linked = linked->toOne(link->slot());
@@ -100,37 +102,73 @@ bool PendingFetch::comesBefore(const Element& left, const Element& right) const 
   return precedes(left.key, right.key);
 }
 
-void PendingFetch::fill(FetchedContent& content) {
-  std::vector<Element> changed;
+bool PendingFetch::storedComesBefore(const Element& stored, const Element& changed) const {
+  if (stored.row || plan_.sorts().empty()) return comesBefore(stored, changed);
+  return comesBefore({state_.readRow(plan_.entity(), stored.key), nullptr, stored.key}, changed);
+}
+
+std::vector<PendingFetch::Element> PendingFetch::sortedDirty() {
+  std::vector<Element> result;
   for (Ref<NSManagedObject>& object : matchingDirty()) {
     const ObjectKey key = object->key_;
-    changed.push_back({nullptr, std::move(object), key});
+    result.push_back({nullptr, std::move(object), key});
   }
-  const auto before = [&](const Element& a, const Element& b) { return comesBefore(a, b); };
-  std::ranges::sort(changed, before);
+  std::ranges::sort(result, [&](const Element& a, const Element& b) { return comesBefore(a, b); });
+  return result;
+}
 
+std::vector<PendingFetch::Element> PendingFetch::stored() {
   const std::vector<ObjectKey> overruled = overruledKeys();
-  std::vector<Element> stored;
-  for (Ref<Row>& row : store_.rows(plan_, arguments_, storeLimit(), 0)) {
-    const ObjectKey key = row->key();
-    if (!std::ranges::binary_search(overruled, key))
-      stored.push_back({std::move(row), nullptr, key});
+  std::vector<Element> result;
+  const auto add = [&](ObjectKey key, Ref<Row> row) {
+    if (!std::ranges::binary_search(overruled, key)) {
+      result.push_back({std::move(row), nullptr, key});
+    }
+  };
+  if (holdsKeys(request_)) {
+    for (const ObjectKey key : store_.keys(plan_, arguments_, storeLimit(), 0)) add(key, nullptr);
+  } else {
+    for (Ref<Row>& row : store_.rows(plan_, arguments_, storeLimit(), 0)) {
+      const ObjectKey key = row->key();
+      add(key, std::move(row));
+    }
   }
+  return result;
+}
 
+std::vector<PendingFetch::Element> PendingFetch::merged() {
+  std::vector<Element> changed = sortedDirty();
+  std::vector<Element> stored = this->stored();
   std::vector<Element> all;
   all.reserve(stored.size() + changed.size());
-  std::merge(std::make_move_iterator(stored.begin()), std::make_move_iterator(stored.end()),
-             std::make_move_iterator(changed.begin()), std::make_move_iterator(changed.end()),
-             std::back_inserter(all), before);
+  auto next = stored.begin();
+  // By bisection, since few objects have changes and the row of each that is compared may have to
+  // be read.
+  for (Element& element : changed) {
+    const auto place = std::partition_point(next, stored.end(), [&](const Element& other) {
+      return storedComesBefore(other, element);
+    });
+    std::move(next, place, std::back_inserter(all));
+    all.push_back(std::move(element));
+    next = place;
+  }
+  std::move(next, stored.end(), std::back_inserter(all));
+  return all;
+}
 
+void PendingFetch::fill(FetchedContent& content) {
+  std::vector<Element> all = merged();
   const std::size_t first = std::min(request_.fetchOffset(), all.size());
   std::size_t count = all.size() - first;
   if (request_.fetchLimit() != 0) count = std::min(count, request_.fetchLimit());
-  content.rows.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
     Element& element = all[first + i];
     if (element.object) content.pinned.emplace(i, std::move(element.object));
-    content.rows.push_back(std::move(element.row));
+    if (holdsKeys(request_)) {
+      content.keys.push_back(element.key);
+    } else {
+      content.rows.push_back(std::move(element.row));
+    }
   }
 }
 

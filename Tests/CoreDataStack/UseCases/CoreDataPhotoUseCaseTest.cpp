@@ -240,6 +240,40 @@ TEST_F(CoreDataPhotoUseCaseTest, ReadsEveryPhotoOnceAndNotForTheList) {
   });
 }
 
+TEST_F(CoreDataPhotoUseCaseTest, ListsByKeysWhileAPhotoIsUnsaved) {
+  const auto activity = savedActivity();
+  for (const char* day : {"2024-02-10", "2024-02-12", "2024-02-14"}) {
+    addPhoto(addCheckin(activity, day), day);
+  }
+  const auto unsaved = foundation::make<CDPhoto>(
+      context(), Data::fromText("unsaved"), foundation::make<CDPhotoInfo>(context(), PhotoInfo{}));
+  addCheckin(activity, "2024-02-13")->addPhotosObject(unsaved);
+  support::SqlTrace trace(*store_.container().persistentStoreCoordinator()->store()->engine());
+
+  EXPECT_EQ(names(photos_.photos(activity)),
+            (Names{"2024-02-14", "unsaved", "2024-02-12", "2024-02-10"}));
+
+  EXPECT_FALSE(trace.takeQueries().front().contains("\"data\""));
+}
+
+TEST_F(CoreDataPhotoUseCaseTest, NeverWalksThroughPhotosOrCheckins) {
+  const auto activity = savedActivity();
+  const Date day = localDate(2024, 2, 10);
+  support::SqlTrace trace(*store_.container().persistentStoreCoordinator()->store()->engine());
+
+  static_cast<void>(photos_.photos(activity));
+  static_cast<void>(photos_.photos(day, day, ActivityStatus::active));
+  static_cast<void>(photos_.numberOfPhotos(activity, day));
+
+  const auto queries = trace.takeQueries();
+  EXPECT_EQ(queries.size(), 3U);
+  for (const std::string& query : queries) {
+    for (const std::string& step : trace.plan(query)) {
+      EXPECT_FALSE(step.starts_with("SCAN t0") || step.starts_with("SCAN t1")) << query << step;
+    }
+  }
+}
+
 TEST_F(CoreDataPhotoUseCaseTest, CountsAnActivitysPhotosOfOneDay) {
   const auto activity = savedActivity();
   const auto day = addCheckin(activity, "2024-02-10");

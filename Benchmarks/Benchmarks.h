@@ -34,5 +34,8 @@ namespace benchmarks {
 
 /// Each question of the application's interface.
 [[nodiscard]] std::vector<Comparison> requirements();
+/// What each of them costs in stores of a hundred times a hundred check-ins, of ten and of a
+/// hundred times as many: a table for people, the growth from the first to the last at its end.
+void printGrowth(const Workload& smallest);
 
 }  // namespace benchmarks

@@ -1,360 +1,64 @@
 #include <algorithm>
-#include <array>
-#include <memory>
 
 #include "Benchmarks/Benchmarks.h"
-#include "Benchmarks/Fixture.h"
-#include "Benchmarks/Reading.h"
-#include "CoreDataStack/Queries/LocalAPI.h"
+#include "Benchmarks/Requirements.h"
 #include "Logger/StandardErrorLogger.h"
-
-// Each question that an application asks through `API`, beside the statement that somebody would
-// write for it.
 
 namespace benchmarks {
 
-using coredatastack::CDActivity;
-using coredatastack::CDCheckin;
-using coredatastack::LocalAPI;
-using domain::ActivityStatus;
-using domain::CalendarItem;
-using domain::CheckinType;
-using domain::DateFormat;
-using foundation::Date;
-using foundation::Ref;
-
 namespace {
-
 constexpr double kMicroseconds = 1e6;
-constexpr std::size_t kMonthLength = 7;
-constexpr std::size_t kYearLength = 4;
-
-/// An activity and a period, as each side names them.
-struct Asked {
-  Ref<CDActivity> activity;
-  std::int64_t key;
-  std::int64_t firstTime;
-  std::int64_t lastTime;
-
-  [[nodiscard]] Date from() const { return Date::from1970(static_cast<double>(firstTime)); }
-  [[nodiscard]] Date to() const { return Date::from1970(static_cast<double>(lastTime)); }
-  [[nodiscard]] std::string firstDay() const { return dayOf(firstTime); }
-  [[nodiscard]] std::string lastDay() const { return dayOf(lastTime); }
-};
-
-/// Texts lent to a statement while it runs.
-struct Parameters {
-  std::string first;
-  std::string second;
-};
-
-/// One question of the interface.
-struct Requirement {
-  const char* name;
-  int questionsInARound;
-  std::int64_t (*ours)(const LocalAPI&, const Asked&);
-  const char* sql;
-  void (*bind)(PreparedStatement&, const Asked&, Parameters&);
-  std::int64_t (*read)(PreparedStatement&);
-};
-
-const coredatastack::API::CheckinTypes& ordinaryTypes() {
-  static const coredatastack::API::CheckinTypes types{{CheckinType(CheckinType::standard)}};
-  return types;
-}
-
-// What is read of an answer, on our side.
-
-template <typename List>
-std::int64_t readingOfCheckins(const List& checkins) {
-  std::int64_t sum = 0;
-  for (const auto& checkin : checkins) sum += readingOf(*checkin);
-  return sum;
-}
-
-std::int64_t readingOfOne(const Ref<CDCheckin>& checkin) {
-  return checkin ? readingOf(*checkin) : 0;
-}
-
-std::int64_t lengthOf(const std::optional<std::string>& text) {
-  return text ? static_cast<std::int64_t>(text->size()) : 0;
-}
-
-template <typename List>
-std::int64_t readingOfActivities(const List& activities) {
-  std::int64_t sum = 0;
-  for (const auto& activity : activities) {
-    sum += lengthOf(activity->title()) + lengthOf(activity->memo()) + lengthOf(activity->notes()) +
-           lengthOf(activity->icon()) + lengthOf(activity->color()) +
-           lengthOf(activity->startDate()) + lengthOf(activity->endDate()) + activity->status() +
-           static_cast<std::int64_t>(activity->checkinMaxCount()) +
-           (activity->createdDate() ? 1 : 0) + (activity->modifiedDate() ? 1 : 0) + 1;
-  }
-  return sum;
-}
-
-// The same by hand.
-
-std::int64_t readCheckins(PreparedStatement& rows) {
-  std::vector<CheckinRecord> records;
-  while (rows.step()) records.push_back(readCheckin(rows));
-  std::int64_t sum = 0;
-  for (const CheckinRecord& record : records) sum += readingOf(record);
-  return sum;
-}
-
-/// An activity as somebody would keep it who read it by hand: all that its table has.
-struct ActivityRecord {
-  static constexpr std::size_t kTexts = 7;
-
-  std::int64_t id;
-  std::int64_t group;
-  std::int64_t status;
-  double checkinMaxCount;
-  std::optional<double> createdDate;
-  std::optional<double> modifiedDate;
-  std::array<std::optional<std::string>, kTexts> texts;
-};
-
-ActivityRecord readActivity(PreparedStatement& row) {
-  ActivityRecord record{.id = row.integer(0),
-                        .group = row.integer(1),
-                        .status = row.integer(2),
-                        .checkinMaxCount = row.real(3),
-                        .createdDate = row.optionalReal(4),
-                        .modifiedDate = row.optionalReal(5),
-                        .texts = {}};
-  int column = 6;
-  for (auto& text : record.texts) text = row.optionalText(column++);
-  return record;
-}
-
-std::int64_t readActivities(PreparedStatement& rows) {
-  std::vector<ActivityRecord> records;
-  while (rows.step()) records.push_back(readActivity(rows));
-  std::int64_t sum = 0;
-  for (const ActivityRecord& record : records) {
-    for (const auto& text : record.texts) sum += lengthOf(text);
-    sum += record.status + static_cast<std::int64_t>(record.checkinMaxCount) +
-           (record.createdDate ? 1 : 0) + (record.modifiedDate ? 1 : 0) + 1;
-  }
-  return sum;
-}
-
-std::int64_t readNumber(PreparedStatement& row) { return row.step() ? row.integer(0) : 0; }
-
-std::int64_t readSum(PreparedStatement& row) {
-  return row.step() ? static_cast<std::int64_t>(row.real(0)) : 0;
-}
-
-// Parameters.
-
-void lend(PreparedStatement& statement, int parameter, const std::string& text) {
-  statement.bind(parameter, std::string_view(text));
-}
-void bindNothing(PreparedStatement&, const Asked&, Parameters&) {}
-void bindActivity(PreparedStatement& statement, const Asked& asked, Parameters&) {
-  statement.bind(1, asked.key);
-}
-void bindDay(PreparedStatement& statement, const Asked& asked, Parameters& parameters) {
-  parameters.first = asked.firstDay();
-  statement.bind(1, asked.key);
-  lend(statement, 2, parameters.first);
-}
-/// Texts that begin like the first day of the period.
-template <std::size_t length>
-void bindBeginning(PreparedStatement& statement, const Asked& asked, Parameters& parameters) {
-  parameters.first = asked.firstDay().substr(0, length);
-  parameters.second = parameters.first + '.';
-  statement.bind(1, asked.key);
-  lend(statement, 2, parameters.first);
-  lend(statement, 3, parameters.second);
-}
-void bindDays(PreparedStatement& statement, const Asked& asked, Parameters& parameters) {
-  parameters = {asked.firstDay(), asked.lastDay()};
-  lend(statement, 2, parameters.first);
-  lend(statement, 3, parameters.second);
-}
-void bindPeriod(PreparedStatement& statement, const Asked& asked, Parameters& parameters) {
-  statement.bind(1, asked.key);
-  bindDays(statement, asked, parameters);
-}
-void bindInstantAndPeriod(PreparedStatement& statement, const Asked& asked,
-                          Parameters& parameters) {
-  statement.bind(1, asked.to().timeIntervalSinceReferenceDate());
-  bindDays(statement, asked, parameters);
-}
-
-CalendarItem monthOf(const Asked& asked) {
-  const std::string day = asked.firstDay();
-  return CalendarItem::month(std::stoi(day.substr(0, 4)), std::stoi(day.substr(5, 2)));
-}
-
-#define CHECKINS "SELECT " BENCHMARKS_CHECKIN_COLUMNS " FROM Checkin WHERE "
-#define ACTIVITIES                                                                         \
-  "SELECT a.id, a.\"group\", a.status, a.checkinMaxCount, a.createdDate, a.modifiedDate, " \
-  "a.color, "                                                                              \
-  "a.endDate, a.icon, a.memo, a.notes, a.startDate, a.title FROM Activity a "
-#define IN_GROUPS "LEFT JOIN \"Group\" g ON g.id = a.\"group\" "
-#define IN_PLACES "LEFT JOIN \"Order\" o ON o.activity = a.id "
-
-constexpr int kCheap = 500;
-constexpr int kList = 20;
-
-const Requirement kRequirements[] = {
-    {"checkins of an activity", kList,
-     [](const LocalAPI& api, const Asked& asked) {
-       return readingOfCheckins(api.checkins(asked.activity, std::nullopt));
-     },
-     CHECKINS "activity = ? ORDER BY date", bindActivity, readCheckins},
-    {"checkins of a year", kList,
-     [](const LocalAPI& api, const Asked& asked) {
-       return readingOfCheckins(
-           api.checkins(asked.activity, ordinaryTypes(), asked.from(), DateFormat::year));
-     },
-     CHECKINS "activity = ? AND date >= ? AND date < ? AND type IN (0)", bindBeginning<kYearLength>,
-     readCheckins},
-    {"checkins of a month", kCheap,
-     [](const LocalAPI& api, const Asked& asked) {
-       return readingOfCheckins(
-           api.checkins(asked.activity, ordinaryTypes(), asked.from(), DateFormat::month));
-     },
-     CHECKINS "activity = ? AND date >= ? AND date < ? AND type IN (0)",
-     bindBeginning<kMonthLength>, readCheckins},
-    {"checkins of a day", kCheap,
-     [](const LocalAPI& api, const Asked& asked) {
-       return readingOfCheckins(
-           api.checkins(asked.activity, std::nullopt, asked.from(), DateFormat::day));
-     },
-     CHECKINS "activity = ? AND date = ?", bindDay, readCheckins},
-    {"checkins of a period", kList,
-     [](const LocalAPI& api, const Asked& asked) {
-       return readingOfCheckins(
-           api.checkins(asked.activity, ordinaryTypes(), asked.from(), asked.to()));
-     },
-     CHECKINS "activity = ? AND date >= ? AND date <= ? AND type IN (0)", bindPeriod, readCheckins},
-    {"checkinExists", kCheap,
-     [](const LocalAPI& api, const Asked& asked) {
-       return std::int64_t{api.checkinExists(asked.from(), asked.activity) ? 1 : 0};
-     },
-     "SELECT count(*) FROM (SELECT 1 FROM Checkin WHERE activity = ? AND date = ? LIMIT 1)",
-     bindDay, readNumber},
-    {"firstCheckin", kCheap,
-     [](const LocalAPI& api, const Asked& asked) {
-       return readingOfOne(api.firstCheckin(asked.activity, ActivityStatus::active));
-     },
-     CHECKINS
-     "activity = ? AND (SELECT status FROM Activity WHERE id = activity) = 0 ORDER BY date LIMIT 1",
-     bindActivity, readCheckins},
-    {"lastCheckin", kCheap,
-     [](const LocalAPI& api, const Asked& asked) {
-       return readingOfOne(api.lastCheckin(asked.activity));
-     },
-     CHECKINS "activity = ? ORDER BY date DESC LIMIT 1", bindActivity, readCheckins},
-    {"activities", kList,
-     [](const LocalAPI& api, const Asked&) { return readingOfActivities(api.activities()); },
-     ACTIVITIES, bindNothing, readActivities},
-    {"activities of no group", kList,
-     [](const LocalAPI& api, const Asked&) { return readingOfActivities(api.activities(nullptr)); },
-     ACTIVITIES IN_PLACES
-     "WHERE a.status = 0 AND a.\"group\" IS NULL ORDER BY o.priority, a.createdDate DESC",
-     bindNothing, readActivities},
-    {"activities of a status", kList,
-     [](const LocalAPI& api, const Asked&) {
-       return readingOfActivities(api.activities(ActivityStatus::active));
-     },
-     ACTIVITIES IN_GROUPS IN_PLACES
-     "WHERE a.status = 0 ORDER BY g.priority, o.priority, a.createdDate DESC",
-     bindNothing, readActivities},
-    {"activities of a period", kList,
-     [](const LocalAPI& api, const Asked& asked) {
-       return readingOfActivities(api.activities(ActivityStatus::active, asked.from(), asked.to()));
-     },
-     ACTIVITIES IN_GROUPS IN_PLACES
-     "WHERE a.status = 0 AND (a.createdDate <= ? OR EXISTS (SELECT 1 FROM Checkin WHERE "
-     "activity = a.id AND date >= ? AND date <= ?)) ORDER BY g.priority, o.priority, "
-     "a.createdDate DESC",
-     bindInstantAndPeriod, readActivities},
-    {"numberOfActivities", kCheap,
-     [](const LocalAPI& api, const Asked&) {
-       return api.numberOfActivities(ActivityStatus::active);
-     },
-     "SELECT count(*) FROM Activity WHERE status = 0", bindNothing, readNumber},
-    {"numberOfCheckins, a month", kCheap,
-     [](const LocalAPI& api, const Asked& asked) {
-       return api.numberOfCheckins(asked.activity, ordinaryTypes(), monthOf(asked));
-     },
-     "SELECT total(count) FROM Checkin WHERE activity = ? AND date >= ? AND date < ? AND type IN "
-     "(0)",
-     bindBeginning<kMonthLength>, readSum},
-    {"numberOfCheckins, a period", kCheap,
-     [](const LocalAPI& api, const Asked& asked) {
-       return api.numberOfCheckins(asked.activity, ordinaryTypes(), asked.from(), asked.to());
-     },
-     "SELECT total(count) FROM Checkin WHERE activity = ? AND date >= ? AND date <= ? AND type IN "
-     "(0)",
-     bindPeriod, readSum},
-};
-
-/// One question asked again and again about other activities and days, each time in a turn of its
-/// own.
-class Interview {
- public:
-  Interview(const Requirement& requirement, const Workload& workload)
-      : requirement_(requirement),
-        fixture_(workload.activities, workload.days),
-        api_(fixture_.ours().contextHandle(), foundation::make<logger::StandardErrorLogger>()),
-        statement_(fixture_.byHand().statement(requirement.sql)) {
-    const int count = std::min(requirement.questionsInARound, workload.queriesInARound);
-    for (int number = 0; number < count; ++number) {
-      const Question chosen = question(workload, static_cast<std::uint64_t>(number));
-      asked_.push_back({fixture_.activity(chosen.activity), chosen.activity,
-                        noonOf(chosen.firstDay), noonOf(chosen.lastDay)});
-    }
-  }
-
-  Run ours() {
-    return summed([&](const Asked& asked) {
-      return fixture_.ours().inBlock([&] { return requirement_.ours(api_, asked); });
-    });
-  }
-  Run byHand() {
-    return summed([&](const Asked& asked) {
-      Parameters parameters;
-      requirement_.bind(statement_, asked, parameters);
-      const std::int64_t answer = requirement_.read(statement_);
-      statement_.reset();
-      return answer;
-    });
-  }
-
- private:
-  template <typename F>
-  Run summed(F&& ask) const {
-    Run run;
-    run.cost = costOf([&] {
-                 for (const Asked& asked : asked_) run.answer += ask(asked);
-               }) *
-               (kMicroseconds / static_cast<double>(asked_.size()));
-    return run;
-  }
-
-  const Requirement& requirement_;
-  TemporaryFixture fixture_;
-  LocalAPI api_;
-  PreparedStatement statement_;
-  std::vector<Asked> asked_;
-};
-
 }  // namespace
+
+Interview::Interview(const Requirement& requirement, std::shared_ptr<Fixture> fixture,
+                     const Workload& workload)
+    : requirement_(requirement),
+      fixture_(std::move(fixture)),
+      api_(fixture_->ours().contextHandle(), foundation::make<logger::StandardErrorLogger>()),
+      statement_(fixture_->byHand().statement(requirement.sql)) {
+  const int count = std::min(requirement.questionsInARound, workload.queriesInARound);
+  for (int number = 0; number < count; ++number) {
+    const Question chosen = question(workload, static_cast<std::uint64_t>(number));
+    asked_.push_back({fixture_->activity(chosen.activity), chosen.activity, noonOf(chosen.firstDay),
+                      noonOf(chosen.lastDay)});
+  }
+}
+
+template <typename F>
+Run Interview::summed(F&& ask) const {
+  Run run;
+  run.cost = costOf([&] {
+               for (const Asked& asked : asked_) run.answer += ask(asked);
+             }) *
+             (kMicroseconds / static_cast<double>(asked_.size()));
+  return run;
+}
+
+Run Interview::ours() {
+  return summed([&](const Asked& asked) {
+    return fixture_->ours().inBlock([&] { return requirement_.ours(api_, asked); });
+  });
+}
+
+Run Interview::byHand() {
+  return summed([&](const Asked& asked) {
+    Parameters parameters;
+    requirement_.bind(statement_, asked, parameters);
+    const std::int64_t answer = requirement_.read(statement_);
+    statement_.reset();
+    return answer;
+  });
+}
 
 std::vector<Comparison> requirements() {
   std::vector<Comparison> result;
-  for (const Requirement& requirement : kRequirements) {
+  for (const Requirement& requirement : allRequirements()) {
     result.push_back(
         {std::string("api: ") + requirement.name, "us", 1.15, 21, Clock::processor,
          [&requirement](const Workload& workload) {
-           const auto interview = std::make_shared<Interview>(requirement, workload);
+           auto fixture = std::make_shared<TemporaryFixture>(workload.activities, workload.days);
+           const auto interview =
+               std::make_shared<Interview>(requirement, std::move(fixture), workload);
            return Sides{[=] { return interview->ours(); }, [=] { return interview->byHand(); }};
          }});
   }

@@ -17,10 +17,11 @@ using benchmarks::Result;
 using benchmarks::Workload;
 
 constexpr const char* kUsage =
-    "usage: benchmarks [--filter TEXT] [--rounds NUMBER] [--json] [--tiny] [--list]\n"
+    "usage: benchmarks [--filter TEXT] [--rounds NUMBER] [--json] [--tiny] [--list] [--growth]\n"
     "  --filter  only operations whose names hold the text\n"
     "  --rounds  rounds of each, instead of its own number\n"
-    "  --tiny    small stores and one round: do both sides give the same answers?\n";
+    "  --tiny    small stores and one round: do both sides give the same answers?\n"
+    "  --growth  instead: what the questions of the interface cost as a store grows\n";
 
 struct Options {
   std::string_view filter;
@@ -28,6 +29,7 @@ struct Options {
   bool json = false;
   bool tiny = false;
   bool list = false;
+  bool growth = false;
 };
 
 /// Nothing when the arguments make no sense.
@@ -40,6 +42,8 @@ std::optional<Options> parsed(int count, char** arguments) {
       options.json = true;
     } else if (argument == "--tiny") {
       options.tiny = true;
+    } else if (argument == "--growth") {
+      options.growth = true;
     } else if (argument == "--list") {
       options.list = true;
     } else if (argument == "--filter" && hasValue) {
@@ -87,6 +91,11 @@ void chooseZone() {
 
 void run(const Options& options) {
   const Workload workload = options.tiny ? Workload::tiny() : Workload();
+  if (options.growth) {
+    Workload smallest = workload;
+    smallest.days = options.tiny ? 1 : 100;
+    return benchmarks::printGrowth(smallest);
+  }
   std::vector<Result> results;
   if (!options.json && !options.list) benchmarks::printHeading();
   for (const Comparison& comparison : allComparisons()) {

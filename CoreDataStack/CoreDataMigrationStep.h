@@ -1,0 +1,20 @@
+#pragma once
+
+#include "CoreData/Migration/Mapping/NSMappingModel.h"
+#include "CoreData/Model/NSManagedObjectModel.h"
+#include "CoreDataStack/CoreDataMigrationVersion.h"
+
+namespace coredatastack {
+
+/// From one version to the next.
+struct CoreDataMigrationStep {
+  /// Loads both models, and takes the mapping model that the main bundle has for them; without one
+  /// it is inferred. Stops the process when it cannot be inferred.
+  CoreDataMigrationStep(const CoreDataMigrationVersion& from, const CoreDataMigrationVersion& to);
+
+  foundation::Ref<const coredata::NSManagedObjectModel> sourceModel;
+  foundation::Ref<const coredata::NSManagedObjectModel> destinationModel;
+  foundation::Ref<const coredata::NSMappingModel> mappingModel;
+};
+
+}  // namespace coredatastack

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "Foundation/Values/EnumError.h"
+
+namespace coredatastack {
+
+/// Why a store was not migrated.
+class CoreDataMigratorError final : public foundation::EnumError<CoreDataMigratorError> {
+ public:
+  enum class Case {
+    unableToMigrate,      ///< for callers that wrap what the migrator threw
+    unknownStoreVersion,  ///< no metadata to be read, or no version that they fit
+  };
+  static constexpr std::string_view kTypeName = "CoreDataMigratorError";
+  static constexpr std::string_view kCaseNames[] = {"unableToMigrate", "unknownStoreVersion"};
+
+  [[nodiscard]] static CoreDataMigratorError unableToMigrate(const foundation::Error& underlying) {
+    return CoreDataMigratorError(Case::unableToMigrate, underlying.description());
+  }
+  [[nodiscard]] static CoreDataMigratorError unknownStoreVersion(std::string message) {
+    return CoreDataMigratorError(Case::unknownStoreVersion, std::move(message));
+  }
+
+ private:
+  using EnumError::EnumError;
+};
+
+}  // namespace coredatastack

@@ -1,0 +1,220 @@
+#include "CoreDataStack/MurtelleMigrationPolicyV6toV7.h"
+
+#include <array>
+#include <cerrno>
+#include <set>
+
+#include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
+#include "CoreData/Fetching/NSFetchRequest.h"
+#include "CoreData/Migration/NSMigrationManager.h"
+#include "CoreDataStack/BuildIdentifiers.h"
+#include "CoreDataStack/PhotoDirectories.h"
+#include "CoreDataStack/SetAsidePhotos.h"
+#include "Foundation/Json/NSJSONSerialization.h"
+#include "Foundation/Predicate/NSPredicate.h"
+#include "Foundation/Values/Error.h"
+#include "Foundation/Values/FatalError.h"
+
+namespace coredatastack {
+
+using coredata::NSEntityMapping;
+using coredata::NSFetchRequest;
+using coredata::NSManagedObject;
+using coredata::NSManagedObjectContext;
+using coredata::NSMigrationManager;
+using foundation::Data;
+using foundation::Date;
+using foundation::Error;
+using foundation::FileManager;
+using foundation::NSJSONSerialization;
+using foundation::Ref;
+using foundation::URL;
+using foundation::UUID;
+using foundation::Value;
+using foundation::ValueDictionary;
+using foundation::ValueList;
+
+namespace {
+
+constexpr std::string_view kTransformSelector = "transformStringToData:";
+constexpr std::string_view kFilename = "filename";
+constexpr std::string_view kData = "data";
+constexpr std::size_t kPhotoBatch = 100;
+
+// What version 7 must find in version 6's objects.
+
+void requireText(NSManagedObject& object, std::string_view key) {
+  const Value value = object.valueForKey(key);
+  object.setValue(value.text() == nullptr ? Value("") : value, key);
+}
+
+void requireDate(NSManagedObject& object, std::string_view key) {
+  const Value value = object.valueForKey(key);
+  object.setValue(value.date() == nullptr ? Value(Date::distantPast()) : value, key);
+}
+
+/// Groups get no modification date: they never showed one.
+void fillGaps(NSManagedObject& object) {
+  const std::string& entity = object.entity().name();
+  const bool isActivity = entity == "Activity";
+  const bool isGroup = entity == "Group";
+  const bool isDated = isActivity || entity == "Photo" || entity == "MonthlyReview";
+  if (isActivity || isGroup) requireText(object, "title");
+  if (isDated || isGroup) requireDate(object, "createdDate");
+  if (isDated) requireDate(object, "modifiedDate");
+}
+
+/// The file name in a photo's JSON text; none where the text says something else. Throws for a text
+/// that is no JSON.
+std::optional<std::string> filenameIn(const Data& text) {
+  const Value parsed = NSJSONSerialization::JSONObject(text);
+  const ValueDictionary* entries = parsed.dictionary();
+  if (entries == nullptr) return std::nullopt;
+  for (const auto& [key, value] : *entries) {
+    if (value.text() == nullptr) return std::nullopt;
+  }
+  const auto found = entries->find(kFilename);
+  return found == entries->end() ? std::nullopt : std::optional(*found->second.text());
+}
+
+/// A name that leads out of the directory of photos, or to another file than it seems, counts as
+/// one of a file that cannot be read.
+void requireInside(const std::string& filename) {
+  const std::string path = "/" + filename + "/";
+  const bool leavesDirectory = path.find("/../") != std::string::npos;
+  if (!leavesDirectory && filename.find('\0') == std::string::npos) return;
+  throw Error(std::string(foundation::kPosixErrorDomain), EPERM,
+              "The photo file \"" + filename + "\" does not lie in the directory of photos.");
+}
+
+std::optional<std::int64_t> integer16(const Value& value) {
+  if (value.number() == nullptr || value.number()->isReal()) return std::nullopt;
+  return value.number()->int64Value();
+}
+
+Ref<NSManagedObject> migratedActivity(NSMigrationManager& manager,
+                                      const Ref<NSManagedObject>& source) {
+  const std::array sources{source};
+  const auto found =
+      manager.destinationInstances(MurtelleMigrationPolicyV6toV7::kActivities, sources);
+  return found.empty() ? nullptr : found.front();
+}
+
+}  // namespace
+
+void MurtelleMigrationPolicyV6toV7::registerClass() {
+  NSEntityMigrationPolicy::registerClass(
+      kClassName, [] { return foundation::make<MurtelleMigrationPolicyV6toV7>(); });
+}
+
+MurtelleMigrationPolicyV6toV7::MurtelleMigrationPolicyV6toV7()
+    : fileManager_(FileManager::defaultManager()),
+      baseURL_(fileManager_.containerURL(appGroupIdentifier())) {}
+
+std::optional<Data> MurtelleMigrationPolicyV6toV7::transformStringToData(
+    const std::optional<std::string>& filename) {
+  try {
+    const ValueDictionary object{{std::string(kFilename), filename.value_or("")}};
+    return NSJSONSerialization::data(object);
+  } catch (const Error& error) {
+    foundation::print(error.description());
+    return std::nullopt;
+  }
+}
+
+Value MurtelleMigrationPolicyV6toV7::perform(std::string_view selector,
+                                             std::span<const Value> arguments) {
+  if (selector != kTransformSelector || arguments.size() != 1) {
+    return NSEntityMigrationPolicy::perform(selector, arguments);
+  }
+  const std::string* filename = arguments.front().text();
+  return transformStringToData(filename == nullptr ? std::nullopt : std::optional(*filename));
+}
+
+void MurtelleMigrationPolicyV6toV7::createDestinationInstances(NSManagedObject& sourceInstance,
+                                                               const NSEntityMapping& mapping,
+                                                               NSMigrationManager& manager) {
+  fillGaps(sourceInstance);
+  NSEntityMigrationPolicy::createDestinationInstances(sourceInstance, mapping, manager);
+}
+
+void MurtelleMigrationPolicyV6toV7::endEntityMapping(const NSEntityMapping& mapping,
+                                                     NSMigrationManager& manager) {
+  // Photos are what a user has nowhere else, so their failures end the migration. Widgets can be
+  // arranged anew, so theirs do not.
+  if (mapping.name() == kPhotos) foldPhotos(manager);
+  if (!mapping.sourceEntityName() && mapping.destinationEntityName() == "ActivityWidgetGroup") {
+    try {
+      addMainWidgetGroup(manager);
+    } catch (const Error& error) {
+      foundation::print(error.description());
+    }
+  }
+  NSEntityMigrationPolicy::endEntityMapping(mapping, manager);
+}
+
+void MurtelleMigrationPolicyV6toV7::foldPhotos(NSMigrationManager& manager) const {
+  NSManagedObjectContext& context = manager.destinationContext();
+  std::set<std::string> folded;
+  for (std::size_t offset = 0;; offset += kPhotoBatch) {
+    context.refreshAllObjects();
+    NSFetchRequest<NSManagedObject> request("Photo");
+    request.setIncludesSubentities(false);
+    request.setIncludesPropertyValues(false);
+    request.setFetchLimit(kPhotoBatch);
+    request.setFetchOffset(offset);
+    const auto photos = context.fetch(request);
+    if (photos.empty()) break;
+    for (const Ref<NSManagedObject>& photo : photos) {
+      if (auto name = fold(*photo)) folded.insert(std::move(*name));
+    }
+    context.save();
+  }
+  if (!baseURL_) return;
+  const auto stores = manager.sourceContext().persistentStoreCoordinator()->persistentStores();
+  SetAsidePhotos(*baseURL_, stores.front()->identifier()).setAside(folded);
+}
+
+std::optional<std::string> MurtelleMigrationPolicyV6toV7::fold(NSManagedObject& photo) const {
+  const Value data = photo.valueForKey(kData);
+  if (data.data() == nullptr) return std::nullopt;
+  std::optional<std::string> filename = filenameIn(*data.data());
+  if (!filename || !baseURL_) return std::nullopt;
+  requireInside(*filename);
+  const URL file = baseURL_->appendingPathComponent(std::string(kPhotoDirectory) + "/" + *filename);
+  const auto path = file.filePath();
+  photo.setValue(fileManager_.contents(path.value_or(file.absoluteString())), kData);
+  return filename;
+}
+
+void MurtelleMigrationPolicyV6toV7::addMainWidgetGroup(NSMigrationManager& manager) {
+  NSFetchRequest<NSManagedObject> request("Widget");
+  request.setPredicate(foundation::NSPredicate::format("activity.status = %d", std::int16_t{0}));
+  const auto widgets = manager.sourceContext().fetch(request);
+
+  NSManagedObjectContext& context = manager.destinationContext();
+  const Ref<NSManagedObject> group = context.insertNewObject("ActivityWidgetGroup");
+  group->setValue(Date::now(), "createdDate");
+  group->setValue(Date::now(), "modifiedDate");
+  group->setValue("Main", "name");
+  group->setValue(0, "order");
+  group->setValue(1, "type");
+  group->setValue(UUID(), "uuid");
+
+  ValueList items;
+  for (const Ref<NSManagedObject>& widget : widgets) {
+    const Value link = widget->valueForKey("activity");
+    auto* const activity = dynamic_cast<NSManagedObject*>(link.object());
+    if (activity == nullptr) continue;
+    const Ref<NSManagedObject> item = context.insertNewObject("ActivityWidgetItem");
+    item->setValue(UUID(), "uuid");
+    item->setValue(integer16(widget->valueForKey("priority")), "order");
+    item->setValue(group, "group");
+    item->setValue(migratedActivity(manager, Ref<NSManagedObject>(activity)), "activity");
+    items.emplace_back(item);
+  }
+  group->setValue(std::move(items), "items");
+  context.save();
+}
+
+}  // namespace coredatastack

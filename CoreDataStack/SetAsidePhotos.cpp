@@ -1,0 +1,98 @@
+#include "CoreDataStack/SetAsidePhotos.h"
+
+#include <algorithm>
+
+#include "CoreData/Model/NSManagedObjectModel.h"
+#include "CoreDataStack/BuildIdentifiers.h"
+#include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
+#include "CoreDataStack/PhotoDirectories.h"
+#include "Foundation/Files/FileManager.h"
+
+namespace coredatastack {
+
+using foundation::FileManager;
+using foundation::URL;
+
+namespace {
+
+FileManager& files() { return FileManager::defaultManager(); }
+
+bool exists(const URL& url) {
+  const auto path = url.filePath();
+  return path && files().fileExists(*path);
+}
+
+bool isDirectory(const URL& url) {
+  const auto path = url.filePath();
+  return path && files().isDirectory(*path);
+}
+
+/// Whether nothing but those files lies in the directory, so that it can go as a whole.
+bool holdsOnly(const URL& directory, const std::set<std::string>& names) {
+  if (!isDirectory(directory)) return true;
+  return std::ranges::all_of(files().contentsOfDirectory(directory), [&](const URL& entry) {
+    return names.contains(entry.lastPathComponent());
+  });
+}
+
+void move(const URL& from, const URL& to) {
+  files().createDirectory(to.deletingLastPathComponent(), true);
+  files().moveItem(from, to);
+}
+
+/// Moves what is in the way of nothing, and removes the directory when it is empty then.
+void merge(const URL& from, const URL& to) {
+  if (!exists(to)) return move(from, to);
+  if (!isDirectory(from) || !isDirectory(to)) return;
+  for (const URL& entry : files().contentsOfDirectory(from)) {
+    merge(entry, to.appendingPathComponent(entry.lastPathComponent()));
+  }
+  if (files().contentsOfDirectory(from).empty()) files().removeItem(from);
+}
+
+}  // namespace
+
+std::optional<SetAsidePhotos> SetAsidePhotos::ofStore(const URL& store) {
+  const auto container = files().containerURL(appGroupIdentifier());
+  const auto metadata = storeMetadata(store);
+  if (!container || !metadata) return std::nullopt;
+  const auto identifier = metadata->find(coredata::NSStoreUUIDKey);
+  if (identifier == metadata->end() || identifier->second.text() == nullptr) return std::nullopt;
+  return SetAsidePhotos(*container, *identifier->second.text());
+}
+
+SetAsidePhotos::SetAsidePhotos(const URL& container, std::string_view storeIdentifier)
+    : container_(container),
+      aside_(container.appendingPathComponent("photos-of-" + std::string(storeIdentifier))) {}
+
+void SetAsidePhotos::setAside(const std::set<std::string>& names) const {
+  const bool takesAll = holdsOnly(container_.appendingPathComponent(kPhotoDirectory), names);
+  for (const std::string_view kind : kPhotoDirectories) {
+    const URL from = container_.appendingPathComponent(kind);
+    const URL to = aside_.appendingPathComponent(kind);
+    if (!exists(from)) continue;
+    if (takesAll) {
+      move(from, to);
+      continue;
+    }
+    for (const std::string& name : names) {
+      const URL file = from.appendingPathComponent(name);
+      if (exists(file)) move(file, to.appendingPathComponent(name));
+    }
+  }
+}
+
+void SetAsidePhotos::putBack() const {
+  if (!exists(aside_)) return;
+  for (const std::string_view kind : kPhotoDirectories) {
+    const URL from = aside_.appendingPathComponent(kind);
+    if (exists(from)) merge(from, container_.appendingPathComponent(kind));
+  }
+  if (files().contentsOfDirectory(aside_).empty()) files().removeItem(aside_);
+}
+
+void SetAsidePhotos::discard() const {
+  if (exists(aside_)) files().removeItem(aside_);
+}
+
+}  // namespace coredatastack

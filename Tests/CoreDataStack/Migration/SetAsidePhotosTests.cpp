@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "CoreDataStack/SetAsidePhotos.h"
+#include "Tests/Support/MigrationPlace.h"
+
+namespace {
+
+using coredatastack::SetAsidePhotos;
+
+class SetAside : public testing::Test {
+ protected:
+  [[nodiscard]] SetAsidePhotos photosOf(const char* store) const {
+    return {foundation::URL::fileURL(place_.container().string() + "/"), store};
+  }
+  void addThumbnail(const char* name) const {
+    std::filesystem::create_directories(place_.container() / "thumbnail");
+    std::ofstream(place_.container() / "thumbnail" / name) << "small " << name;
+  }
+  [[nodiscard]] bool has(const std::string& path) const {
+    return std::filesystem::exists(place_.container() / path);
+  }
+
+  support::MigrationPlace place_;
+};
+
+TEST_F(SetAside, TakesBothDirectoriesAwayAndBringsThemBack) {
+  place_.addPhotoFile("a.jpg", "A");
+  addThumbnail("a_small.jpg");
+
+  photosOf("ONE").setAside({"a.jpg"});
+
+  EXPECT_FALSE(has("photo"));
+  EXPECT_FALSE(has("thumbnail"));
+
+  photosOf("ONE").putBack();
+
+  EXPECT_TRUE(has("photo/a.jpg"));
+  EXPECT_TRUE(has("thumbnail/a_small.jpg"));
+  EXPECT_FALSE(has("photos-of-ONE"));
+}
+
+TEST_F(SetAside, IsGoneOnceItIsDiscarded) {
+  place_.addPhotoFile("a.jpg", "A");
+  photosOf("ONE").setAside({"a.jpg"});
+
+  photosOf("ONE").discard();
+
+  EXPECT_TRUE(std::filesystem::is_empty(place_.container()));
+}
+
+TEST_F(SetAside, BelongsToOneStoreOnly) {
+  place_.addPhotoFile("a.jpg", "A");
+  photosOf("ONE").setAside({"a.jpg"});
+
+  photosOf("TWO").putBack();
+  photosOf("TWO").discard();
+
+  EXPECT_TRUE(has("photos-of-ONE/photo/a.jpg"));
+  EXPECT_FALSE(has("photo"));
+}
+
+TEST_F(SetAside, LeavesFilesAloneThatTheStoreDoesNotKnow) {
+  place_.addPhotoFile("a.jpg", "A");
+  place_.addPhotoFile("2024/b.jpg", "B");
+  place_.addPhotoFile("others.jpg", "O");
+  addThumbnail("a.jpg");
+  addThumbnail("others.jpg");
+
+  photosOf("ONE").setAside({"a.jpg", "2024/b.jpg", "missing.jpg"});
+
+  EXPECT_FALSE(has("photo/a.jpg"));
+  EXPECT_FALSE(has("photo/2024/b.jpg"));
+  EXPECT_FALSE(has("thumbnail/a.jpg"));
+  EXPECT_TRUE(has("photo/others.jpg"));
+  EXPECT_TRUE(has("thumbnail/others.jpg"));
+
+  photosOf("ONE").putBack();
+
+  EXPECT_TRUE(has("photo/a.jpg"));
+  EXPECT_TRUE(has("photo/2024/b.jpg"));
+  EXPECT_TRUE(has("thumbnail/a.jpg"));
+  EXPECT_FALSE(has("photos-of-ONE"));
+}
+
+TEST_F(SetAside, NeverOverwritesWhatCameInItsPlace) {
+  place_.addPhotoFile("a.jpg", "old");
+  place_.addPhotoFile("b.jpg", "old");
+  photosOf("ONE").setAside({"a.jpg", "b.jpg"});
+  place_.addPhotoFile("a.jpg", "new");
+
+  photosOf("ONE").putBack();
+
+  std::ifstream file(place_.container() / "photo" / "a.jpg");
+  std::string bytes;
+  file >> bytes;
+  EXPECT_EQ(bytes, "new");
+  EXPECT_TRUE(has("photo/b.jpg"));
+  EXPECT_TRUE(has("photos-of-ONE/photo/a.jpg"));
+}
+
+TEST_F(SetAside, IsNothingToPutBackOrDiscard) {
+  photosOf("ONE").putBack();
+  photosOf("ONE").discard();
+  photosOf("ONE").setAside({});
+
+  EXPECT_TRUE(std::filesystem::is_empty(place_.container()));
+}
+
+TEST_F(SetAside, BelongsToTheIdentifierOfTheStoreAtAURL) {
+  std::string identifier;
+  support::edit(place_.storeURL(), coredatastack::CoreDataMigrationVersion::version6,
+                [&](coredata::NSManagedObjectContext& context) {
+                  identifier = context.persistentStoreCoordinator()->store()->identifier();
+                });
+  place_.addPhotoFile("a.jpg", "A");
+
+  const auto photos = SetAsidePhotos::ofStore(place_.storeURL());
+  ASSERT_TRUE(photos);
+  photos->setAside({"a.jpg"});
+
+  EXPECT_TRUE(has("photos-of-" + identifier + "/photo/a.jpg"));
+  EXPECT_FALSE(SetAsidePhotos::ofStore(place_.at("no such store")));
+}
+
+}  // namespace

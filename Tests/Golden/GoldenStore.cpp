@@ -1,7 +1,5 @@
 #include "Tests/Golden/GoldenStore.h"
 
-#include <fmt/format.h>
-
 #include <limits>
 
 #include "CoreDataStack/Model/CDActivity.h"
@@ -18,15 +16,11 @@
 
 namespace golden {
 
-using coredata::NSEntityDescription;
-using coredata::NSManagedObject;
 using coredata::NSManagedObjectContext;
 using coredata::NSPersistentContainer;
 using foundation::Date;
 using foundation::make;
-using foundation::NSNumber;
 using foundation::Ref;
-using foundation::Value;
 using namespace coredatastack;
 
 namespace {
@@ -95,34 +89,6 @@ void addGroups(NSManagedObjectContext& context, const Ref<CDActivity>& activity)
   review->setCreatedDate(Date::now());
 }
 
-std::string text(const NSManagedObject& object, std::string_view name) {
-  const Value value = object.valueForKey(name);
-  if (value.isNone()) return "absent";
-  if (const Date* date = value.date())
-    return fmt::format("{:a}", date->timeIntervalSinceReferenceDate());
-  if (value.number() != nullptr && value.number()->isReal())
-    return fmt::format("{:a}", value.number()->doubleValue());
-  if (const foundation::Data* data = value.data()) {
-    return fmt::format("{:02x}", fmt::join(data->bytes(), ""));
-  }
-  return value.description();
-}
-
-std::string keys(const NSManagedObject& object, std::string_view name) {
-  const Value value = object.valueForKey(name);
-  std::string result;
-  const auto add = [&](const Value& one) {
-    const auto* target = dynamic_cast<const NSManagedObject*>(one.object());
-    if (target != nullptr) result += fmt::format(" {}", target->objectID()->key());
-  };
-  if (value.list() != nullptr) {
-    for (const Value& one : *value.list()) add(one);
-  } else {
-    add(value);
-  }
-  return "[" + (result.empty() ? result : result.substr(1)) + "]";
-}
-
 }  // namespace
 
 void fill(NSManagedObjectContext& context) {
@@ -142,23 +108,6 @@ Ref<NSPersistentContainer> opened(const std::string& path) {
     if (error) error->raise();
   });
   return container;
-}
-
-std::string dump(NSManagedObjectContext& context) {
-  std::string result;
-  for (const NSEntityDescription* entity :
-       context.persistentStoreCoordinator()->managedObjectModel().entities()) {
-    for (const Ref<NSManagedObject>& object :
-         context.fetch(coredata::NSFetchRequest<NSManagedObject>(entity->name()))) {
-      result += fmt::format("{} {}\n", entity->name(), object->objectID()->key());
-      for (const auto& [name, property] : entity->propertiesByName()) {
-        const bool isAttribute = entity->attribute(name) != nullptr;
-        result += fmt::format("  {}: {}\n", name,
-                              isAttribute ? text(*object, name) : keys(*object, name));
-      }
-    }
-  }
-  return result;
 }
 
 }  // namespace golden

@@ -14,8 +14,4 @@ void fill(coredata::NSManagedObjectContext& context);
 /// Opens the store of the current version at `path`, making it when it is missing.
 [[nodiscard]] foundation::Ref<coredata::NSPersistentContainer> opened(const std::string& path);
 
-/// Everything that the store holds, one line an object, in the order of entities and keys: every
-/// stored attribute with all its bits, and every relationship as the keys it leads to.
-[[nodiscard]] std::string dump(coredata::NSManagedObjectContext& context);
-
 }  // namespace golden

@@ -8,6 +8,7 @@
 #include "Foundation/Internal/RandomSource.h"
 #include "Tests/Golden/GoldenStore.h"
 #include "Tests/Support/ScopedSettings.h"
+#include "Tests/Support/StoreDump.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/TemporaryStore.h"
 
@@ -29,7 +30,7 @@ class GoldenStore : public testing::Test {
   std::string dumpOf(const std::string& store) {
     const auto container = golden::opened(store);
     const auto context = container->newBackgroundContext();
-    return context->performBlockAndWait([&] { return golden::dump(*context); });
+    return context->performBlockAndWait([&] { return support::dumpOf(*context); });
   }
 
   support::TemporaryDirectory directory;

@@ -7,6 +7,7 @@
 #include "Foundation/Internal/RandomSource.h"
 #include "Tests/Golden/GoldenStore.h"
 #include "Tests/Support/ScopedSettings.h"
+#include "Tests/Support/StoreDump.h"
 
 /// Makes the golden store and the text of what it holds in the directory given, which must not have
 /// them yet: what was kept once is never made anew.
@@ -30,7 +31,7 @@ int main(int count, char** arguments) try {
   context->setTransactionAuthor("golden");
   context->performBlockAndWait([&] {
     golden::fill(*context);
-    std::ofstream(directory / "Tessaline 7.txt") << golden::dump(*context);
+    std::ofstream(directory / "Tessaline 7.txt") << support::dumpOf(*context);
   });
   return 0;
 } catch (const std::exception& error) {

@@ -75,10 +75,15 @@ bool BatchDeletion::judgeCondemned() {
   for (auto& [index, its] : fates_) {
     while (its.judged < its.condemned.size()) {
       found = true;
-      const ObjectKey key = its.condemned[its.judged++];
-      if (its.referencesMatter) judgeReferences(*its.entity, key);
+      // A copy: more of the same entity may be condemned by these.
+      const std::vector<ObjectKey> keys(
+          its.condemned.begin() + static_cast<std::ptrdiff_t>(its.judged), its.condemned.end());
+      its.judged = its.condemned.size();
+      if (its.referencesMatter) {
+        for (const ObjectKey key : keys) judgeReferences(*its.entity, key);
+      }
       for (const NSRelationshipDescription* toMany : its.entity->toManyRelationships()) {
-        judgeMembers(*toMany, key);
+        judgeMembers(*toMany, keys);
       }
     }
   }
@@ -103,9 +108,10 @@ void BatchDeletion::judgeTarget(const NSRelationshipDescription& toOne, ObjectKe
   if (toOne.isOneToOne()) release(*toOne.inverseRelationship(), target);
 }
 
-void BatchDeletion::judgeMembers(const NSRelationshipDescription& toMany, ObjectKey owner) {
+void BatchDeletion::judgeMembers(const NSRelationshipDescription& toMany,
+                                 std::span<const ObjectKey> owners) {
   if (toMany.deleteRule() == NSDeleteRule::noAction) return;
-  for (const ObjectKey member : rows_.members(toMany, owner)) {
+  for (const auto& [owner, member] : rows_.members(toMany, owners)) {
     if (toMany.deleteRule() == NSDeleteRule::cascade) {
       condemn(toMany.destinationEntity(), member);
     } else {
@@ -139,8 +145,7 @@ void BatchDeletion::requirePermission() const {
 std::int64_t BatchDeletion::write(const NSEntityDescription& counted) {
   std::int64_t count = 0;
   for (const auto& [index, its] : fates_) {
-    std::int64_t removed = 0;
-    for (const ObjectKey key : its.condemned) removed += rows_.remove(*its.entity, key) ? 1 : 0;
+    const std::int64_t removed = rows_.remove(*its.entity, its.condemned);
     if (its.entity == &counted) count = removed;
     for (const auto& [key, slots] : its.released) {
       rows_.clearReferences(*its.entity, key, slots);

@@ -52,7 +52,7 @@ class BatchDeletion {
   bool judgeCondemned();
   void judgeReferences(const NSEntityDescription& entity, ObjectKey key);
   void judgeTarget(const NSRelationshipDescription& toOne, ObjectKey owner, ObjectKey target);
-  void judgeMembers(const NSRelationshipDescription& toMany, ObjectKey owner);
+  void judgeMembers(const NSRelationshipDescription& toMany, std::span<const ObjectKey> owners);
   /// What goes need not be told what else goes.
   void spareCondemned();
   void requirePermission() const;

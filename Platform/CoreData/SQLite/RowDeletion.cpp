@@ -1,10 +1,13 @@
 #include "CoreData/SQLite/RowDeletion.h"
 
+#include <algorithm>
 #include <bit>
 #include <string>
 
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/RowColumns.h"
+#include "CoreData/SQLite/RowFeed.h"
+#include "absl/container/flat_hash_set.h"
 
 namespace coredata {
 
@@ -31,6 +34,43 @@ std::string clearingText(const NSEntityDescription& entity, SlotMask slots) {
   return text += " WHERE _id=?";
 }
 
+std::string membersText(const NSEntityDescription& members, SlotMask inverse) {
+  // The owners come first: without CROSS, SQLite might go through the members and look for owners.
+  return "SELECT owner.c0,member._id FROM " + RowFeed::firstColumnText() + " owner CROSS JOIN " +
+         quoted(members.name()) + " member ON member." +
+         quoted(nameOf(members, static_cast<SlotIndex>(std::countr_zero(inverse)))) + "=owner.c0";
+}
+
+std::string removalText(const NSEntityDescription& entity) {
+  return "DELETE FROM " + quoted(entity.name()) + " WHERE _id IN " + RowFeed::firstColumnText() +
+         " RETURNING _id";
+}
+
+/// An index that leads on to other columns gives an owner's members in their order.
+void sortWithinOwners(std::span<RowDeletion::Membership> members) {
+  for (auto first = members.begin(); first != members.end();) {
+    const auto last = std::find_if(first, members.end(),
+                                   [&](const auto& each) { return each.owner != first->owner; });
+    std::ranges::sort(first, last, {}, &RowDeletion::Membership::member);
+    first = last;
+  }
+}
+
+/// Keys as rows of one column.
+class KeyFeed final : public RowFeed {
+ public:
+  explicit KeyFeed(std::span<const ObjectKey> keys) noexcept : keys_(keys) {}
+
+  [[nodiscard]] bool advance() noexcept override { return next_++ < keys_.size(); }
+  void give(int, sqlite3_context* context) const noexcept override {
+    sqlite3_result_int64(context, keys_[next_ - 1]);
+  }
+
+ private:
+  std::span<const ObjectKey> keys_;
+  std::size_t next_ = 0;
+};
+
 }  // namespace
 
 RowDeletion::RowDeletion(WriteTransaction& transaction) noexcept : transaction_(transaction) {}
@@ -44,10 +84,12 @@ Statement& RowDeletion::statement(Work work, const NSEntityDescription& entity, 
     switch (work) {
       case Work::references:
         return referencesText(entity);
+      case Work::members:
+        return membersText(entity, slots);
       case Work::clearing:
         return clearingText(entity, slots);
       case Work::removal:
-        return "DELETE FROM " + quoted(entity.name()) + " WHERE _id=?";
+        return removalText(entity);
     }
     return std::string();
   }();
@@ -70,20 +112,43 @@ std::vector<ObjectKey> RowDeletion::references(const NSEntityDescription& entity
 
 void RowDeletion::clearReferences(const NSEntityDescription& entity, ObjectKey key,
                                   SlotMask slots) {
-  run(statement(Work::clearing, entity, slots),
-      {&entity, key, RowChangeKind::update, slots, nullptr});
+  Statement& clear = statement(Work::clearing, entity, slots);
+  clear.bindInteger(1, key);
+  clear.run();
+  if (sqlite3_changes64(transaction_.connection().handle()) == 0) return;
+  transaction_.note({&entity, key, RowChangeKind::update, slots, nullptr});
 }
 
-bool RowDeletion::remove(const NSEntityDescription& entity, ObjectKey key) {
-  return run(statement(Work::removal, entity), {&entity, key, RowChangeKind::remove, 0, nullptr});
+std::vector<RowDeletion::Membership> RowDeletion::members(const NSRelationshipDescription& toMany,
+                                                          std::span<const ObjectKey> owners) {
+  Statement& select = statement(Work::members, toMany.destinationEntity(),
+                                SlotMask{1} << toMany.inverseRelationship()->slot());
+  const StatementUse use(select);
+  KeyFeed feed(owners);
+  bindFeed(feed, select);
+  std::vector<Membership> result;
+  while (select.step()) result.push_back({select.integer(0), select.integer(1)});
+  sortWithinOwners(result);
+  return result;
 }
 
-bool RowDeletion::run(Statement& statement, RowChange change) {
-  statement.bindInteger(1, change.key);
-  statement.run();
-  if (sqlite3_changes64(transaction_.connection().handle()) == 0) return false;
-  transaction_.note(std::move(change));
-  return true;
+std::int64_t RowDeletion::remove(const NSEntityDescription& entity,
+                                 std::span<const ObjectKey> keys) {
+  if (keys.empty()) return 0;
+  Statement& statement = this->statement(Work::removal, entity);
+  const StatementUse use(statement);
+  KeyFeed feed(keys);
+  bindFeed(feed, statement);
+  absl::flat_hash_set<ObjectKey> removed;
+  removed.reserve(keys.size());
+  while (statement.step()) removed.insert(statement.integer(0));
+  // In the order of the keys, which is that of the history, and not in SQLite's.
+  for (const ObjectKey key : keys) {
+    if (removed.contains(key)) {
+      transaction_.note({&entity, key, RowChangeKind::remove, 0, nullptr});
+    }
+  }
+  return static_cast<std::int64_t>(removed.size());
 }
 
 }  // namespace coredata

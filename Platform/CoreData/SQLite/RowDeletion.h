@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "CoreData/Rows/Row.h"
@@ -29,20 +30,24 @@ class RowDeletion {
   /// The keys to which a row's to-one relationships lead, in the order of the entity's
   /// `toOneSlots`, of which there must be any; empty for a row that is not there.
   [[nodiscard]] std::vector<ObjectKey> references(const NSEntityDescription& entity, ObjectKey key);
-  /// The keys of a to-many's members, ascending.
-  [[nodiscard]] std::vector<ObjectKey> members(const NSRelationshipDescription& toMany,
-                                               ObjectKey owner) {
-    return transaction_.members(toMany, owner);
-  }
+  struct Membership {
+    ObjectKey owner;
+    ObjectKey member;
+  };
+  /// The members of a to-many of each owner, in the order of the owners and ascending in each.
+  [[nodiscard]] std::vector<Membership> members(const NSRelationshipDescription& toMany,
+                                                std::span<const ObjectKey> owners);
 
   /// Makes the references in `slots` absent and counts the row's version up. A row that is not
   /// there is left alone.
   void clearReferences(const NSEntityDescription& entity, ObjectKey key, SlotMask slots);
-  /// False when there is no such row.
-  [[nodiscard]] bool remove(const NSEntityDescription& entity, ObjectKey key);
+  /// Deletes the rows of these keys, no two of which are the same, in one statement. Gives how many
+  /// of them were there.
+  [[nodiscard]] std::int64_t remove(const NSEntityDescription& entity,
+                                    std::span<const ObjectKey> keys);
 
  private:
-  enum class Work : std::uint8_t { references, clearing, removal };
+  enum class Work : std::uint8_t { references, members, clearing, removal };
   struct Kind {
     Work work;
     EntityIndex entity;
@@ -53,9 +58,6 @@ class RowDeletion {
 
   [[nodiscard]] Statement& statement(Work work, const NSEntityDescription& entity,
                                      SlotMask slots = 0);
-  /// Runs a statement on one row, and tells the transaction if the row was there.
-  bool run(Statement& statement, RowChange change);
-
   WriteTransaction& transaction_;
   std::map<Kind, std::unique_ptr<Statement>> statements_;
 };

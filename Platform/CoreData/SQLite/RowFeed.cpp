@@ -49,8 +49,16 @@ std::string RowFeed::insertText(const std::string& table, const std::string& col
          " FROM " + kFunction + "(?)";
 }
 
-void insertFrom(RowFeed& feed, Statement& statement) {
+std::string RowFeed::firstColumnText() {
+  return std::string("(SELECT c0 FROM ") + kFunction + "(?))";
+}
+
+void bindFeed(RowFeed& feed, Statement& statement) {
   statement.bindPointer(1, &feed, FedRows::kPointerType);
+}
+
+void insertFrom(RowFeed& feed, Statement& statement) {
+  bindFeed(feed, statement);
   statement.run();
 }
 

@@ -29,6 +29,8 @@ class RowFeed {
   /// of the feed's.
   [[nodiscard]] static std::string insertText(const std::string& table, const std::string& columns,
                                               int columnCount);
+  /// A subquery that has the first column of a feed, which is bound to its one parameter.
+  [[nodiscard]] static std::string firstColumnText();
 
  protected:
   RowFeed() = default;
@@ -36,6 +38,9 @@ class RowFeed {
   RowFeed(const RowFeed&) = default;
   RowFeed& operator=(const RowFeed&) = default;
 };
+
+/// Binds a feed to the parameter of a text with `RowFeed::firstColumnText`. One run takes it in.
+void bindFeed(RowFeed& feed, Statement& statement);
 
 /// Runs a statement made by `RowFeed::insertText`. Throws `foundation::Error`; rows that came
 /// before the failure may then be in the table.

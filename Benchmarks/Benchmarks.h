@@ -9,8 +9,12 @@ namespace benchmarks {
 [[nodiscard]] Comparison checkinAtNormalDurability();
 /// A thousand days of a hundred habits in one save.
 [[nodiscard]] Comparison importInOneSave();
+/// A file that another program exported, taken in by `habits` in a process of its own.
+[[nodiscard]] Comparison importOfAFile();
 /// Once more on each of many days, in one save.
 [[nodiscard]] Comparison raisedCounts();
+/// All check-ins of a habit deleted in one go.
+[[nodiscard]] Comparison erasing();
 /// All check-ins in the order of their days, every attribute read.
 [[nodiscard]] Comparison fetchOfEverything();
 /// Whether a day has a check-in, each time asked in a turn of the context's own.
@@ -32,6 +36,9 @@ namespace benchmarks {
 /// A process that opens a store, checks in once and ends.
 [[nodiscard]] Comparison processOfOneCheckin();
 
+/// A list of many photos of which some pages are looked at: time and memory of a process of its
+/// own. Throws when the memory passes what is allowed for any number of photos.
+[[nodiscard]] std::vector<Comparison> photos();
 /// Each question of the application's interface.
 [[nodiscard]] std::vector<Comparison> requirements();
 /// What each of them costs in stores of a hundred times a hundred check-ins, of ten and of a

@@ -93,6 +93,11 @@ void PreparedStatement::bind(int parameter, std::string_view value) {
                             SQLITE_STATIC));
 }
 
+void PreparedStatement::bind(int parameter, std::span<const std::uint8_t> value) {
+  require(sqlite3_bind_blob(handle(), parameter, value.data(), static_cast<int>(value.size()),
+                            SQLITE_STATIC));
+}
+
 void PreparedStatement::bind(int parameter, const std::optional<double>& value) {
   if (value) return bind(parameter, *value);
   require(sqlite3_bind_null(handle(), parameter));
@@ -124,6 +129,11 @@ double PreparedStatement::real(int column) { return sqlite3_column_double(handle
 std::string_view PreparedStatement::text(int column) {
   const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(handle_.get(), column));
   if (bytes == nullptr) return {};
+  return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), column))};
+}
+
+std::span<const std::uint8_t> PreparedStatement::bytes(int column) {
+  const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(handle_.get(), column));
   return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), column))};
 }
 
@@ -170,6 +180,11 @@ HandWrittenStore::HandWrittenStore(const std::string& path, Durability durabilit
       insertCheckin_(database_.get(),
                      "INSERT INTO Checkin(activity, count, createdDate, date, memo, modifiedDate, "
                      "type) VALUES(?, ?, ?, ?, ?, ?, ?)"),
+      insertPhoto_(database_.get(),
+                   "INSERT INTO Photo(checkin, createdDate, data, modifiedDate) VALUES(?, ?2, ?3, "
+                   "?2)"),
+      insertInfo_(database_.get(),
+                  "INSERT INTO PhotoInfo(photo, createdDate, modifiedDate) VALUES(?, ?2, ?2)"),
       raiseCount_(database_.get(),
                   "UPDATE Checkin SET count = count + 1, modifiedDate = ? WHERE id = ?"),
       recordTransaction_(
@@ -179,6 +194,14 @@ HandWrittenStore::HandWrittenStore(const std::string& path, Durability durabilit
           database_.get(),
           "INSERT INTO HistoryChange(\"transaction\", sequence, entity, key, kind, columns) "
           "VALUES(?, ?, ?, ?, ?, ?)"),
+      eraseInfos_(database_.get(),
+                  "DELETE FROM PhotoInfo WHERE photo IN (SELECT id FROM Photo WHERE checkin IN "
+                  "(SELECT id FROM Checkin WHERE activity = ?))"),
+      erasePhotos_(database_.get(),
+                   "DELETE FROM Photo WHERE checkin IN (SELECT id FROM Checkin WHERE activity = "
+                   "?)"),
+      eraseCheckins_(database_.get(), "DELETE FROM Checkin WHERE activity = ?"),
+      checkinsOf_(database_.get(), "SELECT id FROM Checkin WHERE activity = ?"),
       didCheckin_(database_.get(),
                   "SELECT count(*) FROM (SELECT 1 FROM Checkin WHERE activity = ? AND date = ? "
                   "LIMIT 1)"),
@@ -192,12 +215,14 @@ HandWrittenStore::HandWrittenStore(const std::string& path, Durability durabilit
           database_.get(),
           "SELECT activity, date FROM Checkin GROUP BY activity, date ORDER BY date") {}
 
-void HandWrittenStore::insertActivity(std::string_view title) {
+std::int64_t HandWrittenStore::insertActivity(std::string_view title) {
   insertActivity_.bind(1, title);
   insertActivity_.bind(2, secondsNow());
   insertActivity_.run();
-  insertOrder_.bind(1, static_cast<std::int64_t>(sqlite3_last_insert_rowid(database_.get())));
+  const std::int64_t key = sqlite3_last_insert_rowid(database_.get());
+  insertOrder_.bind(1, key);
   insertOrder_.run();
+  return key;
 }
 
 std::int64_t HandWrittenStore::insertCheckin(const CheckinRecord& record) {
@@ -210,6 +235,16 @@ std::int64_t HandWrittenStore::insertCheckin(const CheckinRecord& record) {
   insertCheckin_.bind(7, std::int64_t{record.type});
   insertCheckin_.run();
   return sqlite3_last_insert_rowid(database_.get());
+}
+
+void HandWrittenStore::insertPhoto(std::int64_t checkin, std::span<const std::uint8_t> data) {
+  insertPhoto_.bind(1, checkin);
+  insertPhoto_.bind(2, secondsNow());
+  insertPhoto_.bind(3, data);
+  insertPhoto_.run();
+  insertInfo_.bind(1, static_cast<std::int64_t>(sqlite3_last_insert_rowid(database_.get())));
+  insertInfo_.bind(2, secondsNow());
+  insertInfo_.run();
 }
 
 void HandWrittenStore::raiseCount(std::int64_t checkin, double now) {
@@ -233,6 +268,21 @@ void HandWrittenStore::recordChange(std::int64_t checkin, Change kind, std::int6
   recordChange_.bind(5, static_cast<std::int64_t>(kind));
   recordChange_.bind(6, columns);
   recordChange_.run();
+}
+
+void HandWrittenStore::eraseCheckins(std::int64_t activity) {
+  for (PreparedStatement* erase : {&eraseInfos_, &erasePhotos_, &eraseCheckins_}) {
+    erase->bind(1, activity);
+    erase->run();
+  }
+}
+
+std::vector<std::int64_t> HandWrittenStore::checkinsOf(std::int64_t activity) {
+  std::vector<std::int64_t> keys;
+  checkinsOf_.bind(1, activity);
+  while (checkinsOf_.step()) keys.push_back(checkinsOf_.integer(0));
+  checkinsOf_.reset();
+  return keys;
 }
 
 bool HandWrittenStore::didCheckin(std::int64_t activity, std::string_view day) {

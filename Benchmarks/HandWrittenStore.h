@@ -31,6 +31,7 @@ class PreparedStatement {
   void bind(int parameter, std::int64_t value);
   void bind(int parameter, double value);
   void bind(int parameter, std::string_view value);
+  void bind(int parameter, std::span<const std::uint8_t> value);
   void bind(int parameter, const std::optional<double>& value);
   void bind(int parameter, const std::optional<std::string>& value);
 
@@ -46,6 +47,7 @@ class PreparedStatement {
   [[nodiscard]] std::int64_t integer(int column);
   [[nodiscard]] double real(int column);
   [[nodiscard]] std::string_view text(int column);
+  [[nodiscard]] std::span<const std::uint8_t> bytes(int column);
   [[nodiscard]] std::optional<double> optionalReal(int column);
   [[nodiscard]] std::optional<std::string> optionalText(int column);
 
@@ -79,15 +81,21 @@ class HandWrittenStore {
   void begin() { begin_.run(); }
   void commit() { commit_.run(); }
 
-  /// With the record of its place, as the library makes one.
-  void insertActivity(std::string_view title);
+  /// With the record of its place, as the library makes one. Gives its key.
+  std::int64_t insertActivity(std::string_view title);
   std::int64_t insertCheckin(const CheckinRecord& record);
+  /// With its record of information.
+  void insertPhoto(std::int64_t checkin, std::span<const std::uint8_t> data);
   void raiseCount(std::int64_t checkin, double now);
   /// Notes in the history that a transaction begins; the changes that follow belong to it.
   void recordTransaction(double now);
-  enum class Change : std::uint8_t { insert, update };
+  enum class Change : std::uint8_t { insert, update, remove };
   void recordChange(std::int64_t checkin, Change kind, std::int64_t columns);
 
+  /// Deletes the check-ins of an activity and their photos.
+  void eraseCheckins(std::int64_t activity);
+
+  [[nodiscard]] std::vector<std::int64_t> checkinsOf(std::int64_t activity);
   [[nodiscard]] bool didCheckin(std::int64_t activity, std::string_view day);
   /// Both days included.
   [[nodiscard]] std::int64_t countBetween(std::int64_t activity, std::string_view first,
@@ -100,6 +108,7 @@ class HandWrittenStore {
   [[nodiscard]] PreparedStatement& daysOfActivities() { return daysOfActivities_; }
   [[nodiscard]] std::int64_t countOfCheckins() { return number("SELECT count(*) FROM Checkin"); }
   [[nodiscard]] std::int64_t countOfActivities() { return number("SELECT count(*) FROM Activity"); }
+  [[nodiscard]] std::int64_t sumOfCounts() { return number("SELECT sum(count) FROM Checkin"); }
   [[nodiscard]] std::int64_t firstActivity() {
     return number("SELECT id FROM Activity ORDER BY id LIMIT 1");
   }
@@ -120,9 +129,15 @@ class HandWrittenStore {
   PreparedStatement insertActivity_;
   PreparedStatement insertOrder_;
   PreparedStatement insertCheckin_;
+  PreparedStatement insertPhoto_;
+  PreparedStatement insertInfo_;
   PreparedStatement raiseCount_;
   PreparedStatement recordTransaction_;
   PreparedStatement recordChange_;
+  PreparedStatement eraseInfos_;
+  PreparedStatement erasePhotos_;
+  PreparedStatement eraseCheckins_;
+  PreparedStatement checkinsOf_;
   PreparedStatement didCheckin_;
   PreparedStatement countBetween_;
   PreparedStatement sumOfMonth_;

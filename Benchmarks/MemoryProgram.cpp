@@ -3,31 +3,20 @@
 
 #include <cstdio>
 #include <exception>
-#include <fstream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "Benchmarks/ProcessMemory.h"
 #include "Benchmarks/Reading.h"
 
 namespace {
 
-/// A line of the process's status, in KiB.
-double statusLine(std::string_view name) {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with(name)) return std::stod(line.substr(name.size()));
-  }
-  throw std::runtime_error("the system does not tell " + std::string(name));
-}
-
 template <typename Store>
 void measure(const std::string& path) {
   Store store(path, benchmarks::Durability::full);
-  const double before = statusLine("VmRSS:");
+  const benchmarks::ProcessMemory memory;
   const std::int64_t answer = benchmarks::readEverything(store);
-  std::printf("%lld %.3f\n", static_cast<long long>(answer),
-              (statusLine("VmHWM:") - before) / 1024);
+  std::printf("%lld %.3f\n", static_cast<long long>(answer), memory.peakMiB());
 }
 
 }  // namespace

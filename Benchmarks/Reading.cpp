@@ -43,6 +43,16 @@ std::int64_t readEverything(EngineStore& store) {
   });
 }
 
+std::int64_t sumOfCounts(EngineStore& store) {
+  return store.inBlock([&] {
+    double sum = 0;
+    for (const auto& checkin : store.context().fetch(CDCheckin::fetchRequest())) {
+      sum += checkin->count();
+    }
+    return static_cast<std::int64_t>(sum);
+  });
+}
+
 std::int64_t readEverything(HandWrittenStore& store) {
   std::int64_t sum = 0;
   for (const CheckinRecord& checkin : store.checkinsByDate()) sum += readingOf(checkin);

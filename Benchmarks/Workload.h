@@ -15,6 +15,9 @@ struct Workload {
   int queriesInARound = 1000;
   int opensInARound = 9;
   int raisedCounts = 10000;
+  int erasedCheckins = 10000;
+  int photos = 10000;
+  std::size_t photoBytes = 200'000;
   /// Check-ins in the stores whose readers' memory is measured.
   int checkinsInMemory = 1000000;
   int processesInARound = 5;
@@ -27,6 +30,9 @@ struct Workload {
             .queriesInARound = 20,
             .opensInARound = 1,
             .raisedCounts = 30,
+            .erasedCheckins = 30,
+            .photos = 60,
+            .photoBytes = 5000,
             .checkinsInMemory = 600,
             .processesInARound = 1};
   }

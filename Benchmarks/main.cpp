@@ -66,7 +66,9 @@ std::vector<Comparison> allComparisons() {
   std::vector<Comparison> result{checkinAtFullDurability(),
                                  checkinAtNormalDurability(),
                                  importInOneSave(),
+                                 importOfAFile(),
                                  raisedCounts(),
+                                 erasing(),
                                  fetchOfEverything(),
                                  dayByDay(),
                                  daysInOneBlock(),
@@ -77,6 +79,7 @@ std::vector<Comparison> allComparisons() {
                                  openingToFirstQuery(),
                                  memoryOfEverything(),
                                  processOfOneCheckin()};
+  for (Comparison& comparison : photos()) result.push_back(std::move(comparison));
   for (Comparison& requirement : requirements()) result.push_back(std::move(requirement));
   return result;
 }

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <new>
 #include <string_view>
+#include <utility>
 
 namespace support {
 
@@ -171,6 +172,13 @@ void FaultVFS::killAt(std::size_t n) {
   faultAt_ = n;
 }
 
+void FaultVFS::callAt(std::size_t n, std::function<void()> action) {
+  const std::scoped_lock lock(mutex_);
+  fault_ = Fault::call;
+  faultAt_ = n;
+  action_ = std::move(action);
+}
+
 std::size_t FaultVFS::count() const {
   const std::scoped_lock lock(mutex_);
   return records_.size();
@@ -188,13 +196,19 @@ std::vector<FaultVFS::Record> FaultVFS::records() const {
 
 int FaultVFS::note(FileOperation operation, const char* path, std::int64_t offset,
                    std::int64_t size) {
-  const std::scoped_lock lock(mutex_);
+  std::unique_lock lock(mutex_);
   if ((watched_ & bit(operation)) == 0) return SQLITE_OK;
   records_.push_back({operation, suffixOf(path), offset, size});
   const std::size_t number = records_.size();
   if (fault_ == Fault::kill && number == faultAt_) {
     kill(getpid(), SIGKILL);
     pause();
+  }
+  if (fault_ == Fault::call && number == faultAt_) {
+    fault_ = Fault::none;
+    lock.unlock();
+    action_();
+    return SQLITE_OK;
   }
   if (fault_ == Fault::fail && number == faultAt_) return code_;
   if (fault_ == Fault::failFromThenOn && number >= faultAt_) return code_;

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -67,6 +68,9 @@ class FaultVFS {
   void failAt(std::size_t n, int code, bool persistent = false);
   /// Before the n-th operation the process gets SIGKILL.
   void killAt(std::size_t n);
+  /// Before the n-th operation `action` is called, once; what it does itself does not come here
+  /// again.
+  void callAt(std::size_t n, std::function<void()> action);
   /// From now on no time passes while SQLite waits for a lock: it soon gives up.
   void skipWaits() noexcept { skipsWaits_ = true; }
 
@@ -80,7 +84,7 @@ class FaultVFS {
   [[nodiscard]] int note(FileOperation operation, const char* path, std::int64_t offset = 0,
                          std::int64_t size = 0);
 
-  enum class Fault : std::uint8_t { none, fail, failFromThenOn, kill };
+  enum class Fault : std::uint8_t { none, fail, failFromThenOn, kill, call };
 
   sqlite3_vfs vfs_{};
   sqlite3_vfs* system_;
@@ -91,6 +95,7 @@ class FaultVFS {
   Fault fault_ = Fault::none;
   std::size_t faultAt_ = 0;
   int code_ = SQLITE_OK;
+  std::function<void()> action_;
   std::atomic<bool> skipsWaits_{false};
 };
 

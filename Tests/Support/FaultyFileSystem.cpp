@@ -35,6 +35,7 @@ auto FaultyFileSystem::changing(Call call) -> decltype(call()) {
 }
 
 FileResult<int> FaultyFileSystem::open(int directory, const char* path, int flags, mode_t mode) {
+  opened_.emplace_back(path);
   const auto call = [&] { return system().open(directory, path, flags, mode); };
   return (flags & (O_CREAT | O_TRUNC)) != 0 ? changing(call) : call();
 }

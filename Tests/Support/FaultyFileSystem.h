@@ -31,6 +31,8 @@ class FaultyFileSystem final : public foundation::FileSystem {
   FaultyFileSystem(const FaultyFileSystem&) = delete;
   FaultyFileSystem& operator=(const FaultyFileSystem&) = delete;
 
+  /// The paths of all files and directories that were opened.
+  [[nodiscard]] const std::vector<std::string>& opened() const noexcept { return opened_; }
   [[nodiscard]] std::size_t changes() const noexcept { return changes_; }
   [[nodiscard]] bool wasReached() const noexcept { return change_ != 0 && changes_ >= change_; }
 
@@ -64,6 +66,7 @@ class FaultyFileSystem final : public foundation::FileSystem {
   std::size_t change_;
   int error_;
   std::size_t changes_ = 0;
+  std::vector<std::string> opened_;
   std::optional<std::uint64_t> availableBytes_;
   foundation::FileSystem* previous_;
 };

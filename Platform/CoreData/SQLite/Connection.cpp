@@ -6,6 +6,7 @@
 
 #include "CoreData/SQLite/ForkGeneration.h"
 #include "CoreData/SQLite/RowFeed.h"
+#include "CoreData/SQLite/StoreSchema.h"
 #include "CoreData/SQLite/StoreVFS.h"
 #include "Foundation/Values/Error.h"
 
@@ -164,6 +165,13 @@ std::int64_t Connection::dataVersion() {
 }
 
 std::int64_t Connection::schemaVersion() { return readNumber(Control::schemaVersion); }
+
+void Connection::commitUnchanged() {
+  beginWriting();
+  // Set to what it is, which writes the page.
+  execute(("PRAGMA user_version=" + std::to_string(kStoreFormatVersion)).c_str());
+  commit();
+}
 
 void Connection::beginReading() {
   // A statement that stands on a row keeps its snapshot, and all that run meanwhile share it. This

@@ -117,6 +117,10 @@ class Connection {
   /// Changes when tables or indexes do, and when the whole content is replaced.
   [[nodiscard]] std::int64_t schemaVersion();
 
+  /// Writes a commit that changes nothing. In the log it takes the place of one that the disk did
+  /// not confirm, and that would turn up again otherwise.
+  void commitUnchanged();
+
   /// Pages in the log after this connection's last commit; -1 before the first.
   [[nodiscard]] int logPages() const noexcept { return logPages_; }
 
@@ -178,6 +182,18 @@ class Connection {
   int logPages_ = -1;
   bool usable_ = true;
   bool isReading_ = false;
+};
+
+/// Keeps what a connection reads to one state of the store while it lives.
+class Snapshot {
+ public:
+  explicit Snapshot(Connection& connection) : connection_(connection) { connection_.begin(); }
+  ~Snapshot() { connection_.rollBack(); }
+  Snapshot(const Snapshot&) = delete;
+  Snapshot& operator=(const Snapshot&) = delete;
+
+ private:
+  Connection& connection_;
 };
 
 }  // namespace coredata

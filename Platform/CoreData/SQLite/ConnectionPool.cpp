@@ -1,20 +1,9 @@
 #include "CoreData/SQLite/ConnectionPool.h"
 
-#include <fcntl.h>
-
 #include "CoreData/SQLite/ForkGeneration.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
-#include "Foundation/Internal/FileSystem.h"
 
 namespace coredata {
-
-FileIdentity FileIdentity::of(const std::string& path) {
-  const auto status = foundation::FileSystem::current().status(AT_FDCWD, path.c_str(), 0);
-  if (!status) {
-    throw storeError(StoreErrorCode::replaced, "The store file " + path + " is no longer there.");
-  }
-  return {status->st_dev, status->st_ino};
-}
 
 ConnectionPool::ConnectionPool(std::string path, ConnectionSettings settings,
                                std::unique_ptr<Connection> first)

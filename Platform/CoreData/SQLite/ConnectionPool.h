@@ -8,19 +8,10 @@
 
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/ConnectionLease.h"
+#include "CoreData/SQLite/StoreFile.h"
 #include "CoreData/SQLite/WriteAheadLog.h"
 
 namespace coredata {
-
-/// Which file a path names. Another file moved to the same path is not the same.
-struct FileIdentity {
-  std::uint64_t device = 0;
-  std::uint64_t inode = 0;
-
-  /// Looks at the path without opening it. Throws `StoreErrorCode::replaced` when nothing is there.
-  [[nodiscard]] static FileIdentity of(const std::string& path);
-  friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
-};
 
 /// The connections of one open store. Any of them reads or writes; the one given back last is lent
 /// first, because its page cache knows most, and further ones are made when leases overlap.

@@ -2,8 +2,10 @@
 
 #include "CoreData/SQLite/ReadSession.h"
 #include "CoreData/SQLite/StoreCore.h"
+#include "CoreData/SQLite/StoreDestruction.h"
 #include "CoreData/SQLite/StoreMetadata.h"
 #include "CoreData/SQLite/StoreOpening.h"
+#include "CoreData/SQLite/StoreReplacement.h"
 #include "CoreData/SQLite/WriteTransaction.h"
 
 namespace coredata {
@@ -19,6 +21,14 @@ Ref<SQLiteStore> SQLiteStore::open(const StoreOptions& options,
 }
 
 ValueDictionary SQLiteStore::metadataAt(const foundation::URL& url) { return metadataOfFile(url); }
+
+void SQLiteStore::destroy(const foundation::URL& url) {
+  destroyStore(url, StoreOptions(url).busyTimeout);
+}
+
+void SQLiteStore::replace(const foundation::URL& at, const foundation::URL& with) {
+  replaceStore(at, with, StoreOptions(at).busyTimeout);
+}
 
 void SQLiteStore::buildIndexes(StoreOptions options, Ref<const NSManagedObjectModel> model) {
   options.buildsIndexes = true;

@@ -44,6 +44,11 @@ class SQLiteStore final : public foundation::Object {
   /// read.
   [[nodiscard]] static foundation::ValueDictionary metadataAt(const foundation::URL& url);
 
+  /// Removes a store with everything beside it, and gives one the content of another: see
+  /// `destroyStore` and `replaceStore`.
+  static void destroy(const foundation::URL& url);
+  static void replace(const foundation::URL& at, const foundation::URL& with);
+
   /// Gives a store the model's indexes, as opening it without `buildsIndexes` put off. An open
   /// store would take the change for a replacement, so nobody may have it open.
   static void buildIndexes(StoreOptions options, foundation::Ref<const NSManagedObjectModel> model);

@@ -26,6 +26,8 @@ enum class StoreErrorCode : std::int64_t {
   keysExhausted = 134124,     ///< an entity has used up its keys
   invalidMetadata =
       134125,  ///< a metadata value that cannot be kept, or a key that is not the caller's
+  changedMeanwhile =
+      134126,  ///< somebody wrote to the store after that was read which was to replace it
 };
 
 [[nodiscard]] inline foundation::Error storeError(

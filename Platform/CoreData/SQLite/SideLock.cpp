@@ -2,41 +2,54 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
+#include <cerrno>
+
+#include "CoreData/SQLite/StoreFile.h"
+
 namespace coredata {
 
 using foundation::FileDescriptor;
+using foundation::FileLock;
+using foundation::FileResult;
+using foundation::FileSystem;
 
-namespace {
-bool setLock(int file, short type) noexcept {
-  // The lock of an open file description: unlike a process's, it also keeps other stores of this
-  // process out, and closing some other descriptor of the file does not drop it.
-  struct flock lock {};
-  lock.l_type = type;
-  lock.l_whence = SEEK_SET;
-  return fcntl(file, F_OFD_SETLK, &lock) == 0;
+bool SideLock::isFileOfThatName(int file) const noexcept {
+  FileSystem& files = FileSystem::current();
+  const auto own = files.status(file, "", AT_EMPTY_PATH);
+  const auto named = files.status(AT_FDCWD, path_.c_str(), AT_SYMLINK_NOFOLLOW);
+  return own && named && own->st_dev == named->st_dev && own->st_ino == named->st_ino;
 }
-}  // namespace
 
-bool SideLock::openFile() noexcept {
-  if (file_) return true;
-  auto opened = FileDescriptor::open(AT_FDCWD, path_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW,
+FileResult<FileLock> SideLock::take(std::chrono::milliseconds limit) const {
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point end = Clock::now() + limit;
+  for (;;) {
+    auto file = FileDescriptor::open(AT_FDCWD, path_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW,
                                      S_IRUSR | S_IWUSR);
-  if (!opened) return false;
-  file_ = std::move(*opened);
-  return true;
+    if (!file) return std::unexpected(file.error());
+    const int number = file->get();
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+    auto lock = FileLock::take(std::move(*file), std::max(left, std::chrono::milliseconds(0)));
+    // Whoever had it may have removed the file, and the next to come would make another.
+    if (!lock || isFileOfThatName(number)) return lock;
+  }
 }
 
-SideLock::Guard SideLock::tryLock() noexcept {
-  const std::scoped_lock lock(mutex_);
-  if (isHeld_ || !openFile() || !setLock(file_.get(), F_WRLCK)) return {};
-  isHeld_ = true;
-  return Guard(*this);
+SideLock::Guard SideLock::tryLock() const noexcept {
+  auto lock = take(std::chrono::milliseconds(0));
+  return lock ? Guard(std::move(*lock)) : Guard();
 }
 
-void SideLock::unlock() noexcept {
-  const std::scoped_lock lock(mutex_);
-  setLock(file_.get(), F_UNLCK);
-  isHeld_ = false;
+SideLock::Guard SideLock::lock(std::chrono::milliseconds limit) const {
+  auto lock = take(limit);
+  if (lock) return std::move(*lock);
+  if (lock.error() == EAGAIN) return {};
+  throw fileError("The file " + path_ + " cannot be locked.", lock.error(), "open");
+}
+
+void SideLock::removeFile() const noexcept {
+  static_cast<void>(FileSystem::current().unlink(AT_FDCWD, path_.c_str(), 0));
 }
 
 }  // namespace coredata

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <mutex>
+#include <chrono>
+#include <optional>
 #include <string>
 
-#include "Foundation/Internal/FileSystem.h"
+#include "Foundation/Internal/FileLock.h"
 
 namespace coredata {
 
@@ -17,33 +18,24 @@ class SideLock {
   explicit SideLock(std::string path) : path_(std::move(path)) {}
 
   /// Held until it goes.
-  class Guard {
-   public:
-    Guard() noexcept = default;
-    explicit Guard(SideLock& lock) noexcept : lock_(&lock) {}
-    Guard(Guard&& other) noexcept : lock_(other.lock_) { other.lock_ = nullptr; }
-    Guard& operator=(Guard&&) = delete;
-    ~Guard() {
-      if (lock_ != nullptr) lock_->unlock();
-    }
-    explicit operator bool() const noexcept { return lock_ != nullptr; }
-
-   private:
-    SideLock* lock_ = nullptr;
-  };
+  using Guard = std::optional<foundation::FileLock>;
 
   /// Takes the lock if nobody has it. An empty guard also when the file cannot be made, as in a
   /// directory that is not ours: what the lock is for can wait.
-  [[nodiscard]] Guard tryLock() noexcept;
+  [[nodiscard]] Guard tryLock() const noexcept;
+  /// Waits for whoever has the lock, an empty guard when that takes longer than `limit`. Throws
+  /// when the file cannot be made.
+  [[nodiscard]] Guard lock(std::chrono::milliseconds limit) const;
+  /// Removes the file. For whoever holds the lock: those who wait for it notice that theirs is no
+  /// longer the file of that name, and lock the next one. A file that stays is nobody's lock.
+  void removeFile() const noexcept;
 
  private:
-  void unlock() noexcept;
-  [[nodiscard]] bool openFile() noexcept;
+  [[nodiscard]] foundation::FileResult<foundation::FileLock> take(
+      std::chrono::milliseconds limit) const;
+  [[nodiscard]] bool isFileOfThatName(int file) const noexcept;
 
   const std::string path_;
-  std::mutex mutex_;
-  foundation::FileDescriptor file_;
-  bool isHeld_ = false;
 };
 
 }  // namespace coredata

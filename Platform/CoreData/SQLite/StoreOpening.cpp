@@ -1,122 +1,27 @@
 #include "CoreData/SQLite/StoreOpening.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 #include <optional>
 #include <vector>
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/SchemaCheck.h"
+#include "CoreData/SQLite/StoreFile.h"
 #include "CoreData/SQLite/StoreMetadata.h"
 #include "CoreData/SQLite/StorePragmas.h"
 #include "CoreData/SQLite/StoreSchema.h"
 #include "CoreData/SQLite/WriteAheadLog.h"
-#include "Foundation/Internal/FileSystem.h"
 
 namespace coredata {
 
 using foundation::Error;
-using foundation::FileSystem;
 using foundation::UUID;
 using foundation::ValueDictionary;
 
 namespace {
-/// What SQLite's failure means for somebody who wants to open a store. Called where the error was
-/// caught; throws it on when it says enough by itself.
-[[noreturn]] void throwMeaning(const Error& error, const std::string& path) {
-  const auto say = [&](StoreErrorCode code, const std::string& text) {
-    return storeError(code, text, error.clone());
-  };
-  if (error.domain() != foundation::kSQLiteErrorDomain) throw;
-  switch (error.code() & 0xff) {
-    case SQLITE_NOTADB:
-      throw say(StoreErrorCode::notAStore, "The file " + path + " is not a store.");
-    case SQLITE_CORRUPT:
-      throw say(StoreErrorCode::damaged, "The store " + path + " is damaged.");
-    case SQLITE_CANTOPEN:
-    case SQLITE_PERM:
-    case SQLITE_READONLY:
-      throw say(StoreErrorCode::notWritable,
-                "The store " + path +
-                    " cannot be opened: its file, its directory and the files beside it must be "
-                    "accessible.");
-    case SQLITE_BUSY:
-      throw say(StoreErrorCode::busy, "The store " + path + " is in use by another process.");
-    default:
-      throw;
-  }
-}
-
-std::string pathOf(const foundation::URL& url) {
-  if (auto path = url.filePath()) return *path;
-  throw storeError(StoreErrorCode::invalidOption,
-                   "A store lies in a file, which " + url.absoluteString() + " does not name.");
-}
-
-std::optional<struct stat> statusOf(const std::string& path) {
-  const auto status = FileSystem::current().status(AT_FDCWD, path.c_str(), 0);
-  if (status) return *status;
-  if (status.error() == ENOENT || status.error() == ENOTDIR) return std::nullopt;
-  throw storeError(
-      StoreErrorCode::notWritable, "The store " + path + " cannot be reached.",
-      std::make_shared<Error>(std::string(foundation::kPosixErrorDomain), status.error(), "stat"));
-}
-
-std::string directoryOf(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-}
-
-/// Makes an empty file that only its owner may read, and leaves one alone that is there. Nobody can
-/// have opened a file that did not exist, so closing this descriptor takes nobody's locks away.
-void createFile(const std::string& path) {
-  FileSystem& files = FileSystem::current();
-  const auto file =
-      files.open(AT_FDCWD, path.c_str(), O_RDWR | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
-  if (file) return files.close(*file);
-  if (file.error() == EEXIST) return;
-  throw storeError(
-      StoreErrorCode::notWritable, "The store " + path + " cannot be made.",
-      std::make_shared<Error>(std::string(foundation::kPosixErrorDomain), file.error(), "open"));
-}
-
-void requireFile(const std::string& path, bool mayCreate) {
-  if (const auto status = statusOf(path)) {
-    if (!S_ISREG(status->st_mode))
-      throw storeError(StoreErrorCode::notAStore, path + " is not a file.");
-    // SQLite takes a file of one byte for an empty one, and would write over it.
-    if (status->st_size == 1)
-      throw storeError(StoreErrorCode::notAStore, "The file " + path + " is not a store.");
-    return;
-  }
-  if (!statusOf(directoryOf(path))) {
-    throw storeError(StoreErrorCode::missingDirectory,
-                     "The directory of the store " + path + " does not exist.");
-  }
-  if (!mayCreate) throw storeError(StoreErrorCode::missing, "There is no store " + path + ".");
-  createFile(path);
-}
-
 std::int64_t readNumber(Connection& connection, const char* sql) {
   Statement statement(connection, sql);
   return statement.step() ? statement.integer(0) : 0;
-}
-
-enum class Content : std::uint8_t { nothing, store };
-
-/// What the file's header says it is. Begins to read it, so this is where a file that is no
-/// database shows.
-Content contentOf(Connection& connection, const std::string& path) {
-  const std::int64_t application = readNumber(connection, "PRAGMA application_id");
-  if (application == kStoreApplicationId) {
-    if (readNumber(connection, "PRAGMA user_version") <= kStoreFormatVersion) return Content::store;
-    throw storeError(StoreErrorCode::newerVersion,
-                     "The store " + path + " was written by a newer version of this program.");
-  }
-  if (readNumber(connection, "PRAGMA page_count") == 0) return Content::nothing;
-  throw storeError(StoreErrorCode::notAStore,
-                   "The file " + path + " is a database, but not a store of this program.");
 }
 
 void createStore(Connection& connection, const StoreOptions& options,
@@ -262,14 +167,11 @@ OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& m
   try {
     store.connection = std::make_unique<Connection>(store.path, store.settings);
     Connection& connection = *store.connection;
-    if (!options.readOnly && sqlite3_db_readonly(connection.handle(), "main") == 1) {
-      throw storeError(StoreErrorCode::notWritable,
-                       "The store " + store.path + " may only be read, not written.");
-    }
+    if (!options.readOnly) requireWritable(connection, store.path);
     // One transaction from here to the end of the check: else another process could make the store
     // in between.
     connection.begin();
-    if (contentOf(connection, store.path) == Content::nothing) {
+    if (contentOf(connection, store.path) == StoreContent::nothing) {
       connection.rollBack();
       if (options.readOnly) {
         throw storeError(StoreErrorCode::missing, "There is no store in " + store.path + ".");
@@ -285,18 +187,40 @@ OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& m
   }
 }
 
+StoreContent contentOf(Connection& connection, const std::string& path) {
+  const std::int64_t application = readNumber(connection, "PRAGMA application_id");
+  if (application == kStoreApplicationId) {
+    if (readNumber(connection, "PRAGMA user_version") <= kStoreFormatVersion)
+      return StoreContent::store;
+    throw storeError(StoreErrorCode::newerVersion,
+                     "The store " + path + " was written by a newer version of this program.");
+  }
+  if (readNumber(connection, "PRAGMA page_count") == 0) return StoreContent::nothing;
+  throw storeError(StoreErrorCode::notAStore,
+                   "The file " + path + " is a database, but not a store of this program.");
+}
+
+void requireWritable(const Connection& connection, const std::string& path) {
+  if (sqlite3_db_readonly(connection.handle(), "main") != 1) return;
+  throw storeError(StoreErrorCode::notWritable,
+                   "The store " + path + " may only be read, not written.");
+}
+
+std::unique_ptr<Connection> openForReading(const std::string& path) {
+  requireFile(path, false);
+  ConnectionSettings settings;
+  settings.readOnly = true;
+  auto connection = std::make_unique<Connection>(path, settings);
+  connection->begin();
+  if (contentOf(*connection, path) == StoreContent::nothing)
+    throw storeError(StoreErrorCode::missing, "There is no store in " + path + ".");
+  return connection;
+}
+
 ValueDictionary metadataOfFile(const foundation::URL& url) {
   const std::string path = pathOf(url);
-  requireFile(path, false);
   try {
-    ConnectionSettings settings;
-    settings.readOnly = true;
-    Connection connection(path, settings);
-    connection.begin();
-    if (contentOf(connection, path) == Content::nothing) {
-      throw storeError(StoreErrorCode::missing, "There is no store in " + path + ".");
-    }
-    return readMetadata(connection);
+    return readMetadata(*openForReading(path));
   } catch (const Error& error) {
     throwMeaning(error, path);
   }

@@ -26,6 +26,20 @@ struct OpenedStore {
 /// empty.
 [[nodiscard]] OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& model);
 
+/// What a file's header says it is.
+enum class StoreContent : std::uint8_t { nothing, store };
+
+/// Begins to read the file, so this is where a file that is no database shows. Throws for another
+/// program's database and for a later version's store.
+[[nodiscard]] StoreContent contentOf(Connection& connection, const std::string& path);
+
+/// Throws when the file may only be read.
+void requireWritable(const Connection& connection, const std::string& path);
+
+/// A connection that creates and changes nothing, in a transaction that reads the store. Throws
+/// when there is none.
+[[nodiscard]] std::unique_ptr<Connection> openForReading(const std::string& path);
+
 /// A store's metadata, read through a connection of its own that creates nothing.
 [[nodiscard]] foundation::ValueDictionary metadataOfFile(const foundation::URL& url);
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "CoreData/SQLite/SideLock.h"
+#include "CoreData/SQLite/StoreFile.h"
 #include "Foundation/Values/Error.h"
 
 namespace coredata {
@@ -24,7 +25,8 @@ class Connection;
 /// Threading: by one thread at a time, the one inside the store's writer gate.
 class WriteAheadLog {
  public:
-  explicit WriteAheadLog(const std::string& storePath) : lock_(storePath + "-lock") {}
+  explicit WriteAheadLog(const std::string& storePath)
+      : lock_(storePath + std::string(kLogLockSuffix)) {}
 
   /// Says that the store keeps a rollback journal instead; everything below then does nothing.
   void disable() noexcept { enabled_ = false; }

@@ -7,7 +7,6 @@
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreCore.h"
 #include "CoreData/SQLite/StoreMarks.h"
-#include "CoreData/SQLite/StoreSchema.h"
 #include "absl/container/flat_hash_map.h"
 
 namespace coredata {
@@ -187,10 +186,7 @@ void WriteTransaction::commitOrAbandon() {
 void WriteTransaction::overwriteFailedCommit() noexcept {
   try {
     const ConnectionLease other = core().lease();
-    other->beginWriting();
-    // Sets the number to what it is, which writes a page.
-    other->execute(("PRAGMA user_version=" + std::to_string(kStoreFormatVersion)).c_str());
-    other->commit();
+    other->commitUnchanged();
   } catch (const std::exception&) {
     // A disk that fails this too leaves it open whether the save will turn up.
   }

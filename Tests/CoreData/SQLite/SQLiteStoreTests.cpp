@@ -3,8 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <fstream>
+#include <filesystem>
 
 #include "CoreData/Model/ModelBuilder.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
@@ -21,18 +20,11 @@ using coredata::StoreOptions;
 using foundation::Ref;
 using foundation::Value;
 using foundation::ValueDictionary;
+using shelf::readFile;
 using shelf::StoreFile;
+using shelf::writeFile;
 
 std::int64_t code(StoreErrorCode value) { return static_cast<std::int64_t>(value); }
-
-void writeFile(const std::string& path, std::string_view content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
-
-std::string readFile(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 /// Whether the log has no header, without which none of its pages counts.
 bool hasEmptyLog(const StoreFile& file) {
@@ -42,14 +34,6 @@ bool hasEmptyLog(const StoreFile& file) {
 unsigned modeOf(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
-}
-
-std::vector<std::string> filesIn(const StoreFile& file) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(file.directory()))
-    names.push_back(entry.path().filename().string());
-  std::ranges::sort(names);
-  return names;
 }
 
 std::int64_t openError(const StoreFile& file) {
@@ -437,7 +421,7 @@ TEST(SQLiteStore, WritesAScratchFileWithNothingBesideIt) {
     EXPECT_EQ(record.file, "");
     EXPECT_NE(record.operation, support::FileOperation::sync);
   }
-  EXPECT_EQ(filesIn(file), std::vector<std::string>{"shelf.sqlite"});
+  EXPECT_EQ(file.names(), std::vector<std::string>{"shelf.sqlite"});
   ReadSession again(file.open());
   EXPECT_EQ(shelf::titleOf(again, 1), "Emma");
 }

@@ -1,5 +1,7 @@
 #include "Tests/CoreData/SQLite/StoreFixture.h"
 
+#include <algorithm>
+#include <fstream>
 #include <stdexcept>
 
 #include "CoreData/Model/ModelBuilder.h"
@@ -51,6 +53,14 @@ StoreOptions StoreFile::options() const {
   options.bundleIdentifier = "test.shelf";
   options.busyTimeout = std::chrono::milliseconds(50);
   return options;
+}
+
+std::vector<std::string> StoreFile::names() const {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(directory()))
+    names.push_back(entry.path().filename().string());
+  std::ranges::sort(names);
+  return names;
 }
 
 Ref<SQLiteStore> StoreFile::open() const { return open(options()); }
@@ -112,6 +122,15 @@ std::string titleOf(ReadSession& session, ObjectKey key) {
   const SQLiteStore& store = *session.store();
   const Ref<Row> row = session.row(entity(store, "Book"), key);
   return row ? std::string(row->text(slot(store, "title"))) : "-";
+}
+
+std::string readFile(const std::string& path) {
+  std::ifstream stream(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void writeFile(const std::string& path, std::string_view content) {
+  std::ofstream(path, std::ios::binary) << content;
 }
 
 std::vector<std::string> query(const std::string& path, const std::string& sql) {

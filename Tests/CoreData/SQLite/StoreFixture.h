@@ -25,6 +25,8 @@ class StoreFile {
   [[nodiscard]] const std::filesystem::path& directory() const { return directory_.path(); }
   [[nodiscard]] std::string path() const { return (directory_.path() / "shelf.sqlite").string(); }
   [[nodiscard]] foundation::URL url() const { return foundation::URL::fileURL(path()); }
+  /// What lies in the directory, sorted.
+  [[nodiscard]] std::vector<std::string> names() const;
   /// With history, and without patience.
   [[nodiscard]] coredata::StoreOptions options() const;
   [[nodiscard]] foundation::Ref<coredata::SQLiteStore> open() const;
@@ -56,6 +58,10 @@ coredata::ObjectKey insertBook(coredata::ReadSession& session, Title title,
 /// Runs SQL on a file through a connection of its own, as a person with a shell would; one line for
 /// each row, columns separated by "|".
 std::vector<std::string> query(const std::string& path, const std::string& sql);
+
+/// Only for files that nobody has open: closing one would take SQLite's locks away.
+[[nodiscard]] std::string readFile(const std::string& path);
+void writeFile(const std::string& path, std::string_view content);
 
 using support::errorCode;
 

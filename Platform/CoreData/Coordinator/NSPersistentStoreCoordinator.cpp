@@ -7,6 +7,7 @@
 #include "CoreData/Coordinator/ObjectIDTable.h"
 #include "CoreData/Coordinator/StoreError.h"
 #include "CoreData/Fetching/FetchPlanCache.h"
+#include "CoreData/SQLite/SQLiteStoreError.h"
 #include "Foundation/Files/Bundle.h"
 
 namespace coredata {
@@ -30,6 +31,26 @@ std::optional<ObjectKey> permanentKey(std::string_view text) noexcept {
 }
 
 bool namesSameFile(const URL& a, const URL& b) { return a.absoluteString() == b.absoluteString(); }
+
+void requireSQLite(std::string_view type) {
+  if (type == NSSQLiteStoreType) return;
+  throw coordinatorError(
+      CoordinatorErrorCode::invalidType,
+      "There is no store type \"" + std::string(type) + "\"; stores are of type SQLite.");
+}
+
+NSPersistentStoreDescription describedStore(const URL& url,
+                                            const foundation::ValueDictionary& options) {
+  NSPersistentStoreDescription description(url);
+  for (const auto& [key, value] : options) description.setOption(value, key);
+  return description;
+}
+
+void requireWritable(const URL& url, const foundation::ValueDictionary& options) {
+  if (!describedStore(url, options).isReadOnly()) return;
+  throw storeError(StoreErrorCode::notWritable,
+                   "The store " + url.absoluteString() + " may only be read, not written.");
+}
 
 StoreOptions storeOptions(const NSPersistentStoreDescription& description) {
   StoreOptions options(*description.url());
@@ -74,11 +95,7 @@ Ref<NSPersistentStore> NSPersistentStoreCoordinator::store() const {
 
 Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
     const NSPersistentStoreDescription& description) {
-  if (description.type() != NSSQLiteStoreType) {
-    throw coordinatorError(
-        CoordinatorErrorCode::invalidType,
-        "There is no store type \"" + description.type() + "\"; stores are of type SQLite.");
-  }
+  requireSQLite(description.type());
   if (!description.url()) {
     throw coordinatorError(CoordinatorErrorCode::noStore,
                            "The store description says no location.");
@@ -101,6 +118,34 @@ Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
   return state_->store;
 }
 
+Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
+    std::string_view type, const std::optional<std::string>& configuration, const URL& url,
+    const foundation::ValueDictionary& options) {
+  NSPersistentStoreDescription description = describedStore(url, options);
+  description.setType(std::string(type));
+  description.setConfiguration(configuration);
+  return addPersistentStore(description);
+}
+
+// Members, as adding and removing are: callers ask a coordinator of their own for it.
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
+void NSPersistentStoreCoordinator::destroyPersistentStore(
+    const URL& at, std::string_view type, const foundation::ValueDictionary& options) const {
+  requireSQLite(type);
+  requireWritable(at, options);
+  SQLiteStore::destroy(at);
+}
+
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
+void NSPersistentStoreCoordinator::replacePersistentStore(
+    const URL& at, const foundation::ValueDictionary& destinationOptions,
+    const URL& withPersistentStoreFrom, const foundation::ValueDictionary& /*sourceOptions*/,
+    std::string_view type) const {
+  requireSQLite(type);
+  requireWritable(at, destinationOptions);
+  SQLiteStore::replace(at, withPersistentStoreFrom);
+}
+
 void NSPersistentStoreCoordinator::removePersistentStore(const Ref<NSPersistentStore>& store) {
   if (!store || this->store() != store) {
     throw coordinatorError(CoordinatorErrorCode::foreignStore,
@@ -117,12 +162,8 @@ void NSPersistentStoreCoordinator::removePersistentStore(const Ref<NSPersistentS
 }
 
 foundation::ValueDictionary NSPersistentStoreCoordinator::metadataForPersistentStore(
-    std::string_view type, const URL& url) {
-  if (type != NSSQLiteStoreType) {
-    throw coordinatorError(
-        CoordinatorErrorCode::invalidType,
-        "There is no store type \"" + std::string(type) + "\"; stores are of type SQLite.");
-  }
+    std::string_view type, const URL& url, const foundation::ValueDictionary& /*options*/) {
+  requireSQLite(type);
   return SQLiteStore::metadataAt(url);
 }
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -37,14 +38,34 @@ class NSPersistentStoreCoordinator final : public foundation::Object {
   /// that was there is left as it was.
   foundation::Ref<NSPersistentStore> addPersistentStore(
       const NSPersistentStoreDescription& description);
+  /// The same with everything said apart. A read-only store is asked for by an option.
+  foundation::Ref<NSPersistentStore> addPersistentStore(
+      std::string_view type, const std::optional<std::string>& configuration,
+      const foundation::URL& url, const foundation::ValueDictionary& options = {});
   /// Closes the store. Its objects read as absent from then on, and pending changes can no longer
   /// be saved. Throws for a store that is not this coordinator's.
   void removePersistentStore(const foundation::Ref<NSPersistentStore>& store);
 
-  /// A store's metadata, read without creating, changing or disturbing anything. Throws when it
-  /// cannot be read.
+  /// Removes a store with everything beside it. One that is missing is fine; one that somebody has
+  /// open, this coordinator included, is not. Throws with the store in place. No option says
+  /// anything about it but reading only, which forbids it.
+  void destroyPersistentStore(const foundation::URL& at, std::string_view type,
+                              const foundation::ValueDictionary& options = {}) const;
+  /// Gives one store the content of another, in one step. Whoever has it open has to close it and
+  /// open it again. Throws before anything is touched when the other is no store, and
+  /// `StoreErrorCode::changedMeanwhile` when this thread claimed the store, read it, and somebody
+  /// wrote to it since. Of the options, reading only forbids it to the destination.
+  void replacePersistentStore(const foundation::URL& at,
+                              const foundation::ValueDictionary& destinationOptions,
+                              const foundation::URL& withPersistentStoreFrom,
+                              const foundation::ValueDictionary& sourceOptions,
+                              std::string_view type) const;
+
+  /// A store's metadata, read without creating, changing or disturbing anything, whatever the
+  /// options. Throws when it cannot be read.
   [[nodiscard]] static foundation::ValueDictionary metadataForPersistentStore(
-      std::string_view type, const foundation::URL& url);
+      std::string_view type, const foundation::URL& url,
+      const foundation::ValueDictionary& options = {});
 
   /// The identifier that a permanent URI names; none for anything else: another scheme, store or
   /// entity, a number that is no key, a longer path, a query, a fragment, a temporary URI. Looks up

@@ -24,6 +24,8 @@ std::size_t placeOf(const std::vector<Named>& sorted, std::string_view name) {
 
 }  // namespace
 
+Ref<NSManagedObjectModel> NSManagedObjectModel::empty() { return ModelBuilder::build({}); }
+
 Ref<NSManagedObjectModel> ModelBuilder::build(ModelSource source) {
   source.normalize();
   checkModel(source);

@@ -19,6 +19,8 @@ namespace coredata {
 /// them. Immutable from birth, so it may be shared by any threads. Every load gives a new model.
 class NSManagedObjectModel final : public foundation::Object {
  public:
+  /// A model of no entities, for a coordinator that only moves files.
+  [[nodiscard]] static foundation::Ref<NSManagedObjectModel> empty();
   /// Reads a compiled model: a `.mom` or `.omo` file, or a `.momd` directory, of which the current
   /// version is read. None when there is nothing readable there: missing, damaged (magic, version,
   /// checksum and all bounds are checked) or written by a newer compiler. `why`, if given, receives

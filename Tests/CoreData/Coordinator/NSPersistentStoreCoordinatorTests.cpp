@@ -136,6 +136,71 @@ TEST_F(Coordinators, OpenAScratchStoreAndDeferItsIndexes) {
   EXPECT_FALSE(store->engine()->options().buildsIndexes);
 }
 
+TEST_F(Coordinators, AddAStoreWithEverythingSaidApart) {
+  coordinator = make<NSPersistentStoreCoordinator>(
+      coredata::modelFromSource(R"({"entities": {"Bed": {}}, "configurations": {"Local": "*"}})"));
+  coordinator->addPersistentStore(description());
+  coordinator->removePersistentStore(coordinator->store());
+
+  const auto store = coordinator->addPersistentStore(
+      coredata::NSSQLiteStoreType, "Local", url(),
+      {{std::string(coredata::NSReadOnlyPersistentStoreOption), true}});
+
+  EXPECT_EQ(store->configurationName(), "Local");
+  EXPECT_TRUE(store->engine()->options().readOnly);
+  EXPECT_EQ(errorCode([&] {
+              coordinator->addPersistentStore("InMemory", std::nullopt, url("other.sqlite"));
+            }),
+            number(CoordinatorErrorCode::invalidType));
+}
+
+TEST_F(Coordinators, DestroyAStoreOnceNobodyHasItOpen) {
+  const auto mover = make<NSPersistentStoreCoordinator>(coredata::NSManagedObjectModel::empty());
+  coordinator->addPersistentStore(description());
+  coordinator->removePersistentStore(coordinator->store());
+
+  mover->destroyPersistentStore(url(), coredata::NSSQLiteStoreType);
+
+  EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+}
+
+TEST_F(Coordinators, ReplaceAStore) {
+  const auto mover = make<NSPersistentStoreCoordinator>(coredata::NSManagedObjectModel::empty());
+  const std::string other = coordinator->addPersistentStore(description("other"))->identifier();
+  coordinator->removePersistentStore(coordinator->store());
+  coordinator->addPersistentStore(description());
+  coordinator->removePersistentStore(coordinator->store());
+
+  mover->replacePersistentStore(url(), {}, url("other"), {}, coredata::NSSQLiteStoreType);
+
+  EXPECT_EQ(coordinator->addPersistentStore(description())->identifier(), other);
+}
+
+TEST_F(Coordinators, NeitherDestroyNorReplaceWhatMayOnlyBeRead) {
+  const foundation::ValueDictionary readOnly{
+      {std::string(coredata::NSReadOnlyPersistentStoreOption), true}};
+  coordinator->addPersistentStore(description("other"));
+  coordinator->removePersistentStore(coordinator->store());
+  const std::string identifier = coordinator->addPersistentStore(description())->identifier();
+
+  EXPECT_EQ(errorCode([&] {
+              coordinator->destroyPersistentStore(url(), coredata::NSSQLiteStoreType, readOnly);
+            }),
+            number(StoreErrorCode::notWritable));
+  EXPECT_EQ(errorCode([&] {
+              coordinator->replacePersistentStore(url(), readOnly, url("other"), {},
+                                                  coredata::NSSQLiteStoreType);
+            }),
+            number(StoreErrorCode::notWritable));
+  EXPECT_EQ(errorCode([&] { coordinator->destroyPersistentStore(url(), "InMemory"); }),
+            number(CoordinatorErrorCode::invalidType));
+  EXPECT_EQ(errorCode([&] {
+              coordinator->replacePersistentStore(url(), {}, url("other"), {}, "InMemory");
+            }),
+            number(CoordinatorErrorCode::invalidType));
+  EXPECT_EQ(*coordinator->store()->metadata().at("NSStoreUUID").text(), identifier);
+}
+
 TEST_F(Coordinators, ReadTheMetadataOfAStoreInUse) {
   const auto store = coordinator->addPersistentStore(description());
 

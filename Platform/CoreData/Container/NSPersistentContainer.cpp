@@ -1,10 +1,22 @@
 #include "CoreData/Container/NSPersistentContainer.h"
 
+#include "CoreData/Container/AutomaticMigration.h"
+
 namespace coredata {
 
 using foundation::Error;
 using foundation::make;
 using foundation::Ref;
+
+namespace {
+
+bool wantsMigration(const NSPersistentStoreDescription& description) {
+  return description.url() && description.type() == NSSQLiteStoreType &&
+         description.shouldMigrateStoreAutomatically() &&
+         description.shouldInferMappingModelAutomatically() && !description.isReadOnly();
+}
+
+}  // namespace
 
 NSPersistentContainer::NSPersistentContainer(std::string name,
                                              Ref<const NSManagedObjectModel> managedObjectModel)
@@ -29,6 +41,9 @@ void NSPersistentContainer::loadPersistentStores(
   for (const NSPersistentStoreDescription& description : std::vector(descriptions_)) {
     std::optional<Error> failure;
     try {
+      if (wantsMigration(description)) {
+        migrateAutomatically(*description.url(), coordinator_->sharedManagedObjectModel());
+      }
       coordinator_->addPersistentStore(description);
     } catch (const Error& error) {
       failure = error;

@@ -31,6 +31,10 @@ class NSPersistentStoreCoordinator final : public foundation::Object {
       foundation::Ref<const NSManagedObjectModel> managedObjectModel);
 
   [[nodiscard]] const NSManagedObjectModel& managedObjectModel() const noexcept { return *model_; }
+  [[nodiscard]] const foundation::Ref<const NSManagedObjectModel>& sharedManagedObjectModel()
+      const noexcept {
+    return model_;
+  }
   [[nodiscard]] std::vector<foundation::Ref<NSPersistentStore>> persistentStores() const;
 
   /// Opens the store of the description, creating the file (not its directory) if it is missing.

@@ -1,0 +1,128 @@
+#include "CoreDataStack/CoreDataMigrator.h"
+
+#include <chrono>
+#include <optional>
+
+#include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
+#include "CoreData/Migration/NSMigrationManager.h"
+#include "CoreData/SQLite/StoreClaim.h"
+#include "CoreDataStack/CoreDataMigratorError.h"
+#include "CoreDataStack/MigrationSpace.h"
+#include "CoreDataStack/MurtelleMigrationPolicyV6toV7.h"
+#include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
+#include "CoreDataStack/SetAsidePhotos.h"
+#include "Foundation/Files/Bundle.h"
+#include "Foundation/Files/FileManager.h"
+#include "Foundation/Progress/Progress.h"
+#include "Foundation/Values/UUID.h"
+
+namespace coredatastack {
+
+using coredata::NSManagedObjectModel;
+using coredata::NSMigrationManager;
+using coredata::NSPersistentStoreCoordinator;
+using coredata::NSSQLiteStoreType;
+using foundation::make;
+using foundation::Progress;
+using foundation::Ref;
+using foundation::URL;
+using foundation::ValueDictionary;
+
+namespace {
+
+/// Longer than any migration of a person's store takes.
+constexpr std::chrono::minutes kClaimLimit{5};
+
+CoreDataMigratorError unknownStoreVersion(const URL& store) {
+  return CoreDataMigratorError::unknownStoreVersion("unknown store version at URL " +
+                                                    store.description());
+}
+
+URL newTemporaryStore() {
+  const URL directory = URL::fileURL(foundation::NSTemporaryDirectory());
+  return directory.appendingPathComponent(foundation::UUID().uuidString());
+}
+
+void migrate(const URL& from, const CoreDataMigrationStep& step, const URL& to) {
+  const auto manager = make<NSMigrationManager>(step.sourceModel, step.destinationModel);
+  manager->migrateStore(from, NSSQLiteStoreType, {}, step.mappingModel, to, NSSQLiteStoreType, {});
+}
+
+}  // namespace
+
+CoreDataMigrator::CoreDataMigrator() { MurtelleMigrationPolicyV6toV7::registerClass(); }
+
+void CoreDataMigrator::migrateStore(const URL& at, const CoreDataMigrationVersion& to) {
+  if (!storeMetadata(at)) throw unknownStoreVersion(at);
+  coredata::StoreClaim claim(at, kClaimLimit);
+  checkpointStore(at);
+  const std::vector<CoreDataMigrationStep> steps = migrationSteps(at, to);
+  std::optional<SetAsidePhotos> photos;
+  if (!steps.empty()) {
+    claim.markRead();
+    photos = SetAsidePhotos::ofStore(at);
+    if (photos) photos->putBack();
+  }
+  // Putting the new store in place counts as a step.
+  const auto progress = Progress::progress(static_cast<std::int64_t>(steps.size()) + 1);
+  URL current = at;
+  for (const CoreDataMigrationStep& step : steps) {
+    requireSpaceForStep(current, step);
+    const URL destination = newTemporaryStore();
+    progress->performAsCurrent(1, [&] { migrate(current, step, destination); });
+    if (current != at) destroyStore(current);
+    current = destination;
+  }
+  if (current != at) {
+    coredata::SQLiteStore::buildIndexes(coredata::StoreOptions(current),
+                                        steps.back().destinationModel);
+    requireSpaceForReplacement(at, current);
+  }
+  replaceStore(at, current);
+  if (current != at) destroyStore(current);
+  if (photos) photos->discard();
+  progress->setCompletedUnitCount(progress->totalUnitCount());
+}
+
+bool CoreDataMigrator::requiresMigration(const URL& at, const CoreDataMigrationVersion& to) const {
+  const std::optional<ValueDictionary> metadata = storeMetadata(at);
+  return metadata && CoreDataMigrationVersion::storeVersion(*metadata) != to;
+}
+
+void CoreDataMigrator::checkpointStore(const URL& at) const {
+  const std::optional<ValueDictionary> metadata = storeMetadata(at);
+  if (!metadata) return;
+  const auto models = foundation::Bundle::main().urls("momd");
+  const Ref<const NSManagedObjectModel> model =
+      NSManagedObjectModel::mergedModel(models, *metadata);
+  if (!model) return;
+  const auto coordinator = make<NSPersistentStoreCoordinator>(model);
+  const ValueDictionary pragmas{{"journal_mode", "DELETE"}};
+  const auto store =
+      addSQLiteStore(*coordinator, at, {{std::string(coredata::NSSQLitePragmasOption), pragmas}});
+  coordinator->removePersistentStore(store);
+}
+
+std::vector<CoreDataMigrationStep> CoreDataMigrator::migrationSteps(
+    const URL& forStoreAt, const CoreDataMigrationVersion& to) const {
+  const std::optional<ValueDictionary> metadata = storeMetadata(forStoreAt);
+  if (!metadata) throw unknownStoreVersion(forStoreAt);
+  const auto version = CoreDataMigrationVersion::storeVersion(*metadata);
+  if (!version) throw unknownStoreVersion(forStoreAt);
+  return migrationSteps(*version, to);
+}
+
+std::vector<CoreDataMigrationStep> CoreDataMigrator::migrationSteps(
+    const CoreDataMigrationVersion& from, const CoreDataMigrationVersion& to) const {
+  std::vector<CoreDataMigrationStep> steps;
+  CoreDataMigrationVersion current = from;
+  while (current != to) {
+    const auto next = current.next();
+    if (!next) break;
+    steps.emplace_back(current, *next);
+    current = *next;
+  }
+  return steps;
+}
+
+}  // namespace coredatastack

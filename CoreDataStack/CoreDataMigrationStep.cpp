@@ -1,5 +1,7 @@
 #include "CoreDataStack/CoreDataMigrationStep.h"
 
+#include <vector>
+
 #include "CoreDataStack/NSManagedObjectModel+Migration.h"
 #include "Foundation/Files/Bundle.h"
 #include "Foundation/Values/Error.h"
@@ -10,12 +12,18 @@ namespace coredatastack {
 using coredata::NSManagedObjectModel;
 using coredata::NSMappingModel;
 using foundation::Ref;
+using foundation::URL;
 
 namespace {
 
 // Crash reports are grouped by this position. It is not this file's and never changes.
 constexpr std::string_view kReportedSource = "CoreDataStack/CoreDataMigrationStep";
 constexpr int kNoMappingLine = 17;
+
+[[noreturn]] void stopWithoutMapping() {
+  // The word "modal" is part of the message that support staff search for.
+  foundation::fatalError("Expected modal mapping not present", kReportedSource, kNoMappingLine);
+}
 
 Ref<const NSMappingModel> inferred(const NSManagedObjectModel& source,
                                    const NSManagedObjectModel& destination) {
@@ -26,10 +34,19 @@ Ref<const NSMappingModel> inferred(const NSManagedObjectModel& source,
   }
 }
 
+/// The main bundle's mapping models. A damaged one may be the one that is wanted: going on without
+/// it would infer a mapping, which loses what the explicit one carries over.
+std::vector<URL> readableMappings() {
+  std::vector<URL> mappings = foundation::Bundle::main().urls("cdm");
+  for (const URL& url : mappings) {
+    if (!NSMappingModel::contentsOf(url)) stopWithoutMapping();
+  }
+  return mappings;
+}
+
 Ref<const NSMappingModel> mapping(const NSManagedObjectModel& source,
                                   const NSManagedObjectModel& destination) {
-  const auto compiled = foundation::Bundle::main().urls("cdm");
-  if (auto explicitMapping = NSMappingModel::from(compiled, source, destination)) {
+  if (auto explicitMapping = NSMappingModel::from(readableMappings(), source, destination)) {
     return explicitMapping;
   }
   return inferred(source, destination);
@@ -42,10 +59,7 @@ CoreDataMigrationStep::CoreDataMigrationStep(const CoreDataMigrationVersion& fro
     : sourceModel(model(from.rawValue())),
       destinationModel(model(to.rawValue())),
       mappingModel(mapping(*sourceModel, *destinationModel)) {
-  // The word "modal" is part of the message that support staff search for.
-  if (!mappingModel) {
-    foundation::fatalError("Expected modal mapping not present", kReportedSource, kNoMappingLine);
-  }
+  if (!mappingModel) stopWithoutMapping();
 }
 
 }  // namespace coredatastack

@@ -9,7 +9,8 @@ namespace coredatastack {
 /// From one version to the next.
 struct CoreDataMigrationStep {
   /// Loads both models, and takes the mapping model that the main bundle has for them; without one
-  /// it is inferred. Stops the process when it cannot be inferred.
+  /// it is inferred. Stops the process when it cannot be inferred, and when the main bundle has a
+  /// mapping model that cannot be read: it may have been the one.
   CoreDataMigrationStep(const CoreDataMigrationVersion& from, const CoreDataMigrationVersion& to);
 
   foundation::Ref<const coredata::NSManagedObjectModel> sourceModel;

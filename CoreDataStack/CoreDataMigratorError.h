@@ -18,7 +18,7 @@ class CoreDataMigratorError final : public foundation::EnumError<CoreDataMigrato
   static constexpr std::string_view kCaseNames[] = {"unableToMigrate", "unknownStoreVersion"};
 
   [[nodiscard]] static CoreDataMigratorError unableToMigrate(const foundation::Error& underlying) {
-    return CoreDataMigratorError(Case::unableToMigrate, underlying.description());
+    return CoreDataMigratorError(Case::unableToMigrate, underlying.clone());
   }
   [[nodiscard]] static CoreDataMigratorError unknownStoreVersion(std::string message) {
     return CoreDataMigratorError(Case::unknownStoreVersion, std::move(message));

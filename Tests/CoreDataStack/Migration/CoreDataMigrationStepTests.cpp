@@ -84,4 +84,16 @@ TEST_F(MigrationStepDeathTest, StopsTheProcessWhereNoMappingCanBeFound) {
   coredatastack::setModelBundleIdentifier(before);
 }
 
+TEST_F(MigrationStepDeathTest, StopsTheProcessOverADamagedMapping) {
+  // Inferring one instead would drop the names of version 6's photos without a word.
+  std::filesystem::create_directories(place_.directory() / "damaged");
+  std::ofstream(place_.directory() / "damaged" / "6 to 7.cdm") << "no mapping";
+  Bundle::setMain(*Bundle::at(place_.at("damaged")));
+
+  EXPECT_DEATH(
+      CoreDataMigrationStep(CoreDataMigrationVersion::version6, CoreDataMigrationVersion::version7),
+      "^CoreDataStack/CoreDataMigrationStep:17: Fatal error: Expected modal mapping not "
+      "present\n$");
+}
+
 }  // namespace

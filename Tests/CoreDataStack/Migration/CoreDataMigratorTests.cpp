@@ -11,10 +11,12 @@
 #include "CoreData/Migration/MigrationError.h"
 #include "CoreData/Model/ModelBuilder.h"
 #include "CoreDataStack/CoreDataMigratorError.h"
+#include "CoreDataStack/MigrationSpace.h"
 #include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
 #include "Foundation/Files/Bundle.h"
 #include "Foundation/Progress/Progress.h"
 #include "Tests/Support/ErrorCode.h"
+#include "Tests/Support/FaultyFileSystem.h"
 #include "Tests/Support/MigrationPlace.h"
 
 namespace {
@@ -243,6 +245,32 @@ TEST_F(Migrator, LeavesTheStoreAsItWasWhenItIsStopped) {
   EXPECT_EQ(code, support::number(coredata::MigrationErrorCode::cancelled));
   EXPECT_EQ(bytes(), before);
   EXPECT_EQ(version(), Version::version1);
+}
+
+TEST_F(Migrator, SaysBeforeAStepThatTheDiskHasNoRoomForIt) {
+  addStore(Version::version1);
+  const std::string before = bytes();
+  support::FaultyFileSystem files;
+  files.setAvailableBytes(2 * before.size() - 1);
+
+  const auto code =
+      support::errorCode([&] { migrator_.migrateStore(place_.storeURL(), Version::version7); });
+
+  EXPECT_EQ(code, support::number(coredata::MigrationErrorCode::noSpace));
+  EXPECT_EQ(bytes(), before);
+  EXPECT_TRUE(place_.temporaryFiles().empty());
+}
+
+TEST_F(Migrator, CountsThePhotosThatAStepFoldsIntoTheStore) {
+  addStore(Version::version6);
+  const CoreDataMigrationStep earlier(Version::version5, Version::version6);
+  const CoreDataMigrationStep last(Version::version6, Version::version7);
+  const auto store = coredatastack::spaceOfStore(place_.storeURL());
+  place_.addPhotoFile("a.jpg", std::string(1000, 'a'));
+  place_.addPhotoFile("2024/b.jpg", std::string(500, 'b'));
+
+  EXPECT_EQ(coredatastack::spaceForStep(place_.storeURL(), earlier), 2 * store);
+  EXPECT_EQ(coredatastack::spaceForStep(place_.storeURL(), last), 2 * store + 1500);
 }
 
 TEST_F(Migrator, DiscardsThePhotosFilesOnceTheStoreHasThem) {

@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
+#include <stb/stb_image.h>
 
 #include <cmath>
 #include <map>
+#include <memory>
+#include <tuple>
 
 #include "Tests/UIKit/Samples.h"
 #include "UIKit/UIImage.h"
@@ -39,6 +42,31 @@ TEST(JPEGWriting, KeepsTheSizeAndNearlyEveryColour) {
 
   ASSERT_TRUE(read.has_value()) << read.error().description();
   EXPECT_LE(largestDifference(*read, image), 3);
+}
+
+TEST(JPEGWriting, OpensInAnotherMakersDecoder) {
+  // Columns that change from pixel to pixel: with colours at half the resolution they would run
+  // into each other.
+  const UIImage image = samples::picture(61, 33, [](std::size_t x, std::size_t y) {
+    return x % 2 == 0 ? Colour{220, 40, static_cast<int>(y)} : Colour{30, 60, 200};
+  });
+  const Data file = written(image);
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+
+  const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> decoded(
+      stbi_load_from_memory(file.bytes().data(), static_cast<int>(file.bytes().size()), &width,
+                            &height, &channels, 3),
+      &stbi_image_free);
+
+  ASSERT_TRUE(decoded) << stbi_failure_reason();
+  EXPECT_EQ(std::tuple(width, height, channels), std::tuple(61, 33, 3));
+  const auto read = samples::picture(61, 33, [&](std::size_t x, std::size_t y) {
+    const stbi_uc* pixel = decoded.get() + 3 * (y * 61 + x);
+    return Colour{pixel[0], pixel[1], pixel[2]};
+  });
+  EXPECT_LE(largestDifference(read, image), 4);
 }
 
 TEST(JPEGWriting, TellsTheSizeInTheFrame) {

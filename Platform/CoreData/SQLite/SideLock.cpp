@@ -49,7 +49,7 @@ SideLock::Guard SideLock::lock(std::chrono::milliseconds limit) const {
 }
 
 void SideLock::removeFile() const noexcept {
-  static_cast<void>(FileSystem::current().unlink(AT_FDCWD, path_.c_str(), 0));
+  [[maybe_unused]] const auto removed = FileSystem::current().unlink(AT_FDCWD, path_.c_str(), 0);
 }
 
 }  // namespace coredata

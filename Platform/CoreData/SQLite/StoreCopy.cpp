@@ -42,11 +42,16 @@ IncomingStore::File::File(std::string place) : path(std::move(place)) {
 IncomingStore::File::~File() {
   const auto remove = [](const std::string& name) {
     // What stays is removed by the next one.
-    static_cast<void>(foundation::FileSystem::current().unlink(AT_FDCWD, name.c_str(), 0));
+    [[maybe_unused]] const auto removed =
+        foundation::FileSystem::current().unlink(AT_FDCWD, name.c_str(), 0);
   };
   remove(path);
   for (const std::string_view companion : kCompanions) remove(path + std::string(companion));
 }
+
+IncomingStore::~IncomingStore() = default;
+
+void IncomingStore::close() noexcept { connection_.reset(); }
 
 IncomingStore::IncomingStore(const std::string& destination, Connection& from,
                              const HistoryPosition& floor, Durability durability)

@@ -53,11 +53,14 @@ class IncomingStore {
   /// Its later transactions exceed `floor` in number and stamp.
   IncomingStore(const std::string& destination, Connection& from, const HistoryPosition& floor,
                 Durability durability);
+  ~IncomingStore();
+  IncomingStore(const IncomingStore&) = delete;
+  IncomingStore& operator=(const IncomingStore&) = delete;
 
   [[nodiscard]] Connection& connection() noexcept { return *connection_; }
   [[nodiscard]] const std::string& path() const noexcept { return file_.path; }
   /// Leaves the finished file.
-  void close() noexcept { connection_.reset(); }
+  void close() noexcept;
 
  private:
   /// Takes away what an earlier one left that was killed.

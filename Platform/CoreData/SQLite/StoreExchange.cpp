@@ -20,8 +20,8 @@ class Renames {
   ~Renames() {
     for (auto rename = done_.rbegin(); rename != done_.rend(); ++rename) {
       // Whoever is here already throws the failure that made them go back.
-      static_cast<void>(FileSystem::current().rename(AT_FDCWD, rename->second.c_str(), AT_FDCWD,
-                                                     rename->first.c_str()));
+      [[maybe_unused]] const auto undone = FileSystem::current().rename(
+          AT_FDCWD, rename->second.c_str(), AT_FDCWD, rename->first.c_str());
     }
   }
   Renames(const Renames&) = delete;
@@ -44,6 +44,7 @@ class Renames {
 /// which belong together, and nothing is taken for the log of a new store.
 std::vector<std::string> partsOf(const std::string& path) {
   std::vector<std::string> parts;
+  parts.reserve(kCompanions.size() + 1);
   for (const std::string_view companion : kCompanions)
     parts.push_back(path + std::string(companion));
   parts.push_back(path);

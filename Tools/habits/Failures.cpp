@@ -37,6 +37,8 @@ std::string remedyFor(const foundation::Error& error, const std::string& storePa
     case StoreErrorCode::replaced:
     case StoreErrorCode::removed:
       return "Another program exchanged the file meanwhile. Try again.";
+    case StoreErrorCode::changedMeanwhile:
+      return "Another program wrote to it meanwhile. Try again; it was left as it is.";
     case StoreErrorCode::invalidOption:
     case StoreErrorCode::forked:
     case StoreErrorCode::keysExhausted:

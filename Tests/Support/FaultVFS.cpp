@@ -54,6 +54,7 @@ struct FaultVFSCalls {
   }
   static int sync(sqlite3_file* f, int flags) {
     if (const int code = note(file(f), FileOperation::sync)) return code;
+    if (file(f).vfs->skipsSyncs_) return SQLITE_OK;
     return file(f).system->pMethods->xSync(file(f).system, flags);
   }
   static int fileSize(sqlite3_file* f, sqlite3_int64* size) {
@@ -120,7 +121,8 @@ struct FaultVFSCalls {
   }
   static int remove(sqlite3_vfs* vfs, const char* path, int syncDirectory) {
     if (const int code = owner(vfs).note(FileOperation::remove, path)) return code;
-    return owner(vfs).system_->xDelete(owner(vfs).system_, path, syncDirectory);
+    const int syncs = owner(vfs).skipsSyncs_ ? 0 : syncDirectory;
+    return owner(vfs).system_->xDelete(owner(vfs).system_, path, syncs);
   }
 };
 

@@ -74,6 +74,9 @@ class FaultVFS {
   /// From now on no time passes while SQLite waits for a lock: it soon gives up.
   void skipWaits() noexcept { skipsWaits_ = true; }
 
+  /// From now on nothing waits for the disk. For tests of many stores, whose machine stays alive.
+  void skipSyncs() noexcept { skipsSyncs_ = true; }
+
   [[nodiscard]] std::size_t count() const;
   [[nodiscard]] bool faultWasReached() const;
   [[nodiscard]] std::vector<Record> records() const;
@@ -97,6 +100,7 @@ class FaultVFS {
   int code_ = SQLITE_OK;
   std::function<void()> action_;
   std::atomic<bool> skipsWaits_{false};
+  std::atomic<bool> skipsSyncs_{false};
 };
 
 }  // namespace support

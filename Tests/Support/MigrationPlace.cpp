@@ -4,13 +4,13 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
 #include "CoreData/Fetching/NSFetchRequest.h"
 #include "CoreDataStack/BuildIdentifiers.h"
 #include "CoreDataStack/NSManagedObjectModel+Migration.h"
 #include "CoreDataStack/PhotoDirectories.h"
 #include "Foundation/Files/Bundle.h"
 #include "Foundation/Files/FileManager.h"
+#include "Tests/Support/StoreDump.h"
 
 namespace support {
 
@@ -59,13 +59,7 @@ std::vector<std::string> MigrationPlace::temporaryFiles() const {
 
 Ref<NSManagedObjectContext> contextOver(const URL& url,
                                         const coredatastack::CoreDataMigrationVersion& version) {
-  auto coordinator = foundation::make<coredata::NSPersistentStoreCoordinator>(
-      coredatastack::model(version.rawValue()));
-  coredata::NSPersistentStoreDescription description(url);
-  description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
-  coordinator->addPersistentStore(description);
-  return foundation::make<NSManagedObjectContext>(
-      coordinator, coredata::NSManagedObjectContextConcurrencyType::privateQueue);
+  return contextOver(url, coredatastack::model(version.rawValue()));
 }
 
 std::vector<Ref<NSManagedObject>> allObjects(NSManagedObjectContext& context,

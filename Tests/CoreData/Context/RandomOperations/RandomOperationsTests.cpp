@@ -2,13 +2,13 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <memory>
 #include <random>
 
 #include "Tests/CoreData/Context/RandomOperations/Playground.h"
+#include "Tests/Support/EnvironmentSetting.h"
 
 namespace {
 
@@ -19,11 +19,6 @@ using graph::Step;
 
 /// Making a store costs as much as running a sequence, so a few sequences share one.
 constexpr std::uint64_t kSequencesPerStage = 50;
-
-std::uint64_t setting(const char* name, std::uint64_t otherwise) {
-  const char* text = std::getenv(name);
-  return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
-}
 
 struct Failure {
   std::string what;
@@ -84,8 +79,8 @@ void reportRunning(int) {
 }
 
 TEST(RandomOperations, LeaveTwoContextsAndTheFileAsTheModelSays) {
-  const std::uint64_t master = setting("RANDOM_OPERATIONS_SEED", 20240901);
-  const std::uint64_t count = setting("RANDOM_OPERATIONS_COUNT", 2000);
+  const std::uint64_t master = support::environmentSetting("RANDOM_OPERATIONS_SEED", 20240901);
+  const std::uint64_t count = support::environmentSetting("RANDOM_OPERATIONS_COUNT", 2000);
   std::cout << "RANDOM_OPERATIONS_SEED=" << master << " RANDOM_OPERATIONS_COUNT=" << count << '\n';
   const auto before = std::signal(SIGABRT, reportRunning);
   std::unique_ptr<Stage> stage;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <random>
@@ -12,17 +11,13 @@
 #include "Foundation/Values/Error.h"
 #include "Tests/CoreData/SQLite/Query/HabitWorld.h"
 #include "Tests/CoreData/SQLite/Query/RandomPredicates.h"
+#include "Tests/Support/EnvironmentSetting.h"
 
 namespace {
 
 using coredata::ObjectKey;
 using foundation::NSCompoundPredicate;
 using foundation::NSPredicate;
-
-std::uint64_t setting(const char* name, std::uint64_t usual) {
-  const char* text = std::getenv(name);
-  return text == nullptr ? usual : std::strtoull(text, nullptr, 10);
-}
 
 /// None for a predicate that is refused because it makes no sense.
 std::optional<habits::Fetch> fetchOf(std::string_view entityName, habits::RandomPredicate made) {
@@ -54,8 +49,8 @@ std::vector<ObjectKey> allBut(const habits::World& world, const habits::Fetch& f
 TEST(PredicateAgreement, FindsInTheStoreWhatHoldsInMemory) {
   constexpr std::uint64_t kPredicatesPerWorld = 500;
   static constexpr std::array kEntities = {"Activity", "Activity", "Checkin", "Photo", "Group"};
-  const std::uint64_t seed = setting("QUERY_TEST_SEED", 20240611);
-  const std::uint64_t worlds = setting("QUERY_TEST_WORLDS", 40);
+  const std::uint64_t seed = support::environmentSetting("QUERY_TEST_SEED", 20240611);
+  const std::uint64_t worlds = support::environmentSetting("QUERY_TEST_WORLDS", 40);
   std::cout << "QUERY_TEST_SEED=" << seed << " QUERY_TEST_WORLDS=" << worlds << '\n';
   std::mt19937_64 random(seed);
   std::uint64_t refused = 0;

@@ -44,21 +44,15 @@ std::vector<URL> readableMappings() {
   return mappings;
 }
 
-Ref<const NSMappingModel> mapping(const NSManagedObjectModel& source,
-                                  const NSManagedObjectModel& destination) {
-  if (auto explicitMapping = NSMappingModel::from(readableMappings(), source, destination)) {
-    return explicitMapping;
-  }
-  return inferred(source, destination);
-}
-
 }  // namespace
 
 CoreDataMigrationStep::CoreDataMigrationStep(const CoreDataMigrationVersion& from,
                                              const CoreDataMigrationVersion& to)
     : sourceModel(model(from.rawValue())),
       destinationModel(model(to.rawValue())),
-      mappingModel(mapping(*sourceModel, *destinationModel)) {
+      mappingModel(NSMappingModel::from(readableMappings(), *sourceModel, *destinationModel)),
+      isInferred(!mappingModel) {
+  if (isInferred) mappingModel = inferred(*sourceModel, *destinationModel);
   if (!mappingModel) stopWithoutMapping();
 }
 

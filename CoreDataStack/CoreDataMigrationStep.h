@@ -16,6 +16,8 @@ struct CoreDataMigrationStep {
   foundation::Ref<const coredata::NSManagedObjectModel> sourceModel;
   foundation::Ref<const coredata::NSManagedObjectModel> destinationModel;
   foundation::Ref<const coredata::NSMappingModel> mappingModel;
+  /// Whether the mapping follows from the two models alone.
+  bool isInferred;
 };
 
 }  // namespace coredatastack

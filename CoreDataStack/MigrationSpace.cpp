@@ -16,16 +16,6 @@ using foundation::URL;
 
 namespace {
 
-void require(std::uint64_t needed, const URL& directory, const std::string& what) {
-  const std::uint64_t available = FileManager::defaultManager().availableCapacity(directory);
-  if (available >= needed) return;
-  throw coredata::migrationError(coredata::MigrationErrorCode::noSpace,
-                                 "There is not enough room on the disk " + what + ": " +
-                                     std::to_string(needed) + " bytes are needed in " +
-                                     directory.filePath().value_or(directory.absoluteString()) +
-                                     ", " + std::to_string(available) + " are free.");
-}
-
 bool foldsPhotos(const CoreDataMigrationStep& step) {
   const auto* mapping = step.mappingModel->entityMapping(MurtelleMigrationPolicyV6toV7::kPhotos);
   return mapping != nullptr &&
@@ -33,6 +23,16 @@ bool foldsPhotos(const CoreDataMigrationStep& step) {
 }
 
 }  // namespace
+
+void requireSpace(std::uint64_t needed, const URL& inDirectory, const std::string& what) {
+  const std::uint64_t available = FileManager::defaultManager().availableCapacity(inDirectory);
+  if (available >= needed) return;
+  throw coredata::migrationError(coredata::MigrationErrorCode::noSpace,
+                                 "There is not enough room on the disk " + what + ": " +
+                                     std::to_string(needed) + " bytes are needed in " +
+                                     inDirectory.filePath().value_or(inDirectory.absoluteString()) +
+                                     ", " + std::to_string(available) + " are free.");
+}
 
 std::uint64_t spaceOfStore(const URL& store) {
   const auto path = store.filePath();
@@ -50,12 +50,13 @@ std::uint64_t spaceForStep(const URL& store, const CoreDataMigrationStep& step) 
 }
 
 void requireSpaceForStep(const URL& store, const CoreDataMigrationStep& step) {
-  require(spaceForStep(store, step), FileManager::defaultManager().temporaryDirectory(),
-          "to bring the store to the next version");
+  requireSpace(spaceForStep(store, step), FileManager::defaultManager().temporaryDirectory(),
+               "to bring the store to the next version");
 }
 
 void requireSpaceForReplacement(const URL& store, const URL& by) {
-  require(spaceOfStore(by), store.deletingLastPathComponent(), "to put the new store in place");
+  requireSpace(spaceOfStore(by), store.deletingLastPathComponent(),
+               "to put the new store in place");
 }
 
 }  // namespace coredatastack

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "CoreDataStack/CoreDataMigrationStep.h"
 #include "Foundation/Values/URL.h"
@@ -14,6 +15,11 @@ namespace coredatastack {
 /// may fold photos that lie in files into it.
 [[nodiscard]] std::uint64_t spaceForStep(const foundation::URL& store,
                                          const CoreDataMigrationStep& step);
+
+/// Throws `MigrationErrorCode::noSpace` when the directory has room for fewer bytes; `what` says to
+/// what end they are needed.
+void requireSpace(std::uint64_t needed, const foundation::URL& inDirectory,
+                  const std::string& what);
 
 /// Throws `MigrationErrorCode::noSpace`, naming what is needed and what is there, when the
 /// temporary directory has not the room for the step. Better than to find out in its middle, when

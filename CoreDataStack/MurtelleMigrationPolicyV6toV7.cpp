@@ -1,7 +1,6 @@
 #include "CoreDataStack/MurtelleMigrationPolicyV6toV7.h"
 
 #include <array>
-#include <cerrno>
 #include <set>
 
 #include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
@@ -75,16 +74,6 @@ std::optional<std::string> filenameIn(const Data& text) {
   }
   const auto found = entries->find(kFilename);
   return found == entries->end() ? std::nullopt : std::optional(*found->second.text());
-}
-
-/// A name that leads out of the directory of photos, or to another file than it seems, counts as
-/// one of a file that cannot be read.
-void requireInside(const std::string& filename) {
-  const std::string path = "/" + filename + "/";
-  const bool leavesDirectory = path.find("/../") != std::string::npos;
-  if (!leavesDirectory && filename.find('\0') == std::string::npos) return;
-  throw Error(std::string(foundation::kPosixErrorDomain), EPERM,
-              "The photo file \"" + filename + "\" does not lie in the directory of photos.");
 }
 
 std::optional<std::int64_t> integer16(const Value& value) {
@@ -180,8 +169,7 @@ std::optional<std::string> MurtelleMigrationPolicyV6toV7::fold(NSManagedObject& 
   if (data.data() == nullptr) return std::nullopt;
   std::optional<std::string> filename = filenameIn(*data.data());
   if (!filename || !baseURL_) return std::nullopt;
-  requireInside(*filename);
-  const URL file = baseURL_->appendingPathComponent(std::string(kPhotoDirectory) + "/" + *filename);
+  const URL file = photoFile(*baseURL_, *filename);
   const auto path = file.filePath();
   photo.setValue(fileManager_.contents(path.value_or(file.absoluteString())), kData);
   return filename;

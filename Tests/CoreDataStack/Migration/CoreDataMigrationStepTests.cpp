@@ -39,6 +39,7 @@ TEST_F(MigrationStep, TakesTheMappingThatTheMainBundleHas) {
 
   const auto* photos = step.mappingModel->entityMapping("PhotoToPhoto");
   ASSERT_NE(photos, nullptr);
+  EXPECT_FALSE(step.isInferred);
   EXPECT_EQ(photos->entityMigrationPolicyClassName(), "MurtelleMigrationPolicyV6toV7");
   // The photos' files go when their mapping ends, so nothing that may fail comes after it.
   EXPECT_EQ(step.mappingModel->entityMappings().back().get(), photos);
@@ -51,6 +52,7 @@ TEST_F(MigrationStep, InfersTheMappingWhereTheMainBundleHasNone) {
   for (auto version = CoreDataMigrationVersion::version1; version.next();
        version = *version.next()) {
     const CoreDataMigrationStep step(version, *version.next());
+    EXPECT_TRUE(step.isInferred);
     for (const auto& mapping : step.mappingModel->entityMappings()) {
       EXPECT_EQ(mapping->entityMigrationPolicyClassName(), std::nullopt);
     }

@@ -83,7 +83,7 @@ void SetAsidePhotos::setAside(const std::set<std::string>& names) const {
 }
 
 void SetAsidePhotos::putBack() const {
-  if (!exists(aside_)) return;
+  if (!exist()) return;
   for (const std::string_view kind : kPhotoDirectories) {
     const URL from = aside_.appendingPathComponent(kind);
     if (exists(from)) merge(from, container_.appendingPathComponent(kind));
@@ -92,7 +92,9 @@ void SetAsidePhotos::putBack() const {
 }
 
 void SetAsidePhotos::discard() const {
-  if (exists(aside_)) files().removeItem(aside_);
+  if (exist()) files().removeItem(aside_);
 }
+
+bool SetAsidePhotos::exist() const { return exists(aside_); }
 
 }  // namespace coredatastack

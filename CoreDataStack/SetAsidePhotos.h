@@ -38,6 +38,11 @@ class SetAsidePhotos {
   /// Removes what was set aside.
   void discard() const;
 
+  /// Whether anything is set aside.
+  [[nodiscard]] bool exist() const;
+  /// Where it lies, whether or not there is anything.
+  [[nodiscard]] const foundation::URL& directory() const noexcept { return aside_; }
+
  private:
   foundation::URL container_;
   foundation::URL aside_;

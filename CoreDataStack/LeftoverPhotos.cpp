@@ -1,0 +1,47 @@
+#include "CoreDataStack/LeftoverPhotos.h"
+
+#include <chrono>
+
+#include "CoreData/SQLite/SQLiteStoreError.h"
+#include "CoreData/SQLite/StoreClaim.h"
+#include "CoreDataStack/CoreDataMigrationVersion.h"
+#include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
+#include "CoreDataStack/SetAsidePhotos.h"
+#include "Foundation/Values/Error.h"
+
+namespace coredatastack {
+
+using foundation::Error;
+using foundation::URL;
+using Version = CoreDataMigrationVersion;
+
+namespace {
+
+constexpr std::chrono::milliseconds kNoWait{0};
+
+bool isOfNewestVersion(const URL& store) {
+  const auto metadata = storeMetadata(store);
+  return metadata && Version::storeVersion(*metadata) == Version::newest();
+}
+
+bool isBusy(const Error& error) {
+  return error.domain() == foundation::kCocoaErrorDomain &&
+         error.code() == static_cast<std::int64_t>(coredata::StoreErrorCode::busy);
+}
+
+}  // namespace
+
+void discardLeftoverPhotos(const URL& ofStore) {
+  const auto photos = SetAsidePhotos::ofStore(ofStore);
+  if (!photos || !photos->exist()) return;
+  try {
+    const coredata::StoreClaim claim(ofStore, kNoWait);
+    // Only now: an old backup may have taken the store's place, and what is set aside be its own.
+    if (isOfNewestVersion(ofStore)) photos->discard();
+  } catch (const Error& error) {
+    // Whoever has the claim discards them too, or leaves them for the next opening.
+    if (!isBusy(error)) throw;
+  }
+}
+
+}  // namespace coredatastack

@@ -1,0 +1,73 @@
+#include "CoreDataStack/LeftoverPhotos.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "CoreData/SQLite/StoreClaim.h"
+#include "CoreDataStack/SetAsidePhotos.h"
+#include "Tests/Support/MigrationPlace.h"
+
+namespace {
+
+using coredatastack::CoreDataMigrationVersion;
+using coredatastack::SetAsidePhotos;
+
+class LeftoverPhotos : public testing::Test {
+ protected:
+  void addStore(const CoreDataMigrationVersion& version) const {
+    support::edit(place_.storeURL(), version, [](auto& context) {
+      context.insertNewObject("Activity")->setValue("Run", "title");
+    });
+    place_.addPhotoFile("a.jpg", "A");
+    photos().setAside({"a.jpg"});
+    ASSERT_TRUE(photos().exist());
+  }
+  [[nodiscard]] SetAsidePhotos photos() const {
+    return *SetAsidePhotos::ofStore(place_.storeURL());
+  }
+
+  support::MigrationPlace place_;
+};
+
+TEST_F(LeftoverPhotos, AreDiscardedForAStoreOfTheNewestVersion) {
+  addStore(CoreDataMigrationVersion::newest());
+
+  coredatastack::discardLeftoverPhotos(place_.storeURL());
+
+  EXPECT_TRUE(std::filesystem::is_empty(place_.container()));
+}
+
+TEST_F(LeftoverPhotos, StayForAnOlderStore) {
+  addStore(CoreDataMigrationVersion::version6);
+
+  coredatastack::discardLeftoverPhotos(place_.storeURL());
+
+  EXPECT_TRUE(photos().exist());
+}
+
+TEST_F(LeftoverPhotos, StayWhileSomebodyHasClaimedTheStore) {
+  addStore(CoreDataMigrationVersion::newest());
+  const coredata::StoreClaim claim(place_.storeURL(), std::chrono::seconds(1));
+
+  std::jthread([&] { coredatastack::discardLeftoverPhotos(place_.storeURL()); }).join();
+
+  EXPECT_TRUE(photos().exist());
+}
+
+TEST_F(LeftoverPhotos, OfAnotherStoreStay) {
+  addStore(CoreDataMigrationVersion::newest());
+  const SetAsidePhotos others = photos();
+  support::edit(place_.at("Other.sqlite"), CoreDataMigrationVersion::newest(), [](auto&) {});
+
+  coredatastack::discardLeftoverPhotos(place_.at("Other.sqlite"));
+
+  EXPECT_TRUE(others.exist());
+}
+
+TEST_F(LeftoverPhotos, AreNoneWithoutAStore) {
+  EXPECT_NO_THROW(coredatastack::discardLeftoverPhotos(place_.storeURL()));
+}
+
+}  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "Foundation/Values/Value.h"
@@ -11,6 +12,8 @@ namespace habits {
 struct Answer {
   std::string text;
   foundation::Value data;
+  /// What is wrong with the store all the same; the program ends with it.
+  std::optional<std::string> trouble = std::nullopt;
 };
 
 /// The data as JSON. Whole numbers are written without a point; text that is not UTF-8 is repaired.

@@ -15,7 +15,11 @@ namespace habits {
 struct Request {
   std::optional<std::string> store;
   bool json = false;
+  /// Whether a store of an older version may be brought to the newest one without asking.
+  bool migrates = false;
   std::function<Answer(const Session&)> run;
+  /// Instead of that, for a command over a store that is not open.
+  std::function<Answer(const std::string& storePath)> runBeforeOpening;
 };
 
 // Each declares commands that put themselves into the request when they are named. The request must
@@ -31,6 +35,7 @@ void declareReview(CLI::App& app, Request& request);
 void declareReminders(CLI::App& app, Request& request);
 void declareWidgets(CLI::App& app, Request& request);
 void declarePhotos(CLI::App& app, Request& request);
+void declareMigration(CLI::App& app, Request& request);
 
 /// A command whose arguments are a value of their own, kept as long as somebody may run it.
 template <typename Arguments>
@@ -41,6 +46,7 @@ class CommandDeclaration {
 
   [[nodiscard]] CLI::App* operator->() const { return app_; }
   [[nodiscard]] Arguments& arguments() const { return *arguments_; }
+  [[nodiscard]] const std::shared_ptr<Arguments>& sharedArguments() const { return arguments_; }
   /// What the command does.
   template <typename Run>
   void runs(Request& request, Run run) const {

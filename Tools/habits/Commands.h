@@ -150,4 +150,18 @@ struct ImportFile {
 /// Adds the check-ins of days that have none, and the habits that are missing, in one save.
 [[nodiscard]] Answer importFile(const Session& session, const ImportFile& file);
 
+/// How to bring an old store to the newest version.
+struct MigrationWish {
+  /// Say what would be done.
+  bool plansOnly = false;
+  /// Do it with copies.
+  bool rehearses = false;
+  /// The directory that holds the photos of a store from elsewhere; the user's own when absent.
+  std::optional<std::string> photos;
+
+  [[nodiscard]] bool isOnlyLookedAt() const { return plansOnly || rehearses; }
+};
+/// Over a store that is not open. The wish is the consent.
+[[nodiscard]] Answer migrate(const std::string& path, const MigrationWish& wish);
+
 }  // namespace habits

@@ -1,10 +1,12 @@
 #include "Tools/habits/Failures.h"
 
 #include "CoreData/Context/SaveError.h"
+#include "CoreData/Migration/MigrationError.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 
 namespace habits {
 
+using coredata::MigrationErrorCode;
 using coredata::SaveErrorCode;
 using coredata::StoreErrorCode;
 
@@ -12,11 +14,22 @@ namespace {
 
 constexpr const char* kOtherStore = "Name another file with --store.";
 
+/// SQLite's number of a database that is damaged, and the part of an extended number that it is.
+constexpr std::int64_t kCorrupt = 11;
+constexpr std::int64_t kPrimary = 0xff;
+
 std::string remedyFor(const foundation::Error& error, const std::string& storePath) {
+  if (error.domain() == foundation::kSQLiteErrorDomain && (error.code() & kPrimary) == kCorrupt) {
+    return std::string("It is damaged, and was left as it is. Put a backup in its place. ") +
+           kOtherStore;
+  }
   if (error.domain() != foundation::kCocoaErrorDomain) {
     return "Check the disk and try again; nothing was changed.";
   }
   if (error.code() == static_cast<std::int64_t>(SaveErrorCode::conflict)) return "Try again.";
+  if (error.code() == static_cast<std::int64_t>(MigrationErrorCode::noSpace)) {
+    return "Make room there, and try again; nothing was changed.";
+  }
   switch (static_cast<StoreErrorCode>(error.code())) {
     case StoreErrorCode::incompatibleModel:
       return std::string("Use the version of the program that wrote it. ") + kOtherStore;

@@ -14,8 +14,11 @@ Progress::Progress(std::string what, std::size_t steps)
 
 Progress::~Progress() { show(""); }
 
-void Progress::advance() {
-  const std::size_t percent = ++done_ * 100 / steps_;
+void Progress::advance() { reach(done_ + 1); }
+
+void Progress::reach(std::size_t steps) {
+  done_ = steps;
+  const std::size_t percent = done_ * 100 / steps_;
   if (percent == shownPercent_) return;
   shownPercent_ = percent;
   show(what_ + " ... " + std::to_string(percent) + " %");

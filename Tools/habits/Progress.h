@@ -18,6 +18,8 @@ class Progress {
 
   /// One step is done.
   void advance();
+  /// So many steps are done by now.
+  void reach(std::size_t steps);
   /// From here on something else is being done, whose length nobody knows.
   void goOnWith(const std::string& what) const;
 

@@ -7,8 +7,11 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "CoreDataStack/BuildIdentifiers.h"
+#include "CoreDataStack/LeftoverPhotos.h"
 #include "Foundation/Files/Bundle.h"
 #include "Foundation/Files/Directories.h"
+#include "Foundation/Files/FileManager.h"
 #include "Tools/habits/Failures.h"
 
 namespace habits {
@@ -24,15 +27,13 @@ using foundation::URL;
 namespace {
 
 constexpr const char* kApplication = "com.tessaline.habits";
-constexpr const char* kModelBundle = "com.tessaline.coredata";
 constexpr const char* kModelName = "Model";
 constexpr const char* kAuthor = "habits";
 constexpr mode_t kForTheUserAlone = 0700;
 
 /// The user's data directory of this program, made on first use.
 std::string userDirectory() {
-  const std::filesystem::path directory =
-      foundation::Directories::ofUser(kApplication).dataDirectory();
+  const std::filesystem::path directory = foundation::Directories::current()->dataDirectory();
   std::error_code failure;
   std::filesystem::create_directories(directory.parent_path(), failure);
   if (!failure && mkdir(directory.c_str(), kForTheUserAlone) != 0 && errno != EEXIST) {
@@ -45,9 +46,29 @@ std::string userDirectory() {
   return directory.string();
 }
 
-Ref<const NSManagedObjectModel> model() {
+Ref<NSPersistentContainer> opened(const std::string& path) {
+  auto container = foundation::make<NSPersistentContainer>(kModelName, newestModel());
+  NSPersistentStoreDescription description(URL::fileURL(path));
+  description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
+  container->setPersistentStoreDescriptions({std::move(description)});
+  container->loadPersistentStores([](const auto&, const std::optional<Error>& error) {
+    if (error) throw Error(*error);
+  });
+  coredatastack::discardLeftoverPhotos(URL::fileURL(path));
+  return container;
+}
+
+}  // namespace
+
+void setUpDirectories() {
+  foundation::Directories::set(foundation::Directories::ofUser(kApplication));
+  foundation::FileManager::defaultManager().registerApplicationGroup(
+      coredatastack::appGroupIdentifier());
+}
+
+Ref<const NSManagedObjectModel> newestModel() {
   std::string why = "its bundle is missing";
-  if (const auto bundle = Bundle::withIdentifier(kModelBundle)) {
+  if (const auto bundle = Bundle::withIdentifier(coredatastack::modelBundleIdentifier())) {
     if (const auto url = bundle->url(kModelName, "momd")) {
       if (auto found = NSManagedObjectModel::contentsOf(*url, &why)) return found;
     }
@@ -55,19 +76,6 @@ Ref<const NSManagedObjectModel> model() {
   throw std::runtime_error("The program is not installed completely: no model of its store, " +
                            why + ". Install it again.");
 }
-
-Ref<NSPersistentContainer> opened(const std::string& path) {
-  auto container = foundation::make<NSPersistentContainer>(kModelName, model());
-  NSPersistentStoreDescription description(URL::fileURL(path));
-  description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
-  container->setPersistentStoreDescriptions({std::move(description)});
-  container->loadPersistentStores([](const auto&, const std::optional<Error>& error) {
-    if (error) throw Error(*error);
-  });
-  return container;
-}
-
-}  // namespace
 
 std::string storePath(const std::optional<std::string>& named) {
   if (!named) return userDirectory() + "/Model.sqlite";

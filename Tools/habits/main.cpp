@@ -6,6 +6,7 @@
 #include "Foundation/Values/FatalError.h"
 #include "Tools/habits/CommandLine.h"
 #include "Tools/habits/Failures.h"
+#include "Tools/habits/Migration/OldStore.h"
 
 namespace habits {
 
@@ -13,15 +14,22 @@ namespace {
 
 void complain(const std::string& what) { std::fprintf(stderr, "habits: %s\n", what.c_str()); }
 
+Answer answerTo(const Request& request, const std::string& path) {
+  if (request.runBeforeOpening) return request.runBeforeOpening(path);
+  bringForwardWithConsent(path, request.migrates);
+  const Session session(path);
+  return session.context().performBlockAndWait([&] { return request.run(session); });
+}
+
 int fulfil(const Request& request) {
   std::string path;
   try {
+    setUpDirectories();
     path = storePath(request.store);
-    const Session session(path);
-    const Answer answer =
-        session.context().performBlockAndWait([&] { return request.run(session); });
+    const Answer answer = answerTo(request, path);
     foundation::print(request.json ? json(answer.data) : answer.text);
-    return kSuccess;
+    if (!answer.trouble) return kSuccess;
+    complain(*answer.trouble);
   } catch (const Refusal& refusal) {
     complain(refusal.what());
     return kRefused;
@@ -60,12 +68,13 @@ int main(int argc, char** argv) {
   habits::declareReminders(app, request);
   habits::declareWidgets(app, request);
   habits::declarePhotos(app, request);
+  habits::declareMigration(app, request);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? habits::kSuccess : habits::kUsage;
   }
-  if (!request.run) {
+  if (!request.run && !request.runBeforeOpening) {
     std::fputs(app.help().c_str(), stderr);
     return habits::kUsage;
   }

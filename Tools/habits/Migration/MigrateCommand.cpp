@@ -16,7 +16,6 @@ namespace habits {
 
 using foundation::FileManager;
 using foundation::URL;
-using foundation::Value;
 using foundation::ValueDictionary;
 using foundation::ValueList;
 using Version = coredatastack::CoreDataMigrationVersion;

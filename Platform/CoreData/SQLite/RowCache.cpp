@@ -82,8 +82,7 @@ std::size_t RowCache::byteCount() const {
 
 void RowCache::put(const Place& place, Entry entry) {
   const std::size_t size = entry.row->byteSize();
-  // One huge row is not worth everybody else's.
-  if (size > limits_.bytes / 8) return;
+  if (isTooLarge(size)) return;
   if (young_.rows.size() >= limits_.rows / 2 || young_.bytes + size > limits_.bytes / 2) {
     old_ = std::move(young_);
     young_ = {};
@@ -94,16 +93,18 @@ void RowCache::put(const Place& place, Entry entry) {
 
 void RowCache::replace(const Place& place, Entry entry) {
   const auto young = young_.rows.find(place);
-  if (young == young_.rows.end()) {
-    // A row may be changed twice in one transaction, and the generations may have turned in
-    // between.
-    erase(old_, place);
-    put(place, std::move(entry));
-    return;
+  if (young != young_.rows.end()) {
+    const std::size_t size = entry.row->byteSize();
+    const std::size_t bytes = young_.bytes - young->second.row->byteSize() + size;
+    if (!isTooLarge(size) && bytes <= limits_.bytes / 2) {
+      young->second = std::move(entry);
+      young_.bytes = bytes;
+      return;
+    }
   }
-  young_.bytes += entry.row->byteSize();
-  young_.bytes -= young->second.row->byteSize();
-  young->second = std::move(entry);
+  // A row may be changed twice in one transaction, and the generations may have turned in between.
+  drop(place);
+  put(place, std::move(entry));
 }
 
 void RowCache::withhold(const Place& place) {

@@ -77,6 +77,10 @@ class RowCache {
   /// No reader's epoch is as late.
   static constexpr CacheEpoch kAfterAll = std::numeric_limits<CacheEpoch>::max();
 
+  /// One huge row is not worth everybody else's.
+  [[nodiscard]] bool isTooLarge(std::size_t size) const noexcept {
+    return size > limits_.bytes / 8;
+  }
   void put(const Place& place, Entry entry);
   void replace(const Place& place, Entry entry);
   void withhold(const Place& place);

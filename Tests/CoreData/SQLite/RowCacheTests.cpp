@@ -190,3 +190,30 @@ TEST_F(RowCacheTest, TakesNoRowThatWouldPushOutAllOthers) {
   EXPECT_TRUE(small.find(book(), 1, small.epoch()));
   EXPECT_FALSE(small.find(book(), 2, small.epoch()));
 }
+
+TEST_F(RowCacheTest, StaysWithinItsBoundsWhenRowsGrow) {
+  RowCache small({.rows = 100, .bytes = 100'000});
+  for (ObjectKey key = 1; key <= 40; ++key) small.add(row(key), small.epoch());
+  std::vector<RowChange> changes;
+  for (ObjectKey key = 1; key <= 40; ++key) changes.push_back(update(row(key, 2, 9'000)));
+
+  small.willCommit(changes);
+  small.didCommit(changes);
+
+  EXPECT_LE(small.byteCount(), 100'000U);
+  EXPECT_TRUE(small.find(book(), 40, small.epoch()));
+  EXPECT_FALSE(small.find(book(), 1, small.epoch()));
+}
+
+TEST_F(RowCacheTest, DropsARowThatGrowsTooLarge) {
+  RowCache small({.rows = 10, .bytes = 8'000});
+  small.add(row(1), small.epoch());
+  small.add(row(2), small.epoch());
+  const RowChange changes[] = {update(row(2, 2, 5'000))};
+
+  small.willCommit(changes);
+  small.didCommit(changes);
+
+  EXPECT_TRUE(small.find(book(), 1, small.epoch()));
+  EXPECT_FALSE(small.find(book(), 2, small.epoch()));
+}

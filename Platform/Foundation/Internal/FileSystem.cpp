@@ -5,6 +5,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -161,14 +162,30 @@ void FileDescriptor::reset() noexcept {
   if (descriptor_ >= 0) FileSystem::current().close(release());
 }
 
+namespace {
+
+constexpr std::size_t kReadStep = 64 * 1024;
+/// A file that says to be larger shows it by what is read.
+constexpr std::size_t kLargestGuess = std::size_t{16} << 20;
+
+/// What reading the file will probably take, so that its bytes need not move as they grow in
+/// number.
+std::size_t roomFor(int directory, const char* path) {
+  const auto status = FileSystem::current().status(directory, path, 0);
+  const std::int64_t size = status ? status->st_size : 0;
+  return size <= 0 ? 0 : std::min<std::size_t>(static_cast<std::size_t>(size), kLargestGuess);
+}
+
+}  // namespace
+
 FileResult<std::vector<std::uint8_t>> readFile(int directory, const char* path, std::size_t limit) {
   const auto file = FileDescriptor::open(directory, path, O_RDONLY);
   if (!file) return std::unexpected(file.error());
   std::vector<std::uint8_t> content;
+  content.reserve(std::min(roomFor(directory, path), limit) + kReadStep);
   for (;;) {
-    constexpr std::size_t kStep = 64 * 1024;
     const std::size_t size = content.size();
-    content.resize(size + kStep);
+    content.resize(size + kReadStep);
     const auto count = FileSystem::current().read(file->get(), std::span(content).subspan(size));
     if (!count) return std::unexpected(count.error());
     content.resize(size + *count);

@@ -2,7 +2,6 @@
 
 #include "CoreDataStack/BuildIdentifiers.h"
 #include "CoreDataStack/CoreDataMigrator.h"
-#include "CoreDataStack/CoreDataMigratorError.h"
 #include "CoreDataStack/LeftoverPhotos.h"
 #include "Foundation/Files/FileManager.h"
 #include "Tools/habits/Commands.h"

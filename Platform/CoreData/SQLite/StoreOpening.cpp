@@ -111,7 +111,10 @@ void verify(OpenedStore& store, const StoreOptions& options, const NSManagedObje
 
 std::string setJournalMode(Connection& connection, const char* sql) {
   Statement statement(connection, sql);
-  return statement.step() ? std::string(statement.text(0)) : std::string();
+  std::string mode = statement.step() ? std::string(statement.text(0)) : std::string();
+  // The answer comes first. What it says is committed when the statement ends, which may fail.
+  while (statement.step()) continue;
+  return mode;
 }
 
 /// Leaves the log for a rollback journal. While others have the store open that is refused; then as

@@ -169,6 +169,25 @@ INSTANTIATE_TEST_SUITE_P(Codes, StoreErrors,
                                          std::tuple(SQLITE_IOERR, true),
                                          std::tuple(SQLITE_FULL, false)));
 
+TEST(StoreFaults, AStoreThatCouldBeOpenedKeepsALog) {
+  bool reached = true;
+  for (std::size_t point = 1; reached; ++point) {
+    const StoreFile file;
+    FaultVFS vfs;
+    bool isOpened = false;
+    {
+      const StoreVFSOverride override(vfs.name());
+      vfs.failAt(point, SQLITE_FULL);
+      isOpened = shelf::errorCode([&] { file.open()->close(); }) == 0;
+      reached = vfs.faultWasReached();
+    }
+    if (isOpened) {
+      EXPECT_EQ(shelf::query(file.path(), "PRAGMA journal_mode"), Lines{"wal"}) << point;
+    }
+    EXPECT_TRUE(isOpened || reached) << point;
+  }
+}
+
 TEST(StoreFaults, TheConnectionOfAFailedCommitIsReplaced) {
   const StoreFile file;
   FaultVFS vfs;

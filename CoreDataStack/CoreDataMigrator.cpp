@@ -14,6 +14,8 @@
 #include "Foundation/Files/Bundle.h"
 #include "Foundation/Files/FileManager.h"
 #include "Foundation/Progress/Progress.h"
+#include "Foundation/Values/Error.h"
+#include "Foundation/Values/FatalError.h"
 #include "Foundation/Values/UUID.h"
 
 namespace coredatastack {
@@ -48,6 +50,21 @@ void migrate(const URL& from, const CoreDataMigrationStep& step, const URL& to) 
   manager->migrateStore(from, NSSQLiteStoreType, {}, step.mappingModel, to, NSSQLiteStoreType, {});
 }
 
+/// Removes the files of photos that the store holds for good, also those of a migration that was
+/// killed before it could. The store is new whatever becomes of them, so an error is no reason to
+/// say that it was not migrated; the next migration of the store tries again.
+void discardFoldedPhotos(const URL& store) {
+  try {
+    const std::optional<ValueDictionary> metadata = storeMetadata(store);
+    const bool isNewest = metadata && CoreDataMigrationVersion::storeVersion(*metadata) ==
+                                          CoreDataMigrationVersion::newest();
+    if (!isNewest) return;
+    if (const auto photos = SetAsidePhotos::ofStore(store)) photos->discard();
+  } catch (const foundation::Error& error) {
+    foundation::print(error.description());
+  }
+}
+
 }  // namespace
 
 CoreDataMigrator::CoreDataMigrator() { MurtelleMigrationPolicyV6toV7::registerClass(); }
@@ -57,11 +74,9 @@ void CoreDataMigrator::migrateStore(const URL& at, const CoreDataMigrationVersio
   coredata::StoreClaim claim(at, kClaimLimit);
   checkpointStore(at);
   const std::vector<CoreDataMigrationStep> steps = migrationSteps(at, to);
-  std::optional<SetAsidePhotos> photos;
   if (!steps.empty()) {
     claim.markRead();
-    photos = SetAsidePhotos::ofStore(at);
-    if (photos) photos->putBack();
+    if (const auto photos = SetAsidePhotos::ofStore(at)) photos->putBack();
   }
   // Putting the new store in place counts as a step.
   const auto progress = Progress::progress(static_cast<std::int64_t>(steps.size()) + 1);
@@ -80,7 +95,7 @@ void CoreDataMigrator::migrateStore(const URL& at, const CoreDataMigrationVersio
   }
   replaceStore(at, current);
   if (current != at) destroyStore(current);
-  if (photos) photos->discard();
+  discardFoldedPhotos(at);
   progress->setCompletedUnitCount(progress->totalUnitCount());
 }
 

@@ -15,6 +15,8 @@ using foundation::URL;
 
 namespace {
 
+constexpr std::string_view kAsidePrefix = "photos-of-";
+
 FileManager& files() { return FileManager::defaultManager(); }
 
 bool exists(const URL& url) {
@@ -63,10 +65,20 @@ std::optional<SetAsidePhotos> SetAsidePhotos::ofStore(const URL& store) {
 
 SetAsidePhotos::SetAsidePhotos(const URL& container, std::string_view storeIdentifier)
     : container_(container),
-      aside_(container.appendingPathComponent("photos-of-" + std::string(storeIdentifier))) {}
+      aside_(container.appendingPathComponent(std::string(kAsidePrefix) +
+                                              std::string(storeIdentifier))) {}
+
+bool SetAsidePhotos::othersAreAside() const {
+  if (!isDirectory(container_)) return false;
+  return std::ranges::any_of(files().contentsOfDirectory(container_), [&](const URL& entry) {
+    const std::string name = entry.lastPathComponent();
+    return name.starts_with(kAsidePrefix) && name != aside_.lastPathComponent();
+  });
+}
 
 void SetAsidePhotos::setAside(const std::set<std::string>& names) const {
-  const bool takesAll = holdsOnly(container_.appendingPathComponent(kPhotoDirectory), names);
+  const bool takesAll =
+      !othersAreAside() && holdsOnly(container_.appendingPathComponent(kPhotoDirectory), names);
   for (const std::string_view kind : kPhotoDirectories) {
     const URL from = container_.appendingPathComponent(kind);
     const URL to = aside_.appendingPathComponent(kind);

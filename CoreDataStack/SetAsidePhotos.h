@@ -31,7 +31,8 @@ class SetAsidePhotos {
 
   /// Moves the directories of the photos and their thumbnails aside, `names` being the photos that
   /// the store knows. Where other files lie among the photos, which may be another store's, only
-  /// the store's own go.
+  /// the store's own go; so too while another store's photos are aside, which may be half of them.
+  /// The directories then stay, also when they are empty.
   void setAside(const std::set<std::string>& names) const;
   /// Undoes `setAside`. A file in whose place another one lies by now stays aside.
   void putBack() const;
@@ -44,6 +45,8 @@ class SetAsidePhotos {
   [[nodiscard]] const foundation::URL& directory() const noexcept { return aside_; }
 
  private:
+  [[nodiscard]] bool othersAreAside() const;
+
   foundation::URL container_;
   foundation::URL aside_;
 };

@@ -284,6 +284,32 @@ TEST_F(Migrator, DiscardsThePhotosFilesOnceTheStoreHasThem) {
   EXPECT_TRUE(std::filesystem::is_empty(place_.container()));
 }
 
+TEST_F(Migrator, DiscardsWhatAMigrationKilledAtItsEndHadSetAside) {
+  std::string identifier;
+  support::edit(place_.storeURL(), Version::version7, [&](NSManagedObjectContext& context) {
+    context.insertNewObject("Activity")->setValue("Run", "title");
+    identifier = context.persistentStoreCoordinator()->store()->identifier();
+  });
+  place_.addPhotoFile("../photos-of-" + identifier + "/photo/a.jpg", "A");
+
+  migrator_.migrateStore(place_.storeURL(), Version::version7);
+
+  EXPECT_FALSE(std::filesystem::exists(place_.container() / ("photos-of-" + identifier)));
+}
+
+TEST_F(Migrator, PutsBackWhatAStoreStillNeedsThatGoesToAnOlderVersion) {
+  std::string identifier;
+  support::edit(place_.storeURL(), Version::version5, [&](NSManagedObjectContext& context) {
+    context.insertNewObject("Photo")->setValue("a.jpg", "filename");
+    identifier = context.persistentStoreCoordinator()->store()->identifier();
+  });
+  place_.addPhotoFile("../photos-of-" + identifier + "/photo/a.jpg", "A");
+
+  migrator_.migrateStore(place_.storeURL(), Version::version6);
+
+  EXPECT_TRUE(std::filesystem::exists(place_.container() / "photo" / "a.jpg"));
+}
+
 TEST_F(Migrator, PutsPhotosBackThatAKilledMigrationHadSetAside) {
   std::string identifier;
   support::edit(place_.storeURL(), Version::version6, [&](NSManagedObjectContext& context) {

@@ -85,6 +85,32 @@ TEST_F(SetAside, LeavesFilesAloneThatTheStoreDoesNotKnow) {
   EXPECT_FALSE(has("photos-of-ONE"));
 }
 
+TEST_F(SetAside, LeavesTheThumbnailsOfAnotherStoreWhosePhotosAreHalfAside) {
+  place_.addPhotoFile("a.jpg", "A");
+  place_.addPhotoFile("../photos-of-TWO/photo/b.jpg", "B");
+  addThumbnail("a.jpg");
+  addThumbnail("b.jpg");
+
+  photosOf("ONE").setAside({"a.jpg"});
+  photosOf("ONE").discard();
+  photosOf("TWO").putBack();
+
+  EXPECT_FALSE(has("photo/a.jpg"));
+  EXPECT_FALSE(has("thumbnail/a.jpg"));
+  EXPECT_TRUE(has("photo/b.jpg"));
+  EXPECT_TRUE(has("thumbnail/b.jpg"));
+}
+
+TEST_F(SetAside, NeedsNoContainer) {
+  std::filesystem::remove(place_.container());
+
+  photosOf("ONE").setAside({"a.jpg"});
+  photosOf("ONE").putBack();
+  photosOf("ONE").discard();
+
+  EXPECT_FALSE(std::filesystem::exists(place_.container()));
+}
+
 TEST_F(SetAside, NeverOverwritesWhatCameInItsPlace) {
   place_.addPhotoFile("a.jpg", "old");
   place_.addPhotoFile("b.jpg", "old");

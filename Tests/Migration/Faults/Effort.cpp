@@ -1,0 +1,32 @@
+#include "Tests/Migration/Faults/Effort.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+
+namespace migrating {
+
+namespace {
+
+std::string_view effort() {
+  const char* text = std::getenv("MIGRATION_FAULTS");
+  return text == nullptr ? std::string_view() : text;
+}
+
+}  // namespace
+
+std::size_t tries(std::size_t quick, std::size_t full) {
+  return effort() == "full" || effort() == "all" ? full : quick;
+}
+
+std::vector<std::size_t> points(std::size_t count, std::size_t quick, std::size_t full) {
+  const std::size_t wanted = effort() == "all" ? count : std::min(count, tries(quick, full));
+  std::vector<std::size_t> result;
+  result.reserve(wanted);
+  for (std::size_t i = 0; i < wanted; ++i) {
+    result.push_back(wanted == 1 ? 1 : 1 + i * (count - 1) / (wanted - 1));
+  }
+  return result;
+}
+
+}  // namespace migrating

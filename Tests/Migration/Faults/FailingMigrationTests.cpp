@@ -1,0 +1,180 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <regex>
+#include <string>
+
+#include "Foundation/Values/Error.h"
+#include "Tests/Migration/Faults/Effort.h"
+#include "Tests/Migration/Faults/OldStore.h"
+#include "Tests/Support/CrashRunner.h"
+
+// A migration to which the disk says no at any of its operations.
+
+namespace {
+
+using foundation::Error;
+using migrating::FileFaults;
+using migrating::FileOperationCount;
+using migrating::FileTrouble;
+using migrating::LoneStore;
+using support::FileFault;
+using State = migrating::OldStore::State;
+using Version = migrating::CoreDataMigrationVersion;
+
+/// How a run ended.
+struct Ending {
+  enum class Kind : std::uint8_t { returned, threw, stopped, other };
+  Kind kind = Kind::other;
+  /// The error that was thrown.
+  std::string error;
+  /// All that was written to the error stream.
+  std::string stream;
+};
+
+/// Runs `work` in a child whose error stream goes to a file.
+template <typename Work>
+Ending endingOf(const std::filesystem::path& stream, Work&& work) {
+  const auto outcome = support::runInChild([&](const support::Acknowledgements& done) {
+    const int file = ::open(stream.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRWXU);
+    ::dup2(file, STDERR_FILENO);
+    try {
+      work();
+      done.send("returned");
+    } catch (const Error& error) {
+      std::string text = error.description();
+      std::ranges::replace(text, '\n', ' ');
+      done.send(text);
+    }
+  });
+  Ending ending;
+  ending.stream = migrating::bytesOf(stream);
+  if (outcome.signal == SIGABRT) ending.kind = Ending::Kind::stopped;
+  if (outcome.signal != 0 || outcome.timedOut || outcome.acknowledged.size() != 1) return ending;
+  ending.error = outcome.acknowledged.front();
+  const bool returned = ending.error == "returned";
+  ending.kind = returned ? Ending::Kind::returned : Ending::Kind::threw;
+  return ending;
+}
+
+/// A pattern that finds the text as it stands.
+std::string literally(const std::string& text) {
+  static const std::regex special(R"([.^$|()\[\]{}*+?\\])");
+  return std::regex_replace(text, special, R"(\$&)");
+}
+
+struct Failure {
+  std::string name;
+  Version version;
+  FileTrouble trouble;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Failure& failure) {
+  return stream << failure.name;
+}
+
+class FailingMigration : public testing::TestWithParam<Failure> {
+ protected:
+  [[nodiscard]] Ending endingAt(std::size_t point) const {
+    lone_.scene.lay();
+    return endingOf(stream_.path() / "stderr", [&] {
+      const FileFaults faults(trouble_, point, count_);
+      lone_.store.migrate();
+    });
+  }
+  /// The error that the disk gave, or that of a store in which nothing could be read.
+  [[nodiscard]] bool saysWhatHappened(const std::string& text) const {
+    const std::string sqlite = "NSSQLiteErrorDomain Code=" + std::to_string(trouble_.sqliteCode);
+    const std::string posix = "NSPOSIXErrorDomain Code=" + std::to_string(trouble_.errorNumber);
+    return text.find(sqlite + " ") != text.npos || text.find(posix + " ") != text.npos ||
+           text.find("unknownStoreVersion") != text.npos;
+  }
+  /// One of the three fixed texts, and nothing else.
+  [[nodiscard]] bool isFixedText(const std::string& stream) const {
+    const std::string source = "CoreDataStack/NSPersistentStoreCoordinator\\+Migration:";
+    const std::string store = literally(lone_.store.url().description());
+    const std::string temporary = "file://" + literally(lone_.scene.place().directory().string()) +
+                                  "/homes/\\S+/tmp/[0-9A-F-]{36}";
+    const std::string error = ", error: Error Domain=\\S+ Code=-?\\d+ .*\n";
+    const std::regex whole(
+        source + "(12: Fatal error: failed to destroy persistent store at " + temporary +
+        "|23: Fatal error: failed to replace persistent store at " + store + " with " + temporary +
+        "|39: Fatal error: failed to add persistent store to coordinator)" + error);
+    return std::regex_match(stream, whole);
+  }
+  /// An error with the widgets alone is printed and forgotten: they can be arranged anew.
+  [[nodiscard]] bool wentOnWithoutWidgets() const {
+    const migrating::StoreLook look(lone_.store.path());
+    return look.column("SELECT 1 FROM sqlite_master WHERE name='ActivityWidgetGroup'").size() ==
+               1 &&
+           look.column("SELECT 1 FROM ActivityWidgetGroup").empty();
+  }
+  void expectContract(const Ending& ending, State state, std::size_t point) const {
+    switch (ending.kind) {
+      case Ending::Kind::returned:
+        EXPECT_EQ(state, State::brought) << point;
+        break;
+      case Ending::Kind::threw:
+        EXPECT_TRUE(saysWhatHappened(ending.error)) << point << ": " << ending.error;
+        EXPECT_EQ(state, State::old) << point << ": " << ending.error;
+        EXPECT_TRUE(lone_.store.isSameFile()) << point << ": " << ending.error;
+        break;
+      case Ending::Kind::stopped:
+        EXPECT_TRUE(isFixedText(ending.stream)) << point << ": " << ending.stream;
+        EXPECT_TRUE(saysWhatHappened(ending.stream)) << point << ": " << ending.stream;
+        EXPECT_NE(state, State::neither) << point << ": " << ending.stream;
+        break;
+      case Ending::Kind::other:
+        ADD_FAILURE() << point << ": " << ending.stream;
+    }
+  }
+
+  LoneStore lone_{{.version = GetParam().version}};
+  support::TemporaryDirectory stream_;
+  FileTrouble trouble_ = GetParam().trouble;
+  FileOperationCount count_ = lone_.store.countOperations(trouble_);
+};
+
+TEST_P(FailingMigration, ThrowsOrStopsWithTheStoreWholeAndWorksOnceTheFaultIsGone) {
+  std::size_t thrown = 0;
+  std::size_t stops = 0;
+  const auto points = migrating::points(count_.total(), 6, 500);
+  for (const std::size_t point : points) {
+    const Ending ending = endingAt(point);
+    const State state = lone_.store.state();
+    if (ending.kind == Ending::Kind::returned && wentOnWithoutWidgets()) continue;
+    expectContract(ending, state, point);
+    thrown += ending.kind == Ending::Kind::threw ? 1 : 0;
+    stops += ending.kind == Ending::Kind::stopped ? 1 : 0;
+    EXPECT_TRUE(state == State::brought || lone_.store.photosAreInFiles()) << point;
+    EXPECT_TRUE(lone_.store.starts()) << point;
+    lone_.expectFinished("failed at " + std::to_string(point));
+    if (HasFailure()) break;
+  }
+  std::printf("%zu points of %zu: %zu errors, %zu stops\n", points.size(), count_.total(), thrown,
+              stops);
+  EXPECT_GT(thrown, 0U);
+}
+
+constexpr auto kSyncs = support::bit(support::FileOperation::sync);
+constexpr auto kReads = support::bit(support::FileOperation::read);
+
+const Failure kFailures[] = {
+    {"ErrorOnce1", Version::version1, {FileFault::failOnce, SQLITE_IOERR_WRITE, EIO}},
+    {"ErrorOnce6", Version::version6, {FileFault::failOnce, SQLITE_IOERR_WRITE, EIO}},
+    {"Errors6", Version::version6, {FileFault::failFromThenOn, SQLITE_IOERR_WRITE, EIO}},
+    {"FullOnce6", Version::version6, {FileFault::failOnce, SQLITE_FULL, ENOSPC}},
+    {"Full6", Version::version6, {FileFault::failFromThenOn, SQLITE_FULL, ENOSPC}},
+    {"Sync6", Version::version6, {FileFault::failOnce, SQLITE_IOERR_FSYNC, EIO, kSyncs}},
+    {"Read6", Version::version6, {FileFault::failOnce, SQLITE_IOERR_READ, EIO, kReads}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Disk, FailingMigration, testing::ValuesIn(kFailures),
+                         [](const auto& tested) { return tested.param.name; });
+
+}  // namespace

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "CoreDataStack/CoreDataMigrationVersion.h"
+#include "Foundation/Values/FunctionRef.h"
+#include "Tests/Migration/Faults/FileFaults.h"
+#include "Tests/Migration/Faults/StoreFiles.h"
+#include "Tests/Support/MigrationPlace.h"
+
+namespace migrating {
+
+using coredatastack::CoreDataMigrationVersion;
+
+/// A place with old stores in it, which is put back as it was for each fault. Nothing of the engine
+/// runs in the process that has it: all of that is for children, which may be killed.
+class Scene {
+ public:
+  [[nodiscard]] const support::MigrationPlace& place() const noexcept { return place_; }
+  /// What lies here now is what `lay` puts back.
+  void remember();
+  void lay() const;
+  [[nodiscard]] const Files& remembered() const noexcept { return files_; }
+  /// The files that lie here now, apart from what an open store has beside it.
+  [[nodiscard]] std::set<std::string> names() const;
+
+ private:
+  support::MigrationPlace place_;
+  Files files_;
+};
+
+/// Runs `work` in a child; false, with what it said on the error stream, unless it returned.
+[[nodiscard]] bool succeeds(foundation::FunctionRef<void()> work);
+
+/// A seeded store of an old version with its photos' files, and what it is to become.
+class OldStore {
+ public:
+  struct Options {
+    CoreDataMigrationVersion version = CoreDataMigrationVersion::version1;
+    std::string_view name = "Model.sqlite";
+    std::uint64_t seed = 1;
+    /// Whether its writer was killed with saves in the log.
+    bool hasLog = false;
+  };
+  OldStore(const Scene& scene, const Options& options);
+
+  // In a child.
+
+  /// Brings the store forward. Two runs make the same store: clock and random source are fixed.
+  void migrate() const;
+  /// The same as a start of the application does it, in a temporary directory emptied before.
+  void start() const;
+
+  // In the process that has the scene.
+
+  /// Migrates undisturbed, and remembers the outcome.
+  void learn();
+  [[nodiscard]] FileOperationCount countOperations(const FileTrouble& trouble) const;
+  /// Whether the next start succeeds.
+  [[nodiscard]] bool starts() const;
+
+  enum class State : std::uint8_t {
+    old,      ///< what it was
+    brought,  ///< what the undisturbed migration makes of it
+    neither,
+  };
+  [[nodiscard]] State state() const;
+  /// Whether its file is what it was to the byte. The log of a killed writer may have been folded
+  /// into it.
+  [[nodiscard]] bool isSameFile() const;
+  /// Whether each photo's file is in its directory or set aside, as it was.
+  [[nodiscard]] bool photosAreInFiles() const;
+
+  [[nodiscard]] std::filesystem::path path() const;
+  [[nodiscard]] foundation::URL url() const { return scene_.place().at(options_.name); }
+  [[nodiscard]] const CoreDataMigrationVersion& version() const { return options_.version; }
+
+ private:
+  void make() const;
+
+  const Scene& scene_;
+  Options options_;
+  std::string oldBytes_;
+  std::string old_;
+  std::string brought_;
+  /// The photos' files, by their paths in the container.
+  Files photos_;
+};
+
+/// A scene with one store, and what lies there once it was brought forward.
+class LoneStore {
+ public:
+  explicit LoneStore(const OldStore::Options& options);
+  /// The store brought forward, and nothing left of the way there.
+  void expectFinished(std::string_view when) const;
+
+  Scene scene;
+  OldStore store;
+
+ private:
+  std::set<std::string> finished_;
+};
+
+}  // namespace migrating

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace migrating {
+
+/// The bytes of the files below a directory, by their paths in it.
+using Files = std::map<std::string, std::string>;
+
+[[nodiscard]] Files filesIn(const std::filesystem::path& directory);
+/// Makes the directory hold these files and nothing else.
+void putFiles(const Files& files, const std::filesystem::path& directory);
+
+/// Nothing where there is no file.
+[[nodiscard]] std::string bytesOf(const std::filesystem::path& file);
+
+/// A look at a store that nobody has open, in a copy of its file and log: looking folds no log and
+/// repairs nothing.
+class StoreLook {
+ public:
+  explicit StoreLook(const std::filesystem::path& store);
+  ~StoreLook();
+  StoreLook(const StoreLook&) = delete;
+  StoreLook& operator=(const StoreLook&) = delete;
+
+  /// Its tables, indexes and rows with every bit. Throws when it is damaged.
+  [[nodiscard]] std::string contents() const;
+  /// The first column of what a query finds, as text.
+  [[nodiscard]] std::vector<std::string> column(const std::string& sql) const;
+
+ private:
+  [[nodiscard]] std::string rows(const std::string& sql) const;
+
+  struct Database;
+  std::unique_ptr<Database> database_;
+};
+
+}  // namespace migrating

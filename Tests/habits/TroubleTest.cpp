@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <fstream>
+#include <memory>
 #include <sstream>
 
 #include "CoreData/Container/NSPersistentContainer.h"
@@ -187,6 +189,24 @@ TEST_F(HabitsTroubleTest, StartsAnewOverAnEmptyFile) {
 
   EXPECT_EQ(program_.run({"add", "Run"}).status, 0);
   EXPECT_NE(program_.run({"list"}).output.find("Run"), std::string::npos);
+}
+
+TEST_F(HabitsTroubleTest, TellsOfAWriteThatTheLibraryKeepsSilentAbout) {
+  ASSERT_EQ(program_.run({"review", "2024-02", "good"}).status, 0);
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(program_.store().c_str(), &database), SQLITE_OK);
+  const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> other(database, &sqlite3_close);
+  ASSERT_EQ(sqlite3_exec(database, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+
+  const Outcome outcome = program_.run({"review", "2024-02", "better", "--json"});
+
+  EXPECT_EQ(outcome.status, 3);
+  // What the library prints is no part of an answer.
+  EXPECT_EQ(outcome.output, "");
+  EXPECT_NE(outcome.complaint.find("Another program is writing to it."), std::string::npos)
+      << outcome.complaint;
+  sqlite3_exec(database, "ROLLBACK", nullptr, nullptr, nullptr);
+  EXPECT_EQ(program_.run({"review", "2024-02"}).output, "good\n");
 }
 
 }  // namespace

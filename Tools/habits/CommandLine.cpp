@@ -91,9 +91,11 @@ void declareYear(CLI::App& app, Request& request) {
   addHabit(command, command.arguments().name);
   command->add_option("year", command.arguments().year, "The year; this one when not given")
       ->check(CLI::Range(1, 9999));
-  command.runs(request, [](const Session& session, const YearArguments& its) {
-    return year(session, its.name, its.year, drawsInColor());
-  });
+  // Asked now: while a command runs, the standard output is kept for its answer.
+  command.runs(request,
+               [inColor = drawsInColor()](const Session& session, const YearArguments& its) {
+                 return year(session, its.name, its.year, inColor);
+               });
 }
 
 struct ListArguments {

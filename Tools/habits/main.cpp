@@ -3,7 +3,7 @@
 #include <string>
 
 #include "Foundation/Values/Error.h"
-#include "Foundation/Values/FatalError.h"
+#include "Tools/habits/AnswerStream.h"
 #include "Tools/habits/CommandLine.h"
 #include "Tools/habits/Failures.h"
 #include "Tools/habits/Migration/OldStore.h"
@@ -26,8 +26,9 @@ int fulfil(const Request& request) {
   try {
     setUpDirectories();
     path = storePath(request.store);
+    AnswerStream stream;
     const Answer answer = answerTo(request, path);
-    foundation::print(request.json ? json(answer.data) : answer.text);
+    stream.print(request.json ? json(answer.data) : answer.text);
     if (!answer.trouble) return kSuccess;
     complain(*answer.trouble);
   } catch (const Refusal& refusal) {

@@ -35,6 +35,13 @@ namespace benchmarks {
 [[nodiscard]] Comparison memoryOfEverything();
 /// A process that opens a store, checks in once and ends.
 [[nodiscard]] Comparison processOfOneCheckin();
+/// A store of version 1 with a million check-ins, brought to the newest version.
+[[nodiscard]] Comparison sixSteps();
+/// The peak of memory of a process that does that.
+[[nodiscard]] Comparison memoryOfSixSteps();
+/// A store of version 6 that takes in the files of its photos.
+[[nodiscard]] Comparison foldingOfPhotos();
+[[nodiscard]] Comparison memoryOfFolding();
 
 /// A list of many photos of which some pages are looked at: time and memory of a process of its
 /// own. Throws when the memory passes what is allowed for any number of photos.

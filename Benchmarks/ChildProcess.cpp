@@ -80,6 +80,13 @@ std::string outputOf(const std::vector<std::string>& command) {
   return text;
 }
 
+Run memoryPrintedBy(const std::vector<std::string>& command) {
+  const std::string text = outputOf(command);
+  std::size_t end = 0;
+  const std::int64_t answer = std::stoll(text, &end);
+  return {Cost::of(std::stod(text.substr(end))), answer};
+}
+
 std::string programBeside(const std::string& name) {
   return (std::filesystem::read_symlink("/proc/self/exe").parent_path() / name).string();
 }

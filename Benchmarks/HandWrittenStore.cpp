@@ -59,11 +59,6 @@ constexpr const char* kSchema = R"(
 
 constexpr std::int64_t kCheckinEntity = 1;
 
-void execute(sqlite3* database, const char* sql) {
-  if (sqlite3_exec(database, sql, nullptr, nullptr, nullptr) == SQLITE_OK) return;
-  throw std::runtime_error(std::string(sqlite3_errmsg(database)) + " in: " + sql);
-}
-
 /// What all days of a month of the form "yyyy-MM" stand before.
 std::string endOfMonth(std::string_view month) { return std::string(month) + '.'; }
 
@@ -147,16 +142,10 @@ std::optional<std::string> PreparedStatement::optionalText(int column) {
   return std::string(text(column));
 }
 
-std::unique_ptr<sqlite3, HandWrittenStore::Closer> HandWrittenStore::opened(const std::string& path,
-                                                                            Durability durability,
-                                                                            LogFile logFile) {
+Database HandWrittenStore::opened(const std::string& path, Durability durability, LogFile logFile) {
   const bool isNew = !std::filesystem::exists(path);
-  sqlite3* database = nullptr;
-  const int result =
-      sqlite3_open_v2(path.c_str(), &database,
-                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-  std::unique_ptr<sqlite3, Closer> owned(database);
-  if (result != SQLITE_OK) throw std::runtime_error("cannot open " + path);
+  Database owned = openDatabase(path);
+  sqlite3* database = owned.get();
   sqlite3_busy_timeout(database, 5000);
   execute(database, "PRAGMA journal_mode=WAL");
   execute(database,

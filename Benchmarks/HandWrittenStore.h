@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Benchmarks/Database.h"
 #include "Benchmarks/Workload.h"
 
 namespace benchmarks {
@@ -116,14 +117,10 @@ class HandWrittenStore {
  private:
   [[nodiscard]] std::int64_t number(const char* sql);
 
-  struct Closer {
-    void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
-  };
-  [[nodiscard]] static std::unique_ptr<sqlite3, Closer> opened(const std::string& path,
-                                                               Durability durability,
-                                                               LogFile logFile);
+  [[nodiscard]] static Database opened(const std::string& path, Durability durability,
+                                       LogFile logFile);
 
-  std::unique_ptr<sqlite3, Closer> database_;
+  Database database_;
   PreparedStatement begin_;
   PreparedStatement commit_;
   PreparedStatement insertActivity_;

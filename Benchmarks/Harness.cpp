@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -35,12 +34,6 @@ void requireAgreement(const Comparison& comparison, const Round& round) {
   if (round.ours.answer == round.byHand.answer) return;
   throw std::runtime_error(comparison.name + ": we found " + std::to_string(round.ours.answer) +
                            ", by hand it is " + std::to_string(round.byHand.answer));
-}
-
-double secondsOf(clockid_t clock) noexcept {
-  timespec time{};
-  clock_gettime(clock, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 std::vector<double> numbersOf(std::span<const Cost> costs, Clock clock) {
@@ -78,7 +71,8 @@ Result summaryOf(const Comparison& comparison, std::span<const Round> rounds) {
           .otherRatio = quantileOf(ratios, other, 0.5),
           .clock = clock,
           .target = comparison.target,
-          .rounds = static_cast<int>(rounds.size())};
+          .rounds = static_cast<int>(rounds.size()),
+          .most = comparison.most};
 }
 
 }  // namespace
@@ -92,13 +86,6 @@ Result compare(const Comparison& comparison, const Workload& workload, int round
     requireAgreement(comparison, results.back());
   }
   return summaryOf(comparison, results);
-}
-
-Cost costOf(const std::function<void()>& block) {
-  const double processor = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
-  const double elapsed = secondsOf(CLOCK_MONOTONIC);
-  block();
-  return {secondsOf(CLOCK_MONOTONIC) - elapsed, secondsOf(CLOCK_PROCESS_CPUTIME_ID) - processor};
 }
 
 Cost medianOf(std::span<const Cost> costs) {
@@ -115,7 +102,7 @@ void printRow(const Result& result) {
   std::printf("%-26s %-4s %9.2f %9.2f %6.2f %6.2f-%-5.2f %9.2f %7.2f %6d%s\n", result.name.c_str(),
               result.unit.c_str(), result.ours, result.byHand, result.ratio, result.lowerQuartile,
               result.upperQuartile, isElapsed ? result.ratio : result.otherRatio, result.target,
-              result.rounds, result.ratio <= result.target ? "" : "  missed");
+              result.rounds, result.isMissed() ? "  missed" : "");
   std::fflush(stdout);
 }
 

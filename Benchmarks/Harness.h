@@ -2,27 +2,15 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "Benchmarks/Cost.h"
 #include "Benchmarks/Workload.h"
 
 namespace benchmarks {
-
-/// What something cost, by two clocks, in seconds until scaled.
-struct Cost {
-  /// Time that passed: everything, the disk and the machine's other work too.
-  double elapsed = 0;
-  /// Time that processors spent on it, in all threads.
-  double processor = 0;
-
-  /// A cost that no clock measures.
-  [[nodiscard]] static Cost of(double amount) noexcept { return {amount, amount}; }
-  [[nodiscard]] Cost operator*(double factor) const noexcept {
-    return {elapsed * factor, processor * factor};
-  }
-};
 
 /// By which clock a comparison is judged. On a machine that does nothing else both say the same of
 /// what does not wait for the disk.
@@ -53,6 +41,8 @@ struct Comparison {
   Clock clock = Clock::processor;
   /// Makes what both sides work on.
   std::function<Sides(const Workload&)> prepare;
+  /// The highest cost of ours that we are content with, whatever the other side's is.
+  double most = std::numeric_limits<double>::infinity();
 };
 
 struct Result {
@@ -71,14 +61,15 @@ struct Result {
   Clock clock = Clock::processor;
   double target = 0;
   int rounds = 0;
+  double most = 0;
+
+  [[nodiscard]] bool isMissed() const noexcept { return ratio > target || ours > most; }
 };
 
 /// Runs both sides in turn, each first in every other round, after one run of each that does not
 /// count. Throws `std::runtime_error` when their answers differ.
 [[nodiscard]] Result compare(const Comparison& comparison, const Workload& workload, int rounds);
 
-/// What the block takes.
-[[nodiscard]] Cost costOf(const std::function<void()>& block);
 /// The median of each clock.
 [[nodiscard]] Cost medianOf(std::span<const Cost> costs);
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Benchmarks/Cost.h"
 #include "Benchmarks/EngineStore.h"
-#include "Benchmarks/Harness.h"
 #include "Benchmarks/ProcessMemory.h"
 #include "CoreDataStack/UseCases/CoreDataPhotoUseCase.h"
 

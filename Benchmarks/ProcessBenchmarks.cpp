@@ -48,12 +48,8 @@ std::int64_t activitiesIn(EngineStore& store) {
       [&] { return store.context().count(coredatastack::CDActivity::fetchRequest()); });
 }
 
-/// What one program prints: what it found, and how much memory that took at its peak, in MiB.
 Run memoryOf(const char* side, const std::string& path) {
-  const std::string text = outputOf({programBeside("benchmark_memory"), side, path});
-  std::size_t end = 0;
-  const std::int64_t answer = std::stoll(text, &end);
-  return {Cost::of(std::stod(text.substr(end))), answer};
+  return memoryPrintedBy({programBeside("benchmark_memory"), side, path});
 }
 
 /// Processes that open a store, check in on the next day and end.

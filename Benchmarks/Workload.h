@@ -18,9 +18,12 @@ struct Workload {
   int erasedCheckins = 10000;
   int photos = 10000;
   std::size_t photoBytes = 200'000;
-  /// Check-ins in the stores whose readers' memory is measured.
+  /// Check-ins in the stores that are migrated, and in those whose readers' memory is measured.
   int checkinsInMemory = 1000000;
   int processesInARound = 5;
+  /// Photos in files beside the stores that take them in, and the size of each.
+  std::size_t photoFiles = 250;
+  std::size_t photoFileBytes = 2'000'000;
 
   /// Enough to see that both sides give the same answers.
   [[nodiscard]] static Workload tiny() {
@@ -34,7 +37,9 @@ struct Workload {
             .photos = 60,
             .photoBytes = 5000,
             .checkinsInMemory = 600,
-            .processesInARound = 1};
+            .processesInARound = 1,
+            .photoFiles = 5,
+            .photoFileBytes = 1000};
   }
 };
 

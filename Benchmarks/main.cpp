@@ -78,7 +78,11 @@ std::vector<Comparison> allComparisons() {
                                  latestCheckins(),
                                  openingToFirstQuery(),
                                  memoryOfEverything(),
-                                 processOfOneCheckin()};
+                                 processOfOneCheckin(),
+                                 sixSteps(),
+                                 memoryOfSixSteps(),
+                                 foldingOfPhotos(),
+                                 memoryOfFolding()};
   for (Comparison& comparison : photos()) result.push_back(std::move(comparison));
   for (Comparison& requirement : requirements()) result.push_back(std::move(requirement));
   return result;

@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 
 #include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
 #include "CoreData/Migration/NSMigrationManager.h"
 #include "CoreData/SQLite/StoreClaim.h"
 #include "CoreDataStack/CoreDataMigratorError.h"
+#include "CoreDataStack/LeftoverPhotos.h"
 #include "CoreDataStack/MigrationSpace.h"
 #include "CoreDataStack/MurtelleMigrationPolicyV6toV7.h"
 #include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
@@ -45,21 +47,58 @@ URL newTemporaryStore() {
   return directory.appendingPathComponent(foundation::UUID().uuidString());
 }
 
+std::string versionName(const NSManagedObjectModel& model) {
+  const auto& names = model.versionIdentifiers();
+  return names.empty() ? std::string() : *names.begin();
+}
+
 void migrate(const URL& from, const CoreDataMigrationStep& step, const URL& to) {
   const auto manager = make<NSMigrationManager>(step.sourceModel, step.destinationModel);
   manager->migrateStore(from, NSSQLiteStoreType, {}, step.mappingModel, to, NSSQLiteStoreType, {});
 }
 
-/// Removes the files of photos that the store holds for good, also those of a migration that was
-/// killed before it could. The store is new whatever becomes of them, so an error is no reason to
-/// say that it was not migrated; the next migration of the store tries again.
+void putPhotosBack(const URL& store) {
+  if (const auto photos = SetAsidePhotos::ofStore(store)) photos->putBack();
+}
+
+/// For where another error is on its way already; the next migration of the store tries again.
+void tryToPutPhotosBack(const URL& store) {
+  try {
+    putPhotosBack(store);
+  } catch (const foundation::Error& error) {
+    foundation::print(error.description());
+  }
+}
+
+/// Goes through the steps and puts what the last one made into the store's place.
+void take(const std::vector<CoreDataMigrationStep>& steps, const URL& store) {
+  // Putting the new store in place counts as a step.
+  const auto progress = Progress::progress(static_cast<std::int64_t>(steps.size()) + 1);
+  URL current = store;
+  for (const CoreDataMigrationStep& step : steps) {
+    progress->setUserInfoObject(versionName(*step.destinationModel), kMigrationStepKey);
+    requireSpaceForStep(current, step);
+    const URL destination = newTemporaryStore();
+    progress->performAsCurrent(1, [&] { migrate(current, step, destination); });
+    if (current != store) destroyStore(current);
+    current = destination;
+  }
+  progress->setUserInfoObject({}, kMigrationStepKey);
+  if (current != store) {
+    coredata::SQLiteStore::buildIndexes(coredata::StoreOptions(current),
+                                        steps.back().destinationModel);
+    requireSpaceForReplacement(store, current);
+  }
+  replaceStore(store, current);
+  if (current != store) destroyStore(current);
+  progress->setCompletedUnitCount(progress->totalUnitCount());
+}
+
+/// The store is new whatever becomes of the files of its photos, so an error is no reason to say
+/// that it was not migrated; the next opening of the store tries again.
 void discardFoldedPhotos(const URL& store) {
   try {
-    const std::optional<ValueDictionary> metadata = storeMetadata(store);
-    const bool isNewest = metadata && CoreDataMigrationVersion::storeVersion(*metadata) ==
-                                          CoreDataMigrationVersion::newest();
-    if (!isNewest) return;
-    if (const auto photos = SetAsidePhotos::ofStore(store)) photos->discard();
+    discardLeftoverPhotos(store);
   } catch (const foundation::Error& error) {
     foundation::print(error.description());
   }
@@ -76,27 +115,16 @@ void CoreDataMigrator::migrateStore(const URL& at, const CoreDataMigrationVersio
   const std::vector<CoreDataMigrationStep> steps = migrationSteps(at, to);
   if (!steps.empty()) {
     claim.markRead();
-    if (const auto photos = SetAsidePhotos::ofStore(at)) photos->putBack();
+    putPhotosBack(at);
   }
-  // Putting the new store in place counts as a step.
-  const auto progress = Progress::progress(static_cast<std::int64_t>(steps.size()) + 1);
-  URL current = at;
-  for (const CoreDataMigrationStep& step : steps) {
-    requireSpaceForStep(current, step);
-    const URL destination = newTemporaryStore();
-    progress->performAsCurrent(1, [&] { migrate(current, step, destination); });
-    if (current != at) destroyStore(current);
-    current = destination;
+  try {
+    take(steps, at);
+  } catch (...) {
+    // The store goes on as it was, perhaps with a program of its own version, and needs its photos.
+    if (!steps.empty()) tryToPutPhotosBack(at);
+    throw;
   }
-  if (current != at) {
-    coredata::SQLiteStore::buildIndexes(coredata::StoreOptions(current),
-                                        steps.back().destinationModel);
-    requireSpaceForReplacement(at, current);
-  }
-  replaceStore(at, current);
-  if (current != at) destroyStore(current);
   discardFoldedPhotos(at);
-  progress->setCompletedUnitCount(progress->totalUnitCount());
 }
 
 bool CoreDataMigrator::requiresMigration(const URL& at, const CoreDataMigrationVersion& to) const {

@@ -1,11 +1,17 @@
 #pragma once
 
+#include <string_view>
 #include <vector>
 
 #include "CoreDataStack/CoreDataMigrationStep.h"
 #include "CoreDataStack/CoreDataMigratorProtocol.h"
 
 namespace coredatastack {
+
+/// In the user info of a migration's progress: the name of the version that is being made; absent
+/// before the first step, and while the new store is put in place. What a step is about, its own
+/// progress tells (`kMigrationMappingKey`).
+inline constexpr std::string_view kMigrationStepKey = "CDSMigrationStep";
 
 /// Brings a store forward one version at a time: each step writes a new store into the temporary
 /// directory, and only after the last one takes the store's own file over what was made.

@@ -150,6 +150,13 @@ void Progress::absorb(const Progress& finishedChild) {
   children_.erase(found);
 }
 
+std::vector<Ref<Progress>> Progress::unfinishedChildren() const {
+  const std::scoped_lock guard(treeMutex());
+  std::vector<Ref<Progress>> children;
+  for (const Child& child : children_) children.push_back(child.progress);
+  return children;
+}
+
 void Progress::tellObservers() const {
   std::vector<Ref<Observer>> living;
   {

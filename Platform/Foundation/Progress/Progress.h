@@ -59,6 +59,9 @@ class Progress final : public Object {
   /// Hands units to a child. A child that has a parent already, or is one of this one's, stops the
   /// process.
   void addChild(const Ref<Progress>& child, std::int64_t withPendingUnitCount);
+  /// The children that are under way, in the order in which they came; what they tell of themselves
+  /// says more than the sum.
+  [[nodiscard]] std::vector<Ref<Progress>> unfinishedChildren() const;
   /// Makes this the thread's current progress, with units for the first child that is made.
   void becomeCurrent(std::int64_t withPendingUnitCount);
   /// Makes the one before the current progress again. Units that no child took count as completed.

@@ -7,9 +7,11 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <utility>
 
 #include "CoreData/Migration/MigrationError.h"
 #include "CoreData/Model/ModelBuilder.h"
+#include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreDataStack/CoreDataMigratorError.h"
 #include "CoreDataStack/MigrationSpace.h"
 #include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
@@ -229,6 +231,25 @@ TEST_F(Migrator, TellsHowFarItHasCome) {
   EXPECT_EQ(progress->fractionCompleted(), 1.0);
 }
 
+TEST_F(Migrator, TellsWhichStepIsUnderWay) {
+  addStore(Version::version5);
+  const auto progress = foundation::make<foundation::Progress>(1);
+  std::vector<std::string> steps;
+  const auto token = progress->observe([&](const foundation::Progress& observed) {
+    for (const auto& migration : observed.unfinishedChildren()) {
+      const auto userInfo = migration->userInfo();
+      const auto step = userInfo.find(coredatastack::kMigrationStepKey);
+      const std::string name = step == userInfo.end() ? "" : *step->second.text();
+      if (steps.empty() || steps.back() != name) steps.push_back(name);
+    }
+  });
+
+  progress->performAsCurrent(1,
+                             [&] { migrator_.migrateStore(place_.storeURL(), Version::version7); });
+
+  EXPECT_EQ(steps, (std::vector<std::string>{"", "Tessaline 6", "Tessaline 7", ""}));
+}
+
 TEST_F(Migrator, LeavesTheStoreAsItWasWhenItIsStopped) {
   addStore(Version::version1);
   const std::string before = bytes();
@@ -307,6 +328,34 @@ TEST_F(Migrator, PutsBackWhatAStoreStillNeedsThatGoesToAnOlderVersion) {
 
   migrator_.migrateStore(place_.storeURL(), Version::version6);
 
+  EXPECT_TRUE(std::filesystem::exists(place_.container() / "photo" / "a.jpg"));
+}
+
+TEST_F(Migrator, GivesTheStoreItsPhotosBackWhenSomebodyWroteToItMeanwhile) {
+  support::edit(place_.storeURL(), Version::version6, [](NSManagedObjectContext& context) {
+    context.insertNewObject("Photo")->setValue("a.jpg", "filename");
+  });
+  place_.addPhotoFile("a.jpg", "A");
+  const auto other = support::contextOver(place_.storeURL(), Version::version6);
+  bool hasWritten = false;
+  const auto progress = foundation::make<foundation::Progress>(1);
+  const auto token = progress->observe([&](const foundation::Progress&) {
+    const bool isAside = !std::filesystem::exists(place_.container() / "photo");
+    if (!isAside || std::exchange(hasWritten, true)) return;
+    other->performBlockAndWait([&] {
+      other->insertNewObject("Activity")->setValue("Read", "title");
+      other->save();
+    });
+  });
+
+  const auto code = support::errorCode([&] {
+    progress->performAsCurrent(
+        1, [&] { migrator_.migrateStore(place_.storeURL(), Version::version7); });
+  });
+
+  EXPECT_EQ(code, support::number(coredata::StoreErrorCode::changedMeanwhile));
+  EXPECT_TRUE(hasWritten);
+  EXPECT_EQ(version(), Version::version6);
   EXPECT_TRUE(std::filesystem::exists(place_.container() / "photo" / "a.jpg"));
 }
 

@@ -101,6 +101,18 @@ TEST(Progress, TakesOverTheUnitsOfAChildThatHadFinishedBefore) {
   EXPECT_TRUE(parent->isFinished());
 }
 
+TEST(Progress, KnowsItsChildrenAsLongAsTheyAreUnderWay) {
+  const auto whole = make<Progress>(2);
+  const auto first = make<Progress>(1);
+  const auto second = make<Progress>(1);
+  whole->addChild(first, 1);
+  whole->addChild(second, 1);
+
+  EXPECT_EQ(whole->unfinishedChildren(), (std::vector{first, second}));
+  first->setCompletedUnitCount(1);
+  EXPECT_EQ(whole->unfinishedChildren(), std::vector{second});
+}
+
 TEST(Progress, FinishesThroughAllLevels) {
   const auto top = make<Progress>(1);
   const auto middle = make<Progress>(1);

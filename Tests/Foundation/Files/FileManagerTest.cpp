@@ -76,9 +76,9 @@ TEST_F(FileManagerTest, KeepsAGroupsContainerWithTheDataAndMakesNothing) {
 }
 
 TEST_F(FileManagerTest, KeepsAGroupsContainerWhereItIsTold) {
-  manager_.registerApplicationGroup("group.garden", url("shared"));
+  manager_.registerApplicationGroup("group.garden", url("common"));
 
-  EXPECT_EQ(manager_.containerURL("group.garden"), URL::fileURL(path("shared/").native()));
+  EXPECT_EQ(manager_.containerURL("group.garden"), URL::fileURL(path("common/").native()));
 }
 
 TEST_F(FileManagerTest, RegistersNoGroupThatNamesNoDirectory) {

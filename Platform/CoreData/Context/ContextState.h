@@ -152,6 +152,8 @@ class ContextState final : public ObjectArguments {
   /// maker chose them. Empty but in migrations.
   std::unordered_map<ObjectKey, ObjectKey> chosenKeys;
 
+  /// Set in the context's turn, where they are read without the mutex; elsewhere with it.
+  mutable std::mutex settingsMutex;
   std::optional<std::string> name;
   std::optional<std::string> author;
   NSMergePolicy mergePolicy = NSMergePolicy::error;

@@ -1,5 +1,6 @@
 #include "CoreData/Context/ContextState.h"
 #include "CoreData/Context/NSManagedObjectContext.h"
+#include "Foundation/Values/Error.h"
 
 namespace coredata {
 
@@ -91,9 +92,20 @@ void NSManagedObjectContext::mergeChangesFromContextDidSave(
       if (mine == nullptr) return;
       state_->outdateMembers(*mine);
       if (const Ref<NSManagedObject> object = state_->changedElsewhere(*mine, identifier.key())) {
-        refreshFromHere(*object, true);
+        refreshIfPossible(*object);
       }
     });
+  }
+}
+
+void NSManagedObjectContext::refreshIfPossible(NSManagedObject& object) {
+  try {
+    refreshFromHere(object, true);
+  } catch (const foundation::Error& error) {
+    // What it holds is out of date. With changes of its own it meets the other's as a conflict when
+    // it is saved.
+    if (!object.hasChanges()) dropChanges(object);
+    ContextState::report("A change by another process could not be read: " + error.description());
   }
 }
 

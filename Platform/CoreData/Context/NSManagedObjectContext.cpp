@@ -42,16 +42,20 @@ const Ref<NSPersistentStoreCoordinator>& NSManagedObjectContext::persistentStore
 NSManagedObjectContextConcurrencyType NSManagedObjectContext::concurrencyType() const noexcept {
   return state_->concurrencyType;
 }
-const std::optional<std::string>& NSManagedObjectContext::name() const noexcept {
+std::optional<std::string> NSManagedObjectContext::name() const {
+  const std::scoped_lock lock(state_->settingsMutex);
   return state_->name;
 }
 void NSManagedObjectContext::setName(std::optional<std::string> name) {
+  const std::scoped_lock lock(state_->settingsMutex);
   state_->name = std::move(name);
 }
-const std::optional<std::string>& NSManagedObjectContext::transactionAuthor() const noexcept {
+std::optional<std::string> NSManagedObjectContext::transactionAuthor() const {
+  const std::scoped_lock lock(state_->settingsMutex);
   return state_->author;
 }
 void NSManagedObjectContext::setTransactionAuthor(std::optional<std::string> author) {
+  const std::scoped_lock lock(state_->settingsMutex);
   state_->author = std::move(author);
 }
 NSMergePolicy NSManagedObjectContext::mergePolicy() const noexcept { return state_->mergePolicy; }

@@ -53,10 +53,12 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   [[nodiscard]] NSManagedObjectContextConcurrencyType concurrencyType() const noexcept;
 
   // Settings, absent or off in a new context.
-  [[nodiscard]] const std::optional<std::string>& name() const noexcept;
+
+  /// May be read on any thread, as the author: whoever follows the history asks for them.
+  [[nodiscard]] std::optional<std::string> name() const;
   void setName(std::optional<std::string> name);
   /// Stamped on the transactions that the context saves.
-  [[nodiscard]] const std::optional<std::string>& transactionAuthor() const noexcept;
+  [[nodiscard]] std::optional<std::string> transactionAuthor() const;
   void setTransactionAuthor(std::optional<std::string> author);
   [[nodiscard]] NSMergePolicy mergePolicy() const noexcept;
   void setMergePolicy(NSMergePolicy policy) noexcept;
@@ -140,7 +142,8 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   void save();
   /// Brings the context up to date with what another one saved, as its did-save notification tells:
   /// refreshes live objects that were updated, keeping local changes, and removes deleted ones.
-  /// Repeating it is harmless.
+  /// Repeating it is harmless. Never throws: an object whose row cannot be read now becomes a fault
+  /// if it has no changes of its own, so that it reads anew when it is looked into.
   void mergeChangesFromContextDidSave(const foundation::NSNotification& notification);
 
   /// Posted after a save on the thread that saved; the object is the context, the user info lists
@@ -210,6 +213,9 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   static void forgetStoredMembers(NSManagedObject& object) noexcept;
   /// `refresh`, in the state of the store that the block sees.
   void refreshFromHere(NSManagedObject& object, bool mergeChanges);
+  /// As `refreshFromHere` with the changes merged; see `mergeChangesFromContextDidSave` for what
+  /// becomes of an object whose row cannot be read.
+  void refreshIfPossible(NSManagedObject& object);
   /// Takes a row that is newer than the object's, and applies the object's own changes on top.
   void takeFreshRow(NSManagedObject& object, foundation::Ref<Row> fresh);
   void dropChanges(NSManagedObject& object);

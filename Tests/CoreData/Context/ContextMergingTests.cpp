@@ -1,3 +1,7 @@
+#include <memory>
+
+#include "CoreData/SQLite/StoreVFS.h"
+#include "Tests/Support/FaultVFS.h"
 #include "Tests/Support/GardenTest.h"
 
 namespace {
@@ -8,6 +12,8 @@ using foundation::Ref;
 using garden::Bed;
 using garden::Label;
 using garden::Plant;
+using garden::Store;
+using support::FaultVFS;
 
 /// A context that merges what a sibling saves.
 class ContextMerging : public garden::Test {
@@ -98,6 +104,41 @@ TEST_F(ContextMerging, BringsMembersAddedElsewhereIntoASetThatWasRead) {
   settle();
 
   context->performBlockAndWait([&] { EXPECT_EQ(bed->plants().count(), 1U); });
+}
+
+TEST_F(ContextMerging, TurnsAnObjectWhoseRowCannotBeReadIntoAFaultInsteadOfThrowing) {
+  FaultVFS vfs;
+  const coredata::StoreVFSOverride faulty(vfs.name());
+  const Store failing;
+  const Ref<NSManagedObjectContext> reader = failing.newContext();
+  Ref<Plant> plant;
+  reader->performBlockAndWait([&] {
+    plant = make<Plant>(*reader);
+    plant->setName("reed");
+    reader->save();
+  });
+  const auto elsewhere = failing.opened()->newBackgroundContext();
+  elsewhere->performBlockAndWait([&] {
+    elsewhere->fetch(Plant::fetchRequest())[0]->setName("sedge");
+    elsewhere->save();
+  });
+  const auto list = std::make_shared<const foundation::ValueDictionary>(
+      foundation::ValueDictionary{{std::string(coredata::NSUpdatedObjectsKey),
+                                   foundation::ValueList{foundation::Value(plant->objectID())}}});
+  const foundation::NSNotification notification(NSManagedObjectContext::didSaveNotification(),
+                                                nullptr, list);
+
+  reader->performBlockAndWait([&] {
+    vfs.reset();
+    vfs.watch(support::kEverything);
+    vfs.failAt(1, SQLITE_IOERR, true);
+    EXPECT_NO_THROW(reader->mergeChangesFromContextDidSave(notification));
+    EXPECT_TRUE(vfs.faultWasReached());
+    EXPECT_TRUE(plant->isFault());
+    vfs.reset();
+  });
+
+  reader->performBlockAndWait([&] { EXPECT_EQ(plant->name(), "sedge"); });
 }
 
 }  // namespace

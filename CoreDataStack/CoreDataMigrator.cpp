@@ -37,11 +37,6 @@ namespace {
 /// Longer than any migration of a person's store takes.
 constexpr std::chrono::minutes kClaimLimit{5};
 
-CoreDataMigratorError unknownStoreVersion(const URL& store) {
-  return CoreDataMigratorError::unknownStoreVersion("unknown store version at URL " +
-                                                    store.description());
-}
-
 URL newTemporaryStore() {
   const URL directory = URL::fileURL(foundation::NSTemporaryDirectory());
   return directory.appendingPathComponent(foundation::UUID().uuidString());
@@ -109,12 +104,13 @@ void discardFoldedPhotos(const URL& store) {
 CoreDataMigrator::CoreDataMigrator() { MurtelleMigrationPolicyV6toV7::registerClass(); }
 
 void CoreDataMigrator::migrateStore(const URL& at, const CoreDataMigrationVersion& to) {
-  if (!storeMetadata(at)) throw unknownStoreVersion(at);
-  coredata::StoreClaim claim(at, kClaimLimit);
+  if (!storeMetadata(at)) throw CoreDataMigratorError::unknownStoreVersion(at);
+  // A restore has the claim already, from before it touched the store.
+  const coredata::HeldClaim claim(at, kClaimLimit);
   checkpointStore(at);
   const std::vector<CoreDataMigrationStep> steps = migrationSteps(at, to);
   if (!steps.empty()) {
-    claim.markRead();
+    claim->markRead();
     putPhotosBack(at);
   }
   try {
@@ -149,9 +145,9 @@ void CoreDataMigrator::checkpointStore(const URL& at) const {
 std::vector<CoreDataMigrationStep> CoreDataMigrator::migrationSteps(
     const URL& forStoreAt, const CoreDataMigrationVersion& to) const {
   const std::optional<ValueDictionary> metadata = storeMetadata(forStoreAt);
-  if (!metadata) throw unknownStoreVersion(forStoreAt);
+  if (!metadata) throw CoreDataMigratorError::unknownStoreVersion(forStoreAt);
   const auto version = CoreDataMigrationVersion::storeVersion(*metadata);
-  if (!version) throw unknownStoreVersion(forStoreAt);
+  if (!version) throw CoreDataMigratorError::unknownStoreVersion(forStoreAt);
   return migrationSteps(*version, to);
 }
 

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "Foundation/Values/EnumError.h"
+#include "Foundation/Values/URL.h"
 
 namespace coredatastack {
 
@@ -22,6 +23,9 @@ class CoreDataMigratorError final : public foundation::EnumError<CoreDataMigrato
   }
   [[nodiscard]] static CoreDataMigratorError unknownStoreVersion(std::string message) {
     return CoreDataMigratorError(Case::unknownStoreVersion, std::move(message));
+  }
+  [[nodiscard]] static CoreDataMigratorError unknownStoreVersion(const foundation::URL& atURL) {
+    return unknownStoreVersion("unknown store version at URL " + atURL.description());
   }
 
  private:

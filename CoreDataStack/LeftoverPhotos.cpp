@@ -1,7 +1,6 @@
 #include "CoreDataStack/LeftoverPhotos.h"
 
 #include <chrono>
-#include <optional>
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreClaim.h"
@@ -25,11 +24,6 @@ bool isOfNewestVersion(const URL& store) {
   return metadata && Version::storeVersion(*metadata) == Version::newest();
 }
 
-bool isClaimedHere(const URL& store) {
-  const auto path = store.filePath();
-  return path && coredata::StoreClaim::find(*path) != nullptr;
-}
-
 bool isBusy(const Error& error) {
   return error.domain() == foundation::kCocoaErrorDomain &&
          error.code() == static_cast<std::int64_t>(coredata::StoreErrorCode::busy);
@@ -41,8 +35,7 @@ void discardLeftoverPhotos(const URL& ofStore) {
   const auto photos = SetAsidePhotos::ofStore(ofStore);
   if (!photos || !photos->exist()) return;
   try {
-    std::optional<coredata::StoreClaim> claim;
-    if (!isClaimedHere(ofStore)) claim.emplace(ofStore, kNoWait);
+    const coredata::HeldClaim claim(ofStore, kNoWait);
     // Only now: an old backup may have taken the store's place, and what is set aside be its own.
     if (isOfNewestVersion(ofStore)) photos->discard();
   } catch (const Error& error) {

@@ -27,7 +27,8 @@ enum class StoreErrorCode : std::int64_t {
   invalidMetadata =
       134125,  ///< a metadata value that cannot be kept, or a key that is not the caller's
   changedMeanwhile =
-      134126,  ///< somebody wrote to the store after that was read which was to replace it
+      134126,       ///< somebody wrote to the store after that was read which was to replace it
+  exists = 134127,  ///< something lies where a new file was to be made
 };
 
 [[nodiscard]] inline foundation::Error storeError(

@@ -70,6 +70,11 @@ StoreClaim* StoreClaim::find(const std::string& path) {
   return found == claims.end() ? nullptr : *found;
 }
 
+HeldClaim::HeldClaim(const foundation::URL& url, std::chrono::milliseconds limit)
+    : claim_(StoreClaim::find(pathOf(url))) {
+  if (claim_ == nullptr) claim_ = &own_.emplace(url, limit);
+}
+
 void StoreClaim::markRead() {
   try {
     requireFile(path_, false);

@@ -54,6 +54,8 @@ class StoreClaim {
   /// become the replacement, and after everything that the claim's holder itself writes. Keeps a
   /// connection to the store open from then on. Throws when there is no store to be read.
   void markRead();
+  /// Lets go of that: a replacement is no longer refused.
+  void forgetRead() noexcept { read_.reset(); }
 
   // For this folder.
 
@@ -93,6 +95,20 @@ class StoreClaim {
   std::optional<StoreState> read_;
   /// The serial of the connection that saw it.
   std::uint64_t readBy_ = 0;
+};
+
+/// This thread's claim on a store: the one that it holds already, or else one for as long as this
+/// lives. Throws as making a claim does.
+class HeldClaim {
+ public:
+  HeldClaim(const foundation::URL& url, std::chrono::milliseconds limit);
+
+  StoreClaim& operator*() const noexcept { return *claim_; }
+  StoreClaim* operator->() const noexcept { return claim_; }
+
+ private:
+  std::optional<StoreClaim> own_;
+  StoreClaim* claim_;
 };
 
 /// What a connection sees, in a read transaction of its own; none when the file is empty. Throws

@@ -58,7 +58,8 @@ void destroyStore(const foundation::URL& url, std::chrono::milliseconds patience
   const std::string path = pathOf(url);
   if (!statusOf(path)) return;
   requireFile(path, false);
-  const StoreClaim claim(url, patience);
+  const HeldClaim claim(url, patience);
+  claim->disconnect();
   try {
     destroyFile(path, patience);
   } catch (const Error& error) {

@@ -7,8 +7,8 @@
 namespace coredata {
 
 /// Removes a store and everything that lies beside it. A store that is missing is fine. Throws
-/// `foundation::Error`, leaving the store in place, when somebody has it open or claimed for longer
-/// than `patience`, when the file is no store, and when it cannot be removed.
+/// `foundation::Error`, leaving the store in place, when somebody else has it open or claimed for
+/// longer than `patience`, when the file is no store, and when it cannot be removed.
 ///
 /// A store that keeps a log is known to be open for as long as it is; of one with a rollback
 /// journal only those are noticed who are reading or writing. Others find their file gone and fail.

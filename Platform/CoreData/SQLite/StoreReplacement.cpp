@@ -166,9 +166,7 @@ void replaceStore(const URL& at, const URL& with, std::chrono::milliseconds pati
   const std::string sourcePath = pathOf(with);
   const std::unique_ptr<Connection> from = openSource(sourcePath);
   if (FileIdentity::find(path) == FileIdentity::of(sourcePath)) return;
-  StoreClaim* claim = StoreClaim::find(path);
-  std::optional<StoreClaim> own;
-  if (claim == nullptr) claim = &own.emplace(at, patience);
+  const HeldClaim claim(at, patience);
   try {
     Replacement(*claim, *from).run();
   } catch (const Error& error) {

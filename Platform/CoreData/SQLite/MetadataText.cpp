@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
+#include "Foundation/Internal/Hexadecimal.h"
 
 namespace coredata {
 
@@ -20,7 +21,6 @@ using Json = nlohmann::json;
 
 namespace {
 constexpr int kMaxDepth = 32;
-constexpr std::string_view kDigits = "0123456789abcdef";
 
 [[noreturn]] void refuse(const std::string& what) {
   throw storeError(StoreErrorCode::invalidMetadata, "Store metadata cannot hold " + what + ".");
@@ -43,27 +43,6 @@ Json number(const NSNumber& value) {
   return nullptr;
 }
 
-std::string hexadecimal(std::span<const std::uint8_t> bytes) {
-  std::string result;
-  result.reserve(bytes.size() * 2);
-  for (const std::uint8_t byte : bytes) {
-    result += kDigits[byte >> 4];
-    result += kDigits[byte & 15];
-  }
-  return result;
-}
-
-std::optional<std::vector<std::uint8_t>> bytesOf(std::string_view text) {
-  if (text.size() % 2 != 0) return std::nullopt;
-  std::vector<std::uint8_t> result(text.size() / 2);
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const std::size_t digit = kDigits.find(text[i]);
-    if (digit == std::string_view::npos) return std::nullopt;
-    result[i / 2] = static_cast<std::uint8_t>(result[i / 2] * 16U + digit);
-  }
-  return result;
-}
-
 Json encode(const Value& value, int depth) {
   if (depth > kMaxDepth) refuse("values nested this deep");
   if (value.isNone()) return nullptr;
@@ -72,7 +51,7 @@ Json encode(const Value& value, int depth) {
   if (const auto* it = value.date()) {
     return {{"date", realNumber(it->timeIntervalSinceReferenceDate())}};
   }
-  if (const auto* it = value.data()) return {{"data", hexadecimal(it->bytes())}};
+  if (const auto* it = value.data()) return {{"data", foundation::hexadecimal(it->bytes())}};
   if (const auto* it = value.uuid()) return {{"uuid", it->uuidString()}};
   if (const auto* list = value.list()) {
     Json result = Json::array();
@@ -117,7 +96,7 @@ std::optional<Value> decodeTagged(const Json& json, int depth) {
   if (tag == "date" && content.is_number())
     return Value(Date::fromReference(content.get<double>()));
   if (tag == "data" && content.is_string()) {
-    if (auto bytes = bytesOf(content.get_ref<const std::string&>())) {
+    if (auto bytes = foundation::bytesInHexadecimal(content.get_ref<const std::string&>())) {
       return Value(Data(std::move(*bytes)));
     }
   }

@@ -95,6 +95,10 @@ void Directories::set(Directories directories) {
   currentDirectories().directories = std::move(next);
 }
 
+std::string Directories::suiteDirectory(std::string_view name) const {
+  return config_ + "/" + requireComponent(name);
+}
+
 std::string Directories::groupDirectory(std::string_view groupIdentifier) const {
   return data_ + "/" + requireComponent(groupIdentifier);
 }

@@ -37,6 +37,9 @@ class Directories {
   [[nodiscard]] const std::string& applicationIdentifier() const noexcept { return identifier_; }
   /// For settings of this application.
   [[nodiscard]] std::string configDirectory() const { return config_ + "/" + identifier_; }
+  /// For settings that several applications share under a name of their own.
+  /// Throws `Error` for a name that is no single component of a path.
+  [[nodiscard]] std::string suiteDirectory(std::string_view name) const;
   /// For data of this application.
   [[nodiscard]] std::string dataDirectory() const { return data_ + "/" + identifier_; }
   /// For what this application can make again, on a disk.

@@ -170,28 +170,32 @@ constexpr std::size_t kLargestGuess = std::size_t{16} << 20;
 
 /// What reading the file will probably take, so that its bytes need not move as they grow in
 /// number.
-std::size_t roomFor(int directory, const char* path) {
-  const auto status = FileSystem::current().status(directory, path, 0);
+std::size_t roomFor(int file) {
+  const auto status = FileSystem::current().status(file, "", AT_EMPTY_PATH);
   const std::int64_t size = status ? status->st_size : 0;
   return size <= 0 ? 0 : std::min<std::size_t>(static_cast<std::size_t>(size), kLargestGuess);
 }
 
 }  // namespace
 
-FileResult<std::vector<std::uint8_t>> readFile(int directory, const char* path, std::size_t limit) {
-  const auto file = FileDescriptor::open(directory, path, O_RDONLY);
-  if (!file) return std::unexpected(file.error());
+FileResult<std::vector<std::uint8_t>> readAll(int file, std::size_t limit) {
   std::vector<std::uint8_t> content;
-  content.reserve(std::min(roomFor(directory, path), limit) + kReadStep);
+  content.reserve(std::min(roomFor(file), limit) + kReadStep);
   for (;;) {
     const std::size_t size = content.size();
     content.resize(size + kReadStep);
-    const auto count = FileSystem::current().read(file->get(), std::span(content).subspan(size));
+    const auto count = FileSystem::current().read(file, std::span(content).subspan(size));
     if (!count) return std::unexpected(count.error());
     content.resize(size + *count);
     if (content.size() > limit) return std::unexpected(EFBIG);
     if (*count == 0) return content;
   }
+}
+
+FileResult<std::vector<std::uint8_t>> readFile(int directory, const char* path, std::size_t limit) {
+  const auto file = FileDescriptor::open(directory, path, O_RDONLY);
+  if (!file) return std::unexpected(file.error());
+  return readAll(file->get(), limit);
 }
 
 FileResult<void> makeDirectories(const std::string& path, mode_t mode) {

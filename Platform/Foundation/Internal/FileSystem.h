@@ -90,6 +90,9 @@ class FileDescriptor {
   int descriptor_ = -1;
 };
 
+/// What follows in an open file, or the number of the call that failed; `EFBIG` for more than
+/// `limit`.
+[[nodiscard]] FileResult<std::vector<std::uint8_t>> readAll(int file, std::size_t limit);
 /// A file's whole content, or the number of the call that failed; `EFBIG` for a file longer than
 /// `limit`.
 [[nodiscard]] FileResult<std::vector<std::uint8_t>> readFile(int directory, const char* path,

@@ -130,6 +130,13 @@ TEST_F(DirectoriesTest, KeepAGroupsDirectoryBesideTheApplications) {
   EXPECT_EQ(codeOf([&] { static_cast<void>(directories.groupDirectory("../x")); }), EINVAL);
 }
 
+TEST_F(DirectoriesTest, KeepASuitesSettingsBesideTheApplications) {
+  const auto directories = Directories::ofUser("com.example.garden");
+
+  EXPECT_EQ(directories.suiteDirectory("group.example"), "/home/rosa/.config/group.example");
+  EXPECT_EQ(codeOf([&] { static_cast<void>(directories.suiteDirectory("a/b")); }), EINVAL);
+}
+
 TEST_F(DirectoriesTest, LieTogetherBelowADirectoryOfTheCallers) {
   const auto directories = Directories::below("/srv/test/", "garden");
 

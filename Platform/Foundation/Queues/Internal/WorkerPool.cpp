@@ -1,13 +1,14 @@
 #include "Foundation/Queues/Internal/WorkerPool.h"
 
 #include <pthread.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <chrono>
 #include <system_error>
 #include <thread>
 #include <utility>
+
+#include "Foundation/Internal/SignalBlock.h"
 
 namespace foundation {
 
@@ -16,26 +17,6 @@ namespace {
 /// More than any sensible program blocks at once; a stop for one that is not.
 constexpr unsigned kMaximumWorkers = 64;
 constexpr std::chrono::seconds kIdleTime{10};
-
-/// Blocks signals until the scope ends; a thread started in it keeps them blocked for its life.
-/// Those by which a thread reports its own faults stay open, or no crash handler would see them.
-class SignalBlock {
- public:
-  SignalBlock() noexcept {
-    sigset_t blocked;
-    sigfillset(&blocked);
-    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS}) {
-      sigdelset(&blocked, fault);
-    }
-    pthread_sigmask(SIG_SETMASK, &blocked, &before_);
-  }
-  SignalBlock(const SignalBlock&) = delete;
-  SignalBlock& operator=(const SignalBlock&) = delete;
-  ~SignalBlock() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-  sigset_t before_;
-};
 
 }  // namespace
 

@@ -22,6 +22,8 @@ namespace coredata {
 
 class ContextState;
 class NSBatchDeleteRequest;
+class NSPersistentHistoryChangeRequest;
+class NSPersistentStoreResult;
 struct NSBatchDeleteResult;
 
 enum class NSManagedObjectContextConcurrencyType : std::uint8_t {
@@ -178,6 +180,12 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// Throws `SaveErrorCode`s, what a fetch throws and the store's own errors; the store is then
   /// unchanged.
   NSBatchDeleteResult execute(const NSBatchDeleteRequest& request);
+
+  /// Fetches from the store's history or deletes a part of it; gives an
+  /// `NSPersistentHistoryResult`. A store that keeps no history gives an empty one and has nothing
+  /// to delete. Throws `HistoryErrorCode`s, what a fetch throws without a store, and the store's
+  /// own errors.
+  foundation::Ref<NSPersistentStoreResult> execute(const NSPersistentHistoryChangeRequest& request);
 
   [[nodiscard]] std::string description() const override;
 

@@ -24,14 +24,6 @@ void bindName(Statement& statement, int parameter, std::int64_t id) {
   }
 }
 
-std::int64_t findName(Connection& connection, std::string_view text) {
-  Statement& statement = connection.statement({StatementKind::findName},
-                                              [] { return "SELECT id FROM _name WHERE text=?"; });
-  const StatementUse use(statement);
-  statement.bindText(1, text);
-  return statement.step() ? statement.integer(0) : 0;
-}
-
 constexpr char kChangeColumns[] = "\"transaction\", sequence, entity, key, kind, changed";
 
 /// The changes of one transaction, in the order of the table's columns.
@@ -71,14 +63,6 @@ class ChangeFeed final : public RowFeed {
   std::span<const std::int64_t> entityNames_;
   std::size_t sequence_ = 0;
 };
-
-std::int64_t insertName(Connection& connection, std::string_view text) {
-  Statement& statement = connection.statement({StatementKind::insertName},
-                                              [] { return "INSERT INTO _name(text) VALUES(?)"; });
-  statement.bindText(1, text);
-  statement.run();
-  return sqlite3_last_insert_rowid(connection.handle());
-}
 }  // namespace
 
 Date nextTimestamp(Date newest) noexcept {
@@ -90,9 +74,9 @@ Date nextTimestamp(Date newest) noexcept {
   return Date::fromReference(std::max(Date::now().timeIntervalSinceReferenceDate(), atLeast));
 }
 
-HistoryWriter::NameId HistoryWriter::idOf(Connection& connection, std::string_view text) {
+HistoryNameId HistoryWriter::idOf(Connection& connection, std::string_view text) {
   if (const auto found = names_.find(text); found != names_.end()) return found->second;
-  NameId id = findName(connection, text);
+  HistoryNameId id = findName(connection, text);
   if (id == 0) {
     id = insertName(connection, text);
     added_.emplace_back(text);
@@ -101,18 +85,17 @@ HistoryWriter::NameId HistoryWriter::idOf(Connection& connection, std::string_vi
   return id;
 }
 
-HistoryWriter::NameId HistoryWriter::idOf(Connection& connection,
-                                          const NSEntityDescription& entity) {
-  NameId& id = entityNames_[entity.index()];
+HistoryNameId HistoryWriter::idOf(Connection& connection, const NSEntityDescription& entity) {
+  HistoryNameId& id = entityNames_[entity.index()];
   if (id == 0) id = idOf(connection, entity.name());
   return id;
 }
 
-void HistoryWriter::write(Connection& connection, const HistoryPosition& position,
-                          const Origin& origin, std::span<const RowChange> changes) {
-  const NameId author = origin.author ? idOf(connection, *origin.author) : 0;
-  const NameId context = origin.contextName ? idOf(connection, *origin.contextName) : 0;
-  const NameId bundle = origin.bundle.empty() ? 0 : idOf(connection, origin.bundle);
+HistoryNameId HistoryWriter::write(Connection& connection, const HistoryPosition& position,
+                                   const Origin& origin, std::span<const RowChange> changes) {
+  const HistoryNameId author = origin.author ? idOf(connection, *origin.author) : 0;
+  const HistoryNameId context = origin.contextName ? idOf(connection, *origin.contextName) : 0;
+  const HistoryNameId bundle = origin.bundle.empty() ? 0 : idOf(connection, origin.bundle);
   Statement& transaction = connection.statement({StatementKind::insertTransaction}, [] {
     return "INSERT INTO _transaction(number, timestamp, author, contextName, bundle, process) "
            "VALUES(?, ?, ?, ?, ?, ?)";
@@ -130,6 +113,7 @@ void HistoryWriter::write(Connection& connection, const HistoryPosition& positio
   } else {
     insertChanges(connection, position.number, changes);
   }
+  return author;
 }
 
 void HistoryWriter::feedChanges(Connection& connection, std::int64_t transaction,

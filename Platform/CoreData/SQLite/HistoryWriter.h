@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "CoreData/SQLite/HistoryNames.h"
 #include "CoreData/SQLite/RowChange.h"
 #include "CoreData/SQLite/SQLiteStore.h"
 
@@ -29,25 +30,25 @@ class HistoryWriter {
 
   explicit HistoryWriter(std::size_t entityCount) : entityNames_(entityCount) {}
 
-  /// In the transaction that is open. `position` is the new transaction's own.
-  void write(Connection& connection, const HistoryPosition& position, const Origin& origin,
-             std::span<const RowChange> changes);
+  /// In the transaction that is open. `position` is the new transaction's own. Gives its author's
+  /// number.
+  HistoryNameId write(Connection& connection, const HistoryPosition& position, const Origin& origin,
+                      std::span<const RowChange> changes);
   /// The transaction's end, by which new names are in the store or not.
   void committed() noexcept { added_.clear(); }
   void rolledBack() noexcept;
 
  private:
-  using NameId = std::int64_t;
   void insertChanges(Connection& connection, std::int64_t transaction,
                      std::span<const RowChange> changes);
   void feedChanges(Connection& connection, std::int64_t transaction,
                    std::span<const RowChange> changes);
-  [[nodiscard]] NameId idOf(Connection& connection, std::string_view text);
-  [[nodiscard]] NameId idOf(Connection& connection, const NSEntityDescription& entity);
+  [[nodiscard]] HistoryNameId idOf(Connection& connection, std::string_view text);
+  [[nodiscard]] HistoryNameId idOf(Connection& connection, const NSEntityDescription& entity);
 
-  std::map<std::string, NameId, std::less<>> names_;
+  std::map<std::string, HistoryNameId, std::less<>> names_;
   /// By entity; 0 is unknown.
-  std::vector<NameId> entityNames_;
+  std::vector<HistoryNameId> entityNames_;
   /// Names of the transaction that is open.
   std::vector<std::string> added_;
 };

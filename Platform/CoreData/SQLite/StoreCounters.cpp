@@ -19,7 +19,7 @@ void StoreCounters::beginUsing(const Connection& connection) noexcept {
 
 void StoreCounters::forget() noexcept {
   std::ranges::fill(next_, 0);
-  knowsNewest_ = false;
+  tail_.reset();
   connection_ = 0;
 }
 
@@ -40,12 +40,9 @@ ObjectKey StoreCounters::reserve(Connection& connection, const NSEntityDescripti
   return first;
 }
 
-const HistoryPosition& StoreCounters::newestTransaction(Connection& connection) {
-  if (!knowsNewest_) {
-    newest_ = newestTransactionIn(connection);
-    knowsNewest_ = true;
-  }
-  return newest_;
+const HistoryTail& StoreCounters::historyTail(Connection& connection) {
+  if (!tail_) tail_ = historyTailIn(connection);
+  return *tail_;
 }
 
 }  // namespace coredata

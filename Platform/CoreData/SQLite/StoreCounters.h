@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "CoreData/Model/NSManagedObjectModel.h"
 #include "CoreData/Rows/ObjectKey.h"
-#include "CoreData/SQLite/SQLiteStore.h"
+#include "CoreData/SQLite/AuthorMarks.h"
 
 namespace coredata {
 
@@ -27,14 +28,13 @@ class StoreCounters {
   /// The first of `count` keys that are given out now. Throws `StoreErrorCode::keysExhausted`.
   [[nodiscard]] ObjectKey reserve(Connection& connection, const NSEntityDescription& entity,
                                   std::size_t count);
-  [[nodiscard]] const HistoryPosition& newestTransaction(Connection& connection);
-  void setNewestTransaction(const HistoryPosition& position) noexcept { newest_ = position; }
+  [[nodiscard]] const HistoryTail& historyTail(Connection& connection);
+  void setHistoryTail(const HistoryTail& tail) noexcept { tail_ = tail; }
 
  private:
   /// By entity; 0 is unknown.
   std::vector<ObjectKey> next_;
-  HistoryPosition newest_;
-  bool knowsNewest_ = false;
+  std::optional<HistoryTail> tail_;
   std::uint64_t connection_ = 0;
   std::int64_t dataVersion_ = 0;
 };

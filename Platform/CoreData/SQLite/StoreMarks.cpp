@@ -33,15 +33,22 @@ std::int64_t keyMark(Connection& connection, std::string_view entityName) {
   return statement.step() ? statement.integer(0) : 0;
 }
 
-void raiseKeyMark(Connection& connection, std::string_view entityName, std::int64_t key) {
+bool hasMark(Connection& connection, std::string_view name) {
+  Statement& statement = markStatement(connection);
+  const StatementUse use(statement);
+  statement.bindText(1, name);
+  return statement.step();
+}
+
+void raiseMark(Connection& connection, std::string_view name, std::int64_t value) {
   Statement& statement = raiseStatement(connection);
-  statement.bindText(1, entityName);
-  statement.bindInteger(2, key);
+  statement.bindText(1, name);
+  statement.bindInteger(2, value);
   statement.run();
 }
 
 void raiseHistoryMarks(Connection& connection, const HistoryPosition& position) {
-  raiseKeyMark(connection, kNumberMark, position.number);
+  raiseMark(connection, kNumberMark, position.number);
   Statement& statement = raiseStatement(connection);
   statement.bindText(1, kTimestampMark);
   statement.bindReal(2, position.timestamp.timeIntervalSinceReferenceDate());

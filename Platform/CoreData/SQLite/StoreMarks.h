@@ -16,8 +16,12 @@ class Connection;
 /// The highest key that the entity is known to have used without a row to show for it; 0 when there
 /// is none.
 [[nodiscard]] std::int64_t keyMark(Connection& connection, std::string_view entityName);
-/// Both raise a mark in the transaction that is open, and never lower one.
-void raiseKeyMark(Connection& connection, std::string_view entityName, std::int64_t key);
+[[nodiscard]] bool hasMark(Connection& connection, std::string_view name);
+/// All raise a mark in the transaction that is open, and never lower one.
+void raiseMark(Connection& connection, std::string_view name, std::int64_t value);
+inline void raiseKeyMark(Connection& connection, std::string_view entityName, std::int64_t key) {
+  raiseMark(connection, entityName, key);
+}
 void raiseHistoryMarks(Connection& connection, const HistoryPosition& position);
 
 /// The newest transaction that any later one must exceed in number and stamp: the last recorded, or

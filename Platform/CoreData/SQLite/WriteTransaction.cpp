@@ -138,11 +138,13 @@ void WriteTransaction::recordHistory(const HistoryAuthor& author, CommitResult& 
   // The stamp is taken here, with the write lock held. Two processes that read the clock first
   // could commit in the other order, and whoever asks for "after T" would never see the earlier
   // stamp.
-  const HistoryPosition& newest = core().counters().newestTransaction(connection());
-  const HistoryPosition position{newest.number + 1, nextTimestamp(newest.timestamp)};
-  core().history().write(connection(), position,
-                         {author.author, author.contextName, core().options().bundleIdentifier},
-                         changes_);
+  const HistoryTail& tail = core().counters().historyTail(connection());
+  const HistoryPosition position{tail.newest.number + 1, nextTimestamp(tail.newest.timestamp)};
+  const HistoryNameId recorded = core().history().write(
+      connection(), position,
+      {author.author, author.contextName, core().options().bundleIdentifier}, changes_);
+  raiseAuthorMarks(connection(), tail, recorded);
+  recorded_ = {position, recorded, true};
   result.transactionNumber = position.number;
   result.timestamp = position.timestamp;
 }
@@ -159,7 +161,7 @@ CommitResult WriteTransaction::commit(const HistoryAuthor& author) {
   commitOrAbandon();
   core().history().committed();
   if (result.transactionNumber != 0) {
-    core().counters().setNewestTransaction({result.transactionNumber, result.timestamp});
+    core().counters().setHistoryTail(recorded_);
   }
   core().pool().log().committed(connection());
   finish();

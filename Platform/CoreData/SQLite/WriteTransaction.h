@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "CoreData/Rows/Row.h"
+#include "CoreData/SQLite/AuthorMarks.h"
 #include "CoreData/SQLite/ReadSession.h"
 #include "CoreData/SQLite/RowChange.h"
 #include "Foundation/Values/Date.h"
@@ -93,6 +94,8 @@ class WriteTransaction {
 
   ReadSession& session_;
   std::vector<RowChange> changes_;
+  /// What the history ends with once this is committed.
+  HistoryTail recorded_;
   bool hasOtherChanges_ = false;
   bool isOpen_ = false;
 };

@@ -90,6 +90,7 @@ TEST_F(NSMetadataQueryTest, TellsOfEachChangeAndOfNothingElse) {
   provider->change({"a", "b", "c"});
   static_cast<void>(log->await(2));
   provider->change({"a", "b", "c"});
+  provider->awaitLooks(3);
   provider->change({"c"});
 
   EXPECT_EQ(log->await(3), (Entries{"gathered a b", "updated a b c", "updated c"}));

@@ -27,10 +27,13 @@ const Ref<const NSManagedObjectModel>& currentModel() {
 
 }  // namespace
 
-EngineStore::EngineStore(const std::string& path, Durability durability)
+EngineStore::EngineStore(const std::string& path, Durability durability,
+                         RemoteChanges remoteChanges)
     : container_(foundation::make<NSPersistentContainer>("Model", currentModel())) {
   coredata::NSPersistentStoreDescription description(URL::fileURL(path));
   description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
+  description.setOption(remoteChanges == RemoteChanges::watched,
+                        coredata::NSPersistentStoreRemoteChangeNotificationPostOptionKey);
   if (durability == Durability::normal) description.setValue("NORMAL", "synchronous");
   container_->setPersistentStoreDescriptions({description});
   container_->loadPersistentStores([](const auto&, const std::optional<foundation::Error>& error) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -9,12 +10,16 @@
 
 namespace benchmarks {
 
+/// Whether a store is watched for what others commit.
+enum class RemoteChanges : std::uint8_t { unwatched, watched };
+
 /// A store of the library with the history on, opened by one container, and a private-queue context
 /// over it.
 class EngineStore {
  public:
   /// Opens the store, and makes it if it is not there.
-  EngineStore(const std::string& path, Durability durability);
+  EngineStore(const std::string& path, Durability durability,
+              RemoteChanges remoteChanges = RemoteChanges::unwatched);
 
   [[nodiscard]] coredata::NSManagedObjectContext& context() const { return *context_; }
   [[nodiscard]] const foundation::Ref<coredata::NSManagedObjectContext>& contextHandle() const {

@@ -7,12 +7,9 @@
 namespace support {
 
 using foundation::FileResult;
-using foundation::FileSystem;
 
 FaultyFileSystem::FaultyFileSystem(FileFault fault, std::size_t change, int error)
-    : fault_(fault), change_(change), error_(error), previous_(install(this)) {}
-
-FaultyFileSystem::~FaultyFileSystem() { install(previous_); }
+    : fault_(fault), change_(change), error_(error) {}
 
 std::optional<int> FaultyFileSystem::countChange() {
   ++changes_;
@@ -40,10 +37,6 @@ FileResult<int> FaultyFileSystem::open(int directory, const char* path, int flag
   return (flags & (O_CREAT | O_TRUNC)) != 0 ? changing(call) : call();
 }
 
-FileResult<std::size_t> FaultyFileSystem::read(int file, std::span<std::uint8_t> bytes) {
-  return system().read(file, bytes);
-}
-
 FileResult<std::size_t> FaultyFileSystem::write(int file, std::span<const std::uint8_t> bytes) {
   return changing([&] { return system().write(file, bytes); });
 }
@@ -69,25 +62,13 @@ FileResult<void> FaultyFileSystem::makeDirectory(int directory, const char* path
   return changing([&] { return system().makeDirectory(directory, path, mode); });
 }
 
-FileResult<void> FaultyFileSystem::touch(int file) {
-  return changing([&] { return system().touch(file); });
+FileResult<void> FaultyFileSystem::touch(int directory, const char* path) {
+  return changing([&] { return system().touch(directory, path); });
 }
-
-FileResult<struct stat> FaultyFileSystem::status(int directory, const char* path, int flags) {
-  return system().status(directory, path, flags);
-}
-
-FileResult<std::vector<std::string>> FaultyFileSystem::list(int directory) {
-  return system().list(directory);
-}
-
-FileResult<std::uint64_t> FaultyFileSystem::mount(int file) { return system().mount(file); }
 
 FileResult<std::uint64_t> FaultyFileSystem::availableBytes(int file) {
   if (availableBytes_) return *availableBytes_;
   return system().availableBytes(file);
 }
-
-void FaultyFileSystem::close(int file) noexcept { system().close(file); }
 
 }  // namespace support

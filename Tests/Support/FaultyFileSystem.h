@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Foundation/Internal/FileSystem.h"
+#include "Tests/Support/ForwardingFileSystem.h"
 
 namespace support {
 
@@ -21,15 +21,12 @@ enum class FileFault { failOnce, failFromThenOn, killProcess };
 /// has been hit once.
 ///
 /// Threading: for tests that touch files on one thread.
-class FaultyFileSystem final : public foundation::FileSystem {
+class FaultyFileSystem final : public ForwardingFileSystem {
  public:
   /// Counts the changes and lets all of them pass.
   FaultyFileSystem() : FaultyFileSystem(FileFault::failOnce, 0, 0) {}
   /// `change` counts from 1; `error` is what a failing call answers.
   FaultyFileSystem(FileFault fault, std::size_t change, int error);
-  ~FaultyFileSystem() override;
-  FaultyFileSystem(const FaultyFileSystem&) = delete;
-  FaultyFileSystem& operator=(const FaultyFileSystem&) = delete;
 
   /// The paths of all files and directories that were opened.
   [[nodiscard]] const std::vector<std::string>& opened() const noexcept { return opened_; }
@@ -38,7 +35,6 @@ class FaultyFileSystem final : public foundation::FileSystem {
 
   foundation::FileResult<int> open(int directory, const char* path, int flags,
                                    mode_t mode) override;
-  foundation::FileResult<std::size_t> read(int file, std::span<std::uint8_t> bytes) override;
   foundation::FileResult<std::size_t> write(int file, std::span<const std::uint8_t> bytes) override;
   foundation::FileResult<void> truncate(int file, off_t size) override;
   foundation::FileResult<void> sync(int file) override;
@@ -46,12 +42,8 @@ class FaultyFileSystem final : public foundation::FileSystem {
                                       const char* to) override;
   foundation::FileResult<void> unlink(int directory, const char* path, int flags) override;
   foundation::FileResult<void> makeDirectory(int directory, const char* path, mode_t mode) override;
-  foundation::FileResult<void> touch(int file) override;
-  foundation::FileResult<struct stat> status(int directory, const char* path, int flags) override;
-  foundation::FileResult<std::vector<std::string>> list(int directory) override;
-  foundation::FileResult<std::uint64_t> mount(int file) override;
+  foundation::FileResult<void> touch(int directory, const char* path) override;
   foundation::FileResult<std::uint64_t> availableBytes(int file) override;
-  void close(int file) noexcept override;
 
   /// From now on every file system has this much room.
   void setAvailableBytes(std::uint64_t bytes) noexcept { availableBytes_ = bytes; }
@@ -68,7 +60,6 @@ class FaultyFileSystem final : public foundation::FileSystem {
   std::size_t changes_ = 0;
   std::vector<std::string> opened_;
   std::optional<std::uint64_t> availableBytes_;
-  foundation::FileSystem* previous_;
 };
 
 }  // namespace support

@@ -2,13 +2,18 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <mutex>
+#include <system_error>
 
 #include "CoreData/Coordinator/ObjectIDTable.h"
+#include "CoreData/Coordinator/RemoteChangeWatcher.h"
 #include "CoreData/Coordinator/StoreError.h"
 #include "CoreData/Fetching/FetchPlanCache.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "Foundation/Files/Bundle.h"
+#include "Foundation/Notifications/NSNotificationCenter.h"
+#include "Foundation/Values/WeakRef.h"
 
 namespace coredata {
 
@@ -56,6 +61,8 @@ StoreOptions storeOptions(const NSPersistentStoreDescription& description) {
   StoreOptions options(*description.url());
   options.readOnly = description.isReadOnly();
   options.historyTracking = description.isOn(NSPersistentHistoryTrackingKey);
+  options.announcesChanges =
+      description.isOn(NSPersistentStoreRemoteChangeNotificationPostOptionKey);
   options.pragmas = description.sqlitePragmas();
   options.isScratch = description.isOn(kScratchStoreOption);
   options.buildsIndexes = !description.isOn(kDefersIndexesOption);
@@ -63,11 +70,26 @@ StoreOptions storeOptions(const NSPersistentStoreDescription& description) {
   return options;
 }
 
+void postRemoteChange(const Ref<NSPersistentStoreCoordinator>& coordinator,
+                      const std::string& identifier, const std::string& url,
+                      std::optional<std::int64_t> newestTransaction) {
+  auto& center = foundation::NSNotificationCenter::defaultCenter();
+  if (!center.hasObservers(NSPersistentStoreRemoteChangeNotification)) return;
+  foundation::ValueDictionary userInfo{{std::string(NSStoreUUIDKey), identifier},
+                                       {std::string(NSPersistentStoreURLKey), url}};
+  if (newestTransaction) {
+    userInfo.emplace(NSPersistentHistoryTokenKey, *newestTransaction);
+  }
+  center.post(NSPersistentStoreRemoteChangeNotification, coordinator,
+              std::make_shared<const foundation::ValueDictionary>(std::move(userInfo)));
+}
+
 }  // namespace
 
 struct NSPersistentStoreCoordinator::State {
   std::mutex storeMutex;
-  Ref<NSPersistentStore> store;  // guarded by storeMutex
+  Ref<NSPersistentStore> store;                  // guarded by storeMutex
+  std::unique_ptr<RemoteChangeWatcher> watcher;  // guarded by storeMutex; ended without it
   std::mutex clientsMutex;
   std::vector<CoordinatorClient*> clients;  // guarded by clientsMutex
 };
@@ -80,6 +102,7 @@ NSPersistentStoreCoordinator::NSPersistentStoreCoordinator(
       state_(std::make_unique<State>()) {}
 
 NSPersistentStoreCoordinator::~NSPersistentStoreCoordinator() {
+  state_->watcher.reset();
   if (state_->store) state_->store->engine()->close();
 }
 
@@ -112,10 +135,12 @@ Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
                            "The store " + state_->store->url()->absoluteString() +
                                " is open; remove it before adding another.");
   }
-  state_->store = make<NSPersistentStore>(*description.url(),
-                                          SQLiteStore::open(storeOptions(description), model_),
-                                          description.configuration());
-  return state_->store;
+  auto store = make<NSPersistentStore>(*description.url(),
+                                       SQLiteStore::open(storeOptions(description), model_),
+                                       description.configuration());
+  state_->watcher = watcher(store);
+  state_->store = store;
+  return store;
 }
 
 Ref<NSPersistentStore> NSPersistentStoreCoordinator::addPersistentStore(
@@ -151,6 +176,7 @@ void NSPersistentStoreCoordinator::removePersistentStore(const Ref<NSPersistentS
     throw coordinatorError(CoordinatorErrorCode::foreignStore,
                            "The store to be removed is not one of this coordinator's.");
   }
+  endWatch();
   // A client may have to wait for its turn, which whoever has it may end by telling the others what
   // it saved: so nothing is locked meanwhile.
   for (const auto& [client, alive] : livingClients()) client->storeWillBeRemoved();
@@ -186,6 +212,30 @@ Ref<NSManagedObjectID> NSPersistentStoreCoordinator::managedObjectIDForURIRepres
   const std::optional<ObjectKey> key = permanentKey(text.substr(entityEnd + 1));
   if (entity == nullptr || !key) return nullptr;
   return identifiers_->identifier(current, *entity, *key);
+}
+
+std::unique_ptr<RemoteChangeWatcher> NSPersistentStoreCoordinator::watcher(
+    const Ref<NSPersistentStore>& store) {
+  const StoreOptions& options = store->engine()->options();
+  if (!options.announcesChanges || options.isScratch) return nullptr;
+  auto announce = [coordinator = foundation::WeakRef(this), identifier = store->identifier(),
+                   url = store->url()->absoluteString()](std::optional<std::int64_t> newest) {
+    if (const Ref<NSPersistentStoreCoordinator> alive = coordinator.lock())
+      postRemoteChange(alive, identifier, url, newest);
+  };
+  try {
+    return std::make_unique<RemoteChangeWatcher>(store->engine(), std::move(announce));
+  } catch (const std::system_error& error) {
+    std::fprintf(stderr, "CoreData: changes to the store %s are not announced: %s\n",
+                 store->url()->absoluteString().c_str(), error.what());
+    return nullptr;
+  }
+}
+
+void NSPersistentStoreCoordinator::endWatch() {
+  std::unique_ptr<RemoteChangeWatcher> ending;
+  const std::scoped_lock lock(state_->storeMutex);
+  ending = std::move(state_->watcher);
 }
 
 void NSPersistentStoreCoordinator::attach(CoordinatorClient& client) {

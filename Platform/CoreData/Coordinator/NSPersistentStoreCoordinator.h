@@ -10,6 +10,7 @@
 #include "CoreData/Coordinator/NSManagedObjectID.h"
 #include "CoreData/Coordinator/NSPersistentStore.h"
 #include "CoreData/Coordinator/NSPersistentStoreDescription.h"
+#include "CoreData/Coordinator/RemoteChangeNotification.h"
 #include "CoreData/Coordinator/SaveBroadcast.h"
 #include "CoreData/Model/NSManagedObjectModel.h"
 
@@ -17,12 +18,14 @@ namespace coredata {
 
 class FetchPlanCache;
 class ObjectIDTable;
+class RemoteChangeWatcher;
 
 /// Stands between the contexts and the store: adds and removes it, gives out object identifiers,
 /// and passes on to each context what the others saved.
 ///
 /// A coordinator has one store at a time; its file may be open in other coordinators and processes
-/// as well.
+/// as well. Where the store's description asks for it, their commits are announced: see
+/// `NSPersistentStoreRemoteChangeNotification`.
 ///
 /// Threading: use it on any thread.
 class NSPersistentStoreCoordinator final : public foundation::Object {
@@ -47,7 +50,8 @@ class NSPersistentStoreCoordinator final : public foundation::Object {
       std::string_view type, const std::optional<std::string>& configuration,
       const foundation::URL& url, const foundation::ValueDictionary& options = {});
   /// Closes the store. Its objects read as absent from then on, and pending changes can no longer
-  /// be saved. Throws for a store that is not this coordinator's.
+  /// be saved. No change is announced after it returns. Throws for a store that is not this
+  /// coordinator's.
   void removePersistentStore(const foundation::Ref<NSPersistentStore>& store);
 
   /// Removes a store with everything beside it. One that is missing is fine; one that somebody has
@@ -95,6 +99,12 @@ class NSPersistentStoreCoordinator final : public foundation::Object {
 
   [[nodiscard]] std::vector<std::pair<CoordinatorClient*, foundation::Ref<foundation::Object>>>
   livingClients();
+
+  [[nodiscard]] std::unique_ptr<RemoteChangeWatcher> watcher(
+      const foundation::Ref<NSPersistentStore>& store);
+
+  /// Returns when nothing is announced any more.
+  void endWatch();
 
   struct State;
 

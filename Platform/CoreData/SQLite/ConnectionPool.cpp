@@ -46,14 +46,19 @@ std::unique_ptr<Connection> ConnectionPool::connect() {
   try {
     // Opened by its path, which somebody may have given to another file in the meantime.
     auto result = std::make_unique<Connection>(path_, settings_);
-    if (FileIdentity::of(path_) == file_) return result;
-    throw storeError(StoreErrorCode::replaced,
-                     "Another file has taken the place of the store " + path_ + ".");
+    requireSameFile();
+    return result;
   } catch (...) {
     const std::scoped_lock lock(mutex_);
     --open_;
     throw;
   }
+}
+
+void ConnectionPool::requireSameFile() const {
+  if (FileIdentity::of(path_) == file_) return;
+  throw storeError(StoreErrorCode::replaced,
+                   "Another file has taken the place of the store " + path_ + ".");
 }
 
 bool ConnectionPool::keep(std::unique_ptr<Connection>& connection) {

@@ -34,6 +34,8 @@ class ConnectionPool final : public std::enable_shared_from_this<ConnectionPool>
   [[nodiscard]] const std::string& path() const noexcept { return path_; }
   [[nodiscard]] const ConnectionSettings& settings() const noexcept { return settings_; }
   [[nodiscard]] WriteAheadLog& log() noexcept { return log_; }
+  /// Throws `StoreErrorCode::replaced` when the path leads to another file by now, or to none.
+  void requireSameFile() const;
   /// Connections that exist, lent or idle.
   [[nodiscard]] std::size_t size() const;
 

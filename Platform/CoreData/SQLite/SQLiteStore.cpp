@@ -43,6 +43,8 @@ const NSManagedObjectModel& SQLiteStore::model() const noexcept { return core_->
 
 const StoreOptions& SQLiteStore::options() const noexcept { return core_->options(); }
 
+const std::string& SQLiteStore::path() const noexcept { return core_->pool().path(); }
+
 const foundation::UUID& SQLiteStore::identifier() const noexcept { return core_->identifier(); }
 
 ValueDictionary SQLiteStore::metadata() {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "CoreData/Model/NSManagedObjectModel.h"
 #include "CoreData/SQLite/StoreOptions.h"
@@ -55,6 +56,8 @@ class SQLiteStore final : public foundation::Object {
 
   [[nodiscard]] const NSManagedObjectModel& model() const noexcept;
   [[nodiscard]] const StoreOptions& options() const noexcept;
+  /// Where the file lies, with links followed.
+  [[nodiscard]] const std::string& path() const noexcept;
   /// The same for as long as the store lives, through every migration.
   [[nodiscard]] const foundation::UUID& identifier() const noexcept;
 

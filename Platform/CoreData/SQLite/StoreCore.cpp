@@ -15,7 +15,8 @@ StoreCore::StoreCore(StoreOptions options, Ref<const NSManagedObjectModel> model
       counters_(*model_),
       history_(model_->entities().size()),
       pool_(std::make_shared<ConnectionPool>(std::move(opened.path), std::move(opened.settings),
-                                             std::move(opened.connection))) {
+                                             std::move(opened.connection))),
+      bell_(pool_->path()) {
   columns_.reserve(model_->entities().size());
   for (const NSEntityDescription* entity : model_->entities()) columns_.emplace_back(*entity);
   if (!opened.usesLog || options_.readOnly) pool_->log().disable();

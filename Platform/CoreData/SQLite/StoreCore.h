@@ -8,6 +8,7 @@
 #include "CoreData/SQLite/HistoryWriter.h"
 #include "CoreData/SQLite/RowCache.h"
 #include "CoreData/SQLite/RowColumns.h"
+#include "CoreData/SQLite/StoreBell.h"
 #include "CoreData/SQLite/StoreCounters.h"
 #include "CoreData/SQLite/StoreOpening.h"
 #include "CoreData/SQLite/WriterGate.h"
@@ -30,6 +31,7 @@ class StoreCore {
   }
   [[nodiscard]] ConnectionPool& pool() const noexcept { return *pool_; }
   [[nodiscard]] RowCache& rows() noexcept { return rows_; }
+  [[nodiscard]] const StoreBell& bell() const noexcept { return bell_; }
   [[nodiscard]] WriterGate& gate() noexcept { return gate_; }
 
   /// Inside the gate only.
@@ -48,11 +50,13 @@ class StoreCore {
   /// they may have changed and makes sure that it is still the same store. Gives the epoch of the
   /// transaction's snapshot.
   [[nodiscard]] CacheEpoch notice(Connection& connection, CacheEpoch epochBefore);
+  /// Throws `StoreErrorCode::replaced`, as everything does from then on, when the connection sees
+  /// the content of another store.
+  void requireSameStore(Connection& connection);
 
  private:
   /// Rows of a store that must not be used any more are not to be had from the cache either.
   void forgetRows() noexcept;
-  void requireSameStore(Connection& connection);
   [[noreturn]] void throwReplaced() const;
 
   const StoreOptions options_;
@@ -66,6 +70,7 @@ class StoreCore {
   HistoryWriter history_;
   std::atomic<bool> replaced_{false};
   std::shared_ptr<ConnectionPool> pool_;
+  const StoreBell bell_;
 };
 
 }  // namespace coredata

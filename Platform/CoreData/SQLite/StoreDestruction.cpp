@@ -29,6 +29,7 @@ void takeForOneself(Connection& connection) {
 void removeWhatLiesBeside(const std::string& path) {
   const SideLock logLock(path + std::string(kLogLockSuffix));
   if (const SideLock::Guard guard = logLock.tryLock()) logLock.removeFile();
+  removeFile(path + std::string(kBellSuffix));
   for (const std::string_view companion : kCompanions) removeFile(path + std::string(companion));
 }
 

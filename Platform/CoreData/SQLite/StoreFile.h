@@ -22,6 +22,8 @@ inline constexpr std::array<std::string_view, 3> kCompanions = {"-wal", "-shm", 
 inline constexpr std::string_view kLogLockSuffix = "-lock";
 /// Locked by whoever makes a store into something else: see `StoreClaim`.
 inline constexpr std::string_view kClaimSuffix = "-migration";
+/// Touched after each commit: see `StoreBell`.
+inline constexpr std::string_view kBellSuffix = "-bell";
 /// A store in the making that is to replace this one.
 inline constexpr std::string_view kIncomingSuffix = "-incoming";
 

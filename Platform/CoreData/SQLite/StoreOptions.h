@@ -22,6 +22,8 @@ struct StoreOptions {
   bool readOnly = false;
   /// Whether saves leave a record of what they changed.
   bool historyTracking = false;
+  /// Whether whoever watches the store is told of a commit although it leaves no record.
+  bool announcesChanges = false;
   /// The program on whose behalf history is written.
   std::string bundleIdentifier;
   /// SQLite pragmas, name to value: `journal_mode` (WAL, DELETE), `synchronous` (NORMAL, FULL,

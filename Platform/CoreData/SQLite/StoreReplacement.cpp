@@ -5,6 +5,7 @@
 
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
+#include "CoreData/SQLite/StoreBell.h"
 #include "CoreData/SQLite/StoreClaim.h"
 #include "CoreData/SQLite/StoreCopy.h"
 #include "CoreData/SQLite/StoreExchange.h"
@@ -169,6 +170,8 @@ void replaceStore(const URL& at, const URL& with, std::chrono::milliseconds pati
   const HeldClaim claim(at, patience);
   try {
     Replacement(*claim, *from).run();
+    // Those who have the old store open learn that it is gone.
+    StoreBell(path).ringIfThere();
   } catch (const Error& error) {
     throwMeaning(error, path);
   }

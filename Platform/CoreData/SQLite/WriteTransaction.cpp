@@ -165,7 +165,15 @@ CommitResult WriteTransaction::commit(const HistoryAuthor& author) {
   }
   core().pool().log().committed(connection());
   finish();
+  // Only now: whoever hears it looks at once, and is not to find anything locked.
+  if (ringsBell(result)) core().bell().ring();
   return result;
+}
+
+bool WriteTransaction::ringsBell(const CommitResult& result) const noexcept {
+  const StoreOptions& options = core().options();
+  if (options.isScratch) return false;
+  return result.transactionNumber != 0 || (options.announcesChanges && !changes_.empty());
 }
 
 void WriteTransaction::commitOrAbandon() {

@@ -91,6 +91,8 @@ class WriteTransaction {
   /// commit into its place, behind which it never counts.
   void overwriteFailedCommit() noexcept;
   void finish() noexcept;
+  /// Whether others are to be told of what was committed.
+  [[nodiscard]] bool ringsBell(const CommitResult& result) const noexcept;
 
   ReadSession& session_;
   std::vector<RowChange> changes_;

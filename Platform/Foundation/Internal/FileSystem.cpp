@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/inotify.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -83,8 +84,8 @@ class SystemFileSystem final : public FileSystem {
   FileResult<void> makeDirectory(int directory, const char* path, mode_t mode) override {
     return perform([=] { return ::mkdirat(directory, path, mode); });
   }
-  FileResult<void> touch(int file) override {
-    return perform([=] { return ::futimens(file, nullptr); });
+  FileResult<void> touch(int directory, const char* path) override {
+    return perform([=] { return ::utimensat(directory, path, nullptr, 0); });
   }
   FileResult<struct stat> status(int directory, const char* path, int flags) override {
     struct stat result {};
@@ -119,6 +120,12 @@ class SystemFileSystem final : public FileSystem {
     const auto done = perform([&] { return ::fstatvfs(file, &found); });
     if (!done) return std::unexpected(done.error());
     return std::uint64_t{found.f_bavail} * found.f_frsize;
+  }
+  FileResult<int> openWatcher() override {
+    return attempt([] { return ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK); });
+  }
+  FileResult<int> watch(int watcher, const char* path, std::uint32_t events) override {
+    return attempt([=] { return ::inotify_add_watch(watcher, path, events); });
   }
   // After a close the descriptor is gone, whatever the call answers: trying again could close
   // another's.

@@ -48,7 +48,7 @@ class FileSystem {
   [[nodiscard]] virtual FileResult<void> makeDirectory(int directory, const char* path,
                                                        mode_t mode) = 0;
   /// Sets both times of a file to now.
-  [[nodiscard]] virtual FileResult<void> touch(int file) = 0;
+  [[nodiscard]] virtual FileResult<void> touch(int directory, const char* path) = 0;
   /// `flags` as for `fstatat`; with `AT_EMPTY_PATH` and an empty path, the descriptor's own.
   [[nodiscard]] virtual FileResult<struct stat> status(int directory, const char* path,
                                                        int flags) = 0;
@@ -58,6 +58,13 @@ class FileSystem {
   [[nodiscard]] virtual FileResult<std::uint64_t> mount(int file) = 0;
   /// What this user may still write on the file system of a file or directory.
   [[nodiscard]] virtual FileResult<std::uint64_t> availableBytes(int file) = 0;
+  /// A descriptor from which the events of the files it watches are read, as of `inotify`; reading
+  /// from it never waits.
+  [[nodiscard]] virtual FileResult<int> openWatcher() = 0;
+  /// Has a file watched for `events`, and gives the number that its events bear. A file that is
+  /// watched already keeps its number.
+  [[nodiscard]] virtual FileResult<int> watch(int watcher, const char* path,
+                                              std::uint32_t events) = 0;
   virtual void close(int file) noexcept = 0;
 
   /// The system's own, whatever is in force.

@@ -9,6 +9,7 @@
 #include "CoreData/SQLite/MetadataText.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreSchema.h"
+#include "Foundation/Internal/Hexadecimal.h"
 
 namespace coredata {
 
@@ -40,6 +41,19 @@ class Checksum {
   void addByte(std::uint8_t byte) noexcept { state_ = (state_ ^ byte) * 0x100000001b3; }
   std::uint64_t state_ = 0xcbf29ce484222325;
 };
+
+constexpr const char* kSelect = "SELECT key, value FROM _metadata ORDER BY key";
+
+/// The hashes' text as `metadataText` makes it.
+std::string textOfHashes(const NSManagedObjectModel& model) {
+  std::string text = "{\"dictionary\":{";
+  for (const auto& [name, hash] : model.entityVersionHashesByName()) {
+    if (text.back() != '{') text += ',';
+    text.append("\"").append(name).append("\":{\"data\":\"");
+    text.append(foundation::hexadecimal(hash.data()->bytes())).append("\"}");
+  }
+  return text += "}}";
+}
 
 void insert(Statement& statement, std::string_view key, std::string_view value) {
   statement.bindText(1, key);
@@ -79,11 +93,34 @@ std::optional<UUID> storeIdentifier(const ValueDictionary& metadata) {
   return UUID::fromString(*found->second.text());
 }
 
+std::optional<UUID> identifierOfStore(Connection& connection, const NSManagedObjectModel& model) {
+  Statement statement(connection, kSelect);
+  std::optional<UUID> identifier;
+  bool isOfModel = false;
+  Checksum checksum;
+  std::string expected;
+  while (statement.step()) {
+    const std::string_view key = statement.text(0);
+    const std::string_view text = statement.text(1);
+    if (key == kChecksumKey) {
+      expected = text;
+      continue;
+    }
+    checksum.add(key);
+    checksum.add(text);
+    if (key == NSStoreModelVersionHashesKey) isOfModel = text == textOfHashes(model);
+    if (key == NSStoreUUIDKey && text.size() > 2) {
+      identifier = UUID::fromString(text.substr(1, text.size() - 2));
+    }
+  }
+  return isOfModel && expected == checksum.text() ? identifier : std::nullopt;
+}
+
 ValueDictionary readMetadata(Connection& connection) {
   const auto damaged = [](const std::string& what) {
     return storeError(StoreErrorCode::damaged, "The store's metadata is damaged: " + what);
   };
-  Statement statement(connection, "SELECT key, value FROM _metadata ORDER BY key");
+  Statement statement(connection, kSelect);
   ValueDictionary result;
   Checksum checksum;
   std::string expected;

@@ -28,6 +28,11 @@ inline constexpr std::string_view NSPersistenceFrameworkVersionKey =
 [[nodiscard]] std::optional<foundation::UUID> storeIdentifier(
     const foundation::ValueDictionary& metadata);
 
+/// The identifier of a store of exactly this model, found out from the texts as they stand; none
+/// for a store of another model and wherever anything is out of order, which `readMetadata` then
+/// tells. Opening a store asks this at every start of a program.
+[[nodiscard]] std::optional<foundation::UUID> identifierOfStore(Connection& connection,
+                                                                const NSManagedObjectModel& model);
 /// Reads all metadata. Throws `StoreErrorCode::damaged` when the checksum kept with it is not its
 /// own.
 [[nodiscard]] foundation::ValueDictionary readMetadata(Connection& connection);

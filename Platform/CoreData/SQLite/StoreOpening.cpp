@@ -83,6 +83,16 @@ void requireCompatible(const ValueDictionary& metadata, const NSManagedObjectMod
                        namesOf(metadata) + "; it has to be migrated first.");
 }
 
+/// The identifier of a store whose metadata is sound and of that model; throws for any other.
+UUID requireIdentifier(Connection& connection, const NSManagedObjectModel& model,
+                       const std::string& path) {
+  if (const auto identifier = identifierOfStore(connection, model)) return *identifier;
+  const ValueDictionary metadata = readMetadata(connection);
+  requireCompatible(metadata, model, path);
+  if (const auto identifier = storeIdentifier(metadata)) return *identifier;
+  throw storeError(StoreErrorCode::damaged, "The store " + path + " has no identifier.");
+}
+
 /// Looks through schema and metadata, in the read transaction that is open, and ends it.
 void verify(OpenedStore& store, const StoreOptions& options, const NSManagedObjectModel& model) {
   Connection& connection = *store.connection;
@@ -90,17 +100,11 @@ void verify(OpenedStore& store, const StoreOptions& options, const NSManagedObje
   if (!check.hasMetadata) {
     throw storeError(StoreErrorCode::damaged, "The store " + store.path + " has no metadata.");
   }
-  const ValueDictionary metadata = readMetadata(connection);
-  requireCompatible(metadata, model, store.path);
+  store.identifier = requireIdentifier(connection, model, store.path);
   if (!check.problem.empty()) {
     throw storeError(StoreErrorCode::foreignSchema,
                      "The store " + store.path + " is not used: " + check.problem);
   }
-  const auto identifier = storeIdentifier(metadata);
-  if (!identifier) {
-    throw storeError(StoreErrorCode::damaged, "The store " + store.path + " has no identifier.");
-  }
-  store.identifier = *identifier;
   store.schemaVersion = connection.schemaVersion();
   connection.seenDataVersion = connection.dataVersion();
   connection.commit();

@@ -6,12 +6,12 @@
 #include <variant>
 
 #include "CoreData/History/NSPersistentHistoryFetchRequest.h"
+#include "CoreData/History/NSPersistentHistoryToken.h"
 #include "Foundation/Values/Date.h"
 #include "Foundation/Values/Ref.h"
 
 namespace coredata {
 
-class NSPersistentHistoryToken;
 class NSPersistentHistoryTransaction;
 
 /// What a history request gives.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "Foundation/Values/URL.h"
 
 namespace coredatastack {
@@ -14,5 +16,8 @@ namespace coredatastack {
 ///
 /// Threading: any thread.
 void discardLeftoverPhotos(const foundation::URL& ofStore);
+/// The same for whoever knows the store's identifier already, which saves reading it: with nothing
+/// set aside this is one look at a directory.
+void discardLeftoverPhotos(const foundation::URL& ofStore, std::string_view storeIdentifier);
 
 }  // namespace coredatastack

@@ -52,6 +52,8 @@ std::string remedyFor(const foundation::Error& error, const std::string& storePa
       return "Another program exchanged the file meanwhile. Try again.";
     case StoreErrorCode::changedMeanwhile:
       return "Another program wrote to it meanwhile. Try again; it was left as it is.";
+    case StoreErrorCode::exists:
+      return "Name another file; nothing is overwritten.";
     case StoreErrorCode::invalidOption:
     case StoreErrorCode::forked:
     case StoreErrorCode::keysExhausted:

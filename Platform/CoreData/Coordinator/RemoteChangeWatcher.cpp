@@ -108,7 +108,7 @@ class RemoteChangeWatcher::Watch {
   [[nodiscard]] bool tryLater(const char* what) noexcept {
     if (what != nullptr && !isReported_) report(path_, what);
     isReported_ = isReported_ || what != nullptr;
-    backoff_ = std::clamp(2 * backoff_, timings_.quickPoll, timings_.longestBackoff);
+    backoff_ = std::min(std::max(2 * backoff_, timings_.quickPoll), timings_.longestBackoff);
     return true;
   }
 

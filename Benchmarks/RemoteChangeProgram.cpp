@@ -71,7 +71,7 @@ void write(const std::string& path, Shared& shared) {
     }
     ++saved;
     store.inBlock([&] {
-      coredatastack::CDActivity::create(store.context(), "green");
+      static_cast<void>(coredatastack::CDActivity::create(store.context(), "green"));
       store.context().save();
     });
   }

@@ -8,6 +8,19 @@
 
 namespace garden {
 
+/// A container with the garden's store at that place, which is made if it is missing.
+[[nodiscard]] inline foundation::Ref<coredata::NSPersistentContainer> openedAt(
+    const foundation::URL& url) {
+  auto container = foundation::make<coredata::NSPersistentContainer>("garden", model());
+  coredata::NSPersistentStoreDescription description(url);
+  description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
+  container->setPersistentStoreDescriptions({description});
+  container->loadPersistentStores([](const auto&, const std::optional<foundation::Error>& error) {
+    if (error) throw foundation::Error(*error);
+  });
+  return container;
+}
+
 /// A store of the garden schema in a directory of its own, opened by one container.
 class Store {
  public:
@@ -23,14 +36,7 @@ class Store {
   }
   /// Another container over the same file, as another process would have.
   [[nodiscard]] foundation::Ref<coredata::NSPersistentContainer> opened() const {
-    auto container = foundation::make<coredata::NSPersistentContainer>("garden", model());
-    coredata::NSPersistentStoreDescription description(url());
-    description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
-    container->setPersistentStoreDescriptions({description});
-    container->loadPersistentStores([](const auto&, const std::optional<foundation::Error>& error) {
-      if (error) throw foundation::Error(*error);
-    });
-    return container;
+    return openedAt(url());
   }
   /// Closes the store and opens it again.
   void reopen() {

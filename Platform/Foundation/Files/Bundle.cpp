@@ -93,11 +93,13 @@ std::optional<Bundle> Bundle::find(const Accept& accept) {
   return std::nullopt;
 }
 
+std::optional<Bundle> Bundle::known() {
+  const std::scoped_lock guard(mainBundle().mutex);
+  return mainBundle().set;
+}
+
 Bundle Bundle::main() {
-  {
-    const std::scoped_lock guard(mainBundle().mutex);
-    if (mainBundle().set) return *mainBundle().set;
-  }
+  if (const auto own = known()) return *own;
   const ProgramLocation& program = programLocation();
   for (const std::string& directory : bundleSearchPath()) {
     if (auto found = open(directory + "/" + program.name + ".bundle", true)) {
@@ -117,7 +119,8 @@ void Bundle::setMain(Bundle bundle) {
 
 std::optional<Bundle> Bundle::withIdentifier(std::string_view identifier) {
   const auto isIt = [&](const Bundle& bundle) { return bundle.bundleIdentifier() == identifier; };
-  if (auto own = main(); isIt(own)) return own;
+  // A main bundle that was neither set nor asked for yet lies where the others are looked for.
+  if (const auto own = known(); own && isIt(*own)) return own;
   return find(isIt);
 }
 

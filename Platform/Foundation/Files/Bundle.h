@@ -64,6 +64,8 @@ class Bundle {
   explicit Bundle(std::shared_ptr<const Content> content) : content_(std::move(content)) {}
 
   [[nodiscard]] static std::optional<Bundle> open(std::string path, bool needsInfo);
+  /// The main bundle, once it was set or found.
+  [[nodiscard]] static std::optional<Bundle> known();
   template <typename Accept>
   [[nodiscard]] static std::optional<Bundle> find(const Accept& accept);
 

@@ -1,9 +1,13 @@
 #include "Foundation/Files/Internal/BundleSearch.h"
 
+#include <dirent.h>
+#include <unistd.h>
+
 #include <algorithm>
-#include <filesystem>
+#include <array>
+#include <climits>
+#include <memory>
 #include <mutex>
-#include <system_error>
 #include <utility>
 
 namespace foundation {
@@ -22,11 +26,33 @@ Registry& registry() {
 }
 
 ProgramLocation findProgram() {
-  std::error_code failed;
-  const auto program = std::filesystem::read_symlink("/proc/self/exe", failed);
+  std::array<char, PATH_MAX> buffer;
+  const ssize_t length = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
   // Without the process file system nothing lies beside the program that could be found.
-  if (failed) return {};
-  return {program.parent_path().string(), program.filename().string()};
+  if (length <= 0) return {};
+  const std::string_view path(buffer.data(), static_cast<std::size_t>(length));
+  const std::size_t slash = path.rfind('/');
+  return {std::string(path.substr(0, std::max<std::size_t>(slash, 1))), std::string(path.substr(slash + 1))};
+}
+
+/// Directories each once, in the order in which they were named first.
+class SearchPath {
+ public:
+  explicit SearchPath(std::vector<std::string> first) : directories_(std::move(first)) {}
+
+  void add(std::string directory) {
+    if (std::ranges::find(directories_, directory) != directories_.end()) return;
+    directories_.push_back(std::move(directory));
+  }
+  [[nodiscard]] std::vector<std::string> take() && { return std::move(directories_); }
+
+ private:
+  std::vector<std::string> directories_;
+};
+
+std::vector<std::string> registeredDirectories() {
+  const std::scoped_lock guard(registry().mutex);
+  return registry().directories;
 }
 
 }  // namespace
@@ -37,22 +63,18 @@ const ProgramLocation& programLocation() {
 }
 
 std::vector<std::string> bundleSearchPath() {
-  std::vector<std::string> path;
-  {
-    const std::scoped_lock guard(registry().mutex);
-    path = registry().directories;
-  }
-  if (const std::filesystem::path beside = programLocation().directory; !beside.empty()) {
-    path.push_back(beside.string());
-    path.push_back((beside.parent_path() / "share" / "CoreDataStack").string());
+  SearchPath path(registeredDirectories());
+  if (const std::string& beside = programLocation().directory; !beside.empty()) {
+    path.add(beside);
+    path.add(beside.substr(0, beside.rfind('/')) + "/share/CoreDataStack");
   }
 #ifdef COREDATASTACK_BUILD_RESOURCE_DIR
-  path.emplace_back(COREDATASTACK_BUILD_RESOURCE_DIR);
+  path.add(COREDATASTACK_BUILD_RESOURCE_DIR);
 #endif
 #ifdef COREDATASTACK_INSTALL_RESOURCE_DIR
-  path.emplace_back(COREDATASTACK_INSTALL_RESOURCE_DIR);
+  path.add(COREDATASTACK_INSTALL_RESOURCE_DIR);
 #endif
-  return path;
+  return std::move(path).take();
 }
 
 void addBundleDirectory(std::string directory) {
@@ -63,11 +85,12 @@ void addBundleDirectory(std::string directory) {
 std::vector<std::string> entriesWithExtension(const std::string& directory,
                                               std::string_view extension) {
   std::vector<std::string> found;
-  std::error_code failed;
-  std::filesystem::directory_iterator entries(directory, failed);
-  for (; !failed && entries != std::filesystem::directory_iterator(); entries.increment(failed)) {
-    std::string path = entries->path().string();
-    if (path.ends_with(extension)) found.push_back(std::move(path));
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(directory.c_str()), &::closedir);
+  if (stream == nullptr) return found;
+  // One of the directories is the program's, where thousands of others may lie.
+  while (const dirent* entry = ::readdir(stream.get())) {
+    const std::string_view name = entry->d_name;
+    if (name.ends_with(extension)) found.push_back(directory + "/" + std::string(name));
   }
   std::ranges::sort(found);
   return found;

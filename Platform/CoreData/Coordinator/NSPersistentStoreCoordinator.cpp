@@ -11,7 +11,6 @@
 #include "CoreData/Coordinator/StoreError.h"
 #include "CoreData/Fetching/FetchPlanCache.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
-#include "Foundation/Files/Bundle.h"
 #include "Foundation/Notifications/NSNotificationCenter.h"
 #include "Foundation/Values/WeakRef.h"
 
@@ -66,7 +65,6 @@ StoreOptions storeOptions(const NSPersistentStoreDescription& description) {
   options.pragmas = description.sqlitePragmas();
   options.isScratch = description.isOn(kScratchStoreOption);
   options.buildsIndexes = !description.isOn(kDefersIndexesOption);
-  options.bundleIdentifier = foundation::Bundle::main().bundleIdentifier().value_or("");
   return options;
 }
 

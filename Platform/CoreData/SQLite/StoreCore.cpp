@@ -1,6 +1,7 @@
 #include "CoreData/SQLite/StoreCore.h"
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
+#include "Foundation/Files/Bundle.h"
 
 namespace coredata {
 
@@ -25,6 +26,15 @@ StoreCore::StoreCore(StoreOptions options, Ref<const NSManagedObjectModel> model
 ConnectionLease StoreCore::lease() {
   if (replaced_.load(std::memory_order_relaxed)) throwReplaced();
   return pool_->lease();
+}
+
+const std::string& StoreCore::bundleIdentifier() {
+  if (!bundleIdentifier_) {
+    bundleIdentifier_ = options_.bundleIdentifier ? options_.bundleIdentifier
+                                                  : foundation::Bundle::main().bundleIdentifier();
+    if (!bundleIdentifier_) bundleIdentifier_.emplace();
+  }
+  return *bundleIdentifier_;
 }
 
 CacheEpoch StoreCore::notice(Connection& connection, CacheEpoch epochBefore) {

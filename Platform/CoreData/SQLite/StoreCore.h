@@ -34,7 +34,8 @@ class StoreCore {
   [[nodiscard]] const StoreBell& bell() const noexcept { return bell_; }
   [[nodiscard]] WriterGate& gate() noexcept { return gate_; }
 
-  /// Inside the gate only.
+  /// Inside the gate only, as the two below. On whose behalf history is written.
+  [[nodiscard]] const std::string& bundleIdentifier();
   [[nodiscard]] StoreCounters& counters() noexcept { return counters_; }
   [[nodiscard]] HistoryWriter& history() noexcept { return history_; }
 
@@ -68,6 +69,7 @@ class StoreCore {
   WriterGate gate_;
   StoreCounters counters_;
   HistoryWriter history_;
+  std::optional<std::string> bundleIdentifier_;
   std::atomic<bool> replaced_{false};
   std::shared_ptr<ConnectionPool> pool_;
   const StoreBell bell_;

@@ -142,7 +142,7 @@ void WriteTransaction::recordHistory(const HistoryAuthor& author, CommitResult& 
   const HistoryPosition position{tail.newest.number + 1, nextTimestamp(tail.newest.timestamp)};
   const HistoryNameId recorded = core().history().write(
       connection(), position,
-      {author.author, author.contextName, core().options().bundleIdentifier}, changes_);
+      {author.author, author.contextName, core().bundleIdentifier()}, changes_);
   raiseAuthorMarks(connection(), tail, recorded);
   recorded_ = {position, recorded, true};
   result.transactionNumber = position.number;

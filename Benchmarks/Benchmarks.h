@@ -31,6 +31,9 @@ namespace benchmarks {
 [[nodiscard]] Comparison latestCheckins();
 /// Opening a large store, to the answer to the first question.
 [[nodiscard]] Comparison openingToFirstQuery();
+/// From the construction of a stack over a large store of the newest version to the first object,
+/// in a process that has done nothing before: a start happens once.
+[[nodiscard]] Comparison setupToFirstObject();
 /// The peak of memory while a million check-ins are fetched and read.
 [[nodiscard]] Comparison memoryOfEverything();
 /// A process that opens a store, checks in once and ends.

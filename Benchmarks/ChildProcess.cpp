@@ -80,7 +80,7 @@ std::string outputOf(const std::vector<std::string>& command) {
   return text;
 }
 
-Run memoryPrintedBy(const std::vector<std::string>& command) {
+Run runPrintedBy(const std::vector<std::string>& command) {
   const std::string text = outputOf(command);
   std::size_t end = 0;
   const std::int64_t answer = std::stoll(text, &end);

@@ -11,8 +11,8 @@ namespace benchmarks {
 /// `std::runtime_error` when it cannot be started or fails.
 std::string outputOf(const std::vector<std::string>& command);
 
-/// What a program found, and how much memory that took, in MiB, which are what it prints.
-[[nodiscard]] Run memoryPrintedBy(const std::vector<std::string>& command);
+/// What a program found, and what that cost in some unit, which are what it prints.
+[[nodiscard]] Run runPrintedBy(const std::vector<std::string>& command);
 
 /// The path of a program of this build, which lies beside the one that runs.
 [[nodiscard]] std::string programBeside(const std::string& name);

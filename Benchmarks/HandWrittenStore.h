@@ -109,6 +109,9 @@ class HandWrittenStore {
   [[nodiscard]] PreparedStatement& daysOfActivities() { return daysOfActivities_; }
   [[nodiscard]] std::int64_t countOfCheckins() { return number("SELECT count(*) FROM Checkin"); }
   [[nodiscard]] std::int64_t countOfActivities() { return number("SELECT count(*) FROM Activity"); }
+  [[nodiscard]] std::int64_t lengthOfFirstTitle() {
+    return number("SELECT length(title) FROM Activity ORDER BY id LIMIT 1");
+  }
   [[nodiscard]] std::int64_t sumOfCounts() { return number("SELECT sum(count) FROM Checkin"); }
   [[nodiscard]] std::int64_t firstActivity() {
     return number("SELECT id FROM Activity ORDER BY id LIMIT 1");

@@ -53,7 +53,7 @@ Sides timed(Filling fill, const Workload& workload, Operation ours, Operation by
 Sides weighed(Filling fill, const Workload& workload, const std::string& operation) {
   const auto stores = std::make_shared<TemporaryOldStores>(fill, workload);
   const auto run = [stores](const std::string& name) {
-    return memoryPrintedBy({programBeside("benchmark_migration"), name, stores->path()});
+    return runPrintedBy({programBeside("benchmark_migration"), name, stores->path()});
   };
   return {[=] { return run(operation); }, [=] { return run(operation + "-by-hand"); }};
 }

@@ -49,7 +49,19 @@ std::int64_t activitiesIn(EngineStore& store) {
 }
 
 Run memoryOf(const char* side, const std::string& path) {
-  return memoryPrintedBy({programBeside("benchmark_memory"), side, path});
+  return runPrintedBy({programBeside("benchmark_memory"), side, path});
+}
+
+/// The middle one of several processes, each of which measures its own start.
+Run startsOf(const char* side, const std::string& path, const std::string& homes, int count) {
+  std::vector<Cost> costs;
+  std::int64_t answer = 0;
+  for (int number = 0; number < count; ++number) {
+    const Run run = runPrintedBy({programBeside("benchmark_start"), side, path, homes});
+    costs.push_back(run.cost);
+    answer += run.answer;
+  }
+  return {medianOf(costs), answer};
 }
 
 /// Processes that open a store, check in on the next day and end.
@@ -93,6 +105,18 @@ Comparison openingToFirstQuery() {
                                [](HandWrittenStore& store) { return store.countOfActivities(); });
                          }};
           }};
+}
+
+Comparison setupToFirstObject() {
+  return {
+      "setup to first object", "us", 2.0, 15, Clock::elapsed, [](const Workload& workload) {
+        const auto stores = std::make_shared<ClosedStores>(workload.activities, workload.days);
+        const auto homes = std::make_shared<support::TemporaryDirectory>();
+        const int count = workload.processesInARound;
+        return Sides{
+            [=] { return startsOf("ours", stores->ours(), homes->path().string(), count); },
+            [=] { return startsOf("by-hand", stores->byHand(), homes->path().string(), count); }};
+      }};
 }
 
 Comparison memoryOfEverything() {

@@ -77,6 +77,7 @@ std::vector<Comparison> allComparisons() {
                                  sumsOfMonthsInOneBlock(),
                                  latestCheckins(),
                                  openingToFirstQuery(),
+                                 setupToFirstObject(),
                                  memoryOfEverything(),
                                  processOfOneCheckin(),
                                  sixSteps(),

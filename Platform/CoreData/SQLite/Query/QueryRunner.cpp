@@ -60,6 +60,14 @@ QueryOrder orderInStore(QueryCache& cache, const FetchPlan& plan, const QueryInp
   return sortsInStore ? QueryOrder::complete : QueryOrder::none;
 }
 
+/// Whether the sorts' columns tell already that the next row is not even with the last one.
+bool comesLater(const Statement& statement, const RowColumns& columns, const Row& last,
+                const FetchPlan& plan) {
+  return std::ranges::any_of(plan.sorts(), [&](const SortTerm& sort) {
+    return columns.differs(statement, last, sort.path.slot);
+  });
+}
+
 /// Reads on until the rows fill the cut, and further while they are even with the last of it: which
 /// of these belong in it is known once all of them are.
 std::vector<Ref<Row>> readInOrder(QueryRun& run, const RowColumns& columns, const FetchPlan& plan,
@@ -69,8 +77,10 @@ std::vector<Ref<Row>> readInOrder(QueryRun& run, const RowColumns& columns, cons
   std::vector<Ref<Row>> rows;
   RowBlocks blocks;
   while (run.step()) {
+    const bool isFull = rows.size() >= wanted;
+    if (isFull && comesLater(run.statement(), columns, *rows.back(), plan)) break;
     Ref<Row> row = columns.read(run.statement(), &blocks);
-    if (rows.size() >= wanted && compareRows(*rows.back(), *row, plan.sorts()) != 0) break;
+    if (isFull && compareRows(*rows.back(), *row, plan.sorts()) != 0) break;
     rows.push_back(std::move(row));
   }
   sortTies(rows, plan.sorts());

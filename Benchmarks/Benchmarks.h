@@ -15,6 +15,14 @@ namespace benchmarks {
 [[nodiscard]] Comparison raisedCounts();
 /// All check-ins of a habit deleted in one go.
 [[nodiscard]] Comparison erasing();
+/// What others saved, read from the history with every change.
+[[nodiscard]] Comparison historyPass();
+/// The question whether there is any, where everything since is one's own.
+[[nodiscard]] Comparison nothingNewAfterFew();
+[[nodiscard]] Comparison nothingNewAfterMany();
+/// A long history deleted, and how long another writer had to wait at most meanwhile.
+[[nodiscard]] Comparison deletionOfHistory();
+[[nodiscard]] Comparison waitForDeletion();
 /// All check-ins in the order of their days, every attribute read.
 [[nodiscard]] Comparison fetchOfEverything();
 /// Whether a day has a check-in, each time asked in a turn of the context's own.

@@ -16,6 +16,8 @@ struct Workload {
   int opensInARound = 9;
   int raisedCounts = 10000;
   int erasedCheckins = 10000;
+  std::int64_t foreignTransactions = 10000;
+  std::int64_t ownTransactions = 1000000;
   int photos = 10000;
   std::size_t photoBytes = 200'000;
   /// Check-ins in the stores that are migrated, and in those whose readers' memory is measured.
@@ -34,6 +36,8 @@ struct Workload {
             .opensInARound = 1,
             .raisedCounts = 30,
             .erasedCheckins = 30,
+            .foreignTransactions = 30,
+            .ownTransactions = 300,
             .photos = 60,
             .photoBytes = 5000,
             .checkinsInMemory = 600,

@@ -123,6 +123,8 @@ class Filling {
   HistoryRecords records_;
   absl::flat_hash_map<HistoryNameId, HistoryName> names_;
   absl::flat_hash_map<HistoryNameId, std::optional<EntityIndex>> entities_;
+  HistoryNameId lastId_ = 0;
+  std::optional<EntityIndex> lastEntity_;
 };
 
 void Filling::readTransactions(const HistoryBounds& bounds, std::size_t limit,
@@ -206,12 +208,16 @@ HistoryName Filling::name(HistoryNameId id) {
 }
 
 std::optional<EntityIndex> Filling::entity(HistoryNameId id) {
+  // Mostly the same again.
+  if (id == lastId_) return lastEntity_;
   const auto [found, isNew] = entities_.try_emplace(id);
   if (isNew) {
     if (const auto* known = model_.entity(nameText(connection_, id)))
       found->second = known->index();
   }
-  return found->second;
+  lastId_ = id;
+  lastEntity_ = found->second;
+  return lastEntity_;
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "CoreDataStack/Stack/CoreDataStack.h"
 #include "Foundation/Files/TemporaryDirectory.h"
 #include "Foundation/Notifications/NSNotificationCenter.h"
+#include "Foundation/Progress/Progress.h"
 #include "Foundation/Queues/GlobalQueue.h"
 
 namespace coredatastack {
@@ -19,6 +20,7 @@ using coredata::NSPersistentStoreCoordinator;
 using coredata::NSPersistentStoreDescription;
 using foundation::Error;
 using foundation::NSNotificationCenter;
+using foundation::Progress;
 using foundation::Ref;
 using foundation::TemporaryDirectory;
 using foundation::URL;
@@ -94,12 +96,14 @@ bool CoreDataStack::opensTheNewestOnly() {
 void CoreDataStack::migrateInBackground(const URL& store, const Version& newest,
                                         const Completion<bool>& completion) {
   NSNotificationCenter::defaultCenter().post(Names::coreDataMigratorStarted);
+  // What the caller watches is the calling thread's.
+  const auto progress = Progress::progress(1);
   // The stack lives until the end is told.
   foundation::GlobalQueue::userInitiated().async(
-      [stack = Ref<CoreDataStack>(this), store, newest, completion] {
+      [stack = Ref<CoreDataStack>(this), store, newest, completion, progress] {
         std::expected<bool, Failure> outcome;
         try {
-          stack->bringForward(store, newest);
+          progress->performAsCurrent(1, [&] { stack->bringForward(store, newest); });
           outcome = outcomeOf(stack->load(), true);
         } catch (const Error& error) {
           outcome = std::unexpected(error.clone());

@@ -84,6 +84,7 @@ class CoreDataStack final : public foundation::Object {
   /// - Any other store: "CoreDataMigrator.started" is posted, and the rest is done on a background
   ///   thread: the temporary directory is emptied, the store migrated and opened, the completion
   ///   called there, and "CoreDataMigrator.finished" posted after it. On failure nothing is opened.
+  ///   The migration counts towards the calling thread's current progress, which can cancel it.
   ///
   /// Errors: `CoreDataError::unableToLoadPersistentStore` without a store to open; those of the
   /// temporary directory, which is refused when it is not wholly this program's own or holds the

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cerrno>
 #include <fstream>
 
@@ -6,6 +7,7 @@
 #include "CoreDataStack/Stack/CoreDataError.h"
 #include "Foundation/Files/FileManager.h"
 #include "Foundation/Files/TemporaryDirectory.h"
+#include "Foundation/Progress/Progress.h"
 #include "Tests/CoreDataStack/Stack/StackPlace.h"
 #include "Tests/Support/FaultyFileSystem.h"
 #include "Tests/Support/ScopedVariable.h"
@@ -71,6 +73,35 @@ TEST_F(CoreDataStackSetup, ReturnsBeforeTheMigrationHasEnded) {
   guard.reset();
   EXPECT_TRUE(support::runMainQueueUntil([&] { return whatHappened().back() == "finished"; }));
   EXPECT_TRUE(isDone);
+}
+
+TEST_F(CoreDataStackSetup, CountsItsMigrationTowardsTheCallersProgress) {
+  addStore(Version::version1);
+  const auto progress = make<foundation::Progress>(1);
+  std::atomic<bool> wasUnderWay = false;
+  const auto token = progress->observe([&](const foundation::Progress& seen) {
+    const double fraction = seen.fractionCompleted();
+    if (fraction > 0 && fraction < 1) wasUnderWay = true;
+  });
+
+  progress->performAsCurrent(1, [&] { setUp(); });
+
+  EXPECT_EQ(whatHappened(), (Texts{"started", "success(true)", "finished"}));
+  EXPECT_TRUE(wasUnderWay);
+  EXPECT_TRUE(progress->isFinished());
+}
+
+TEST_F(CoreDataStackSetup, StopsAMigrationWhoseProgressIsCancelled) {
+  addStore(Version::version1);
+  const auto progress = make<foundation::Progress>(1);
+  progress->cancel();
+
+  progress->performAsCurrent(1, [&] { setUp(); });
+
+  EXPECT_TRUE(whatHappened()[1].starts_with("failure(")) << whatHappened()[1];
+  EXPECT_EQ(coredatastack::CoreDataMigrationVersion::storeVersion(
+                *coredatastack::storeMetadata(place_.storeURL())),
+            Version::version1);
 }
 
 TEST_F(CoreDataStackSetup, LivesUntilItsMigrationHasEnded) {

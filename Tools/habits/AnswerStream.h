@@ -1,14 +1,15 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace habits {
 
-/// Keeps the standard output for the answer: from its making on, what the library prints there when
-/// a query fails goes to the standard error stream instead. A script that reads JSON finds nothing
-/// else in its way.
+/// Keeps the standard output for the answer: from its making to the end of the process, what the
+/// library prints there goes to the standard error stream instead, on whichever thread. A script
+/// that reads JSON finds nothing else in its way.
 ///
-/// Threading: one, made before other threads print.
+/// Threading: one, made before other threads print; used on one thread.
 class AnswerStream {
  public:
   /// Throws `std::system_error` where there is no standard output to keep.
@@ -17,12 +18,13 @@ class AnswerStream {
   AnswerStream(const AnswerStream&) = delete;
   AnswerStream& operator=(const AnswerStream&) = delete;
 
-  /// Prints a line on the standard output, which is what it was from then on.
-  void print(std::string_view answer);
+  /// Writes a line, which has left the process when this returns. Throws `std::system_error` when
+  /// it cannot be written.
+  void print(std::string_view line) const;
+  /// For waiting until nobody reads any more.
+  [[nodiscard]] int descriptor() const noexcept { return kept_; }
 
  private:
-  void restore() noexcept;
-
   int kept_;
 };
 

@@ -8,19 +8,19 @@
 #include <system_error>
 
 #include "CoreDataStack/BuildIdentifiers.h"
-#include "CoreDataStack/LeftoverPhotos.h"
 #include "Foundation/Files/Bundle.h"
 #include "Foundation/Files/Directories.h"
 #include "Foundation/Files/FileManager.h"
 #include "Tools/habits/Failures.h"
+#include "Tools/habits/Migration/OldStore.h"
+#include "Tools/habits/StackSetup.h"
 
 namespace habits {
 
 using coredata::NSManagedObjectModel;
-using coredata::NSPersistentContainer;
-using coredata::NSPersistentStoreDescription;
+using coredatastack::CoreDataConfiguration;
+using coredatastack::CoreDataStack;
 using foundation::Bundle;
-using foundation::Error;
 using foundation::Ref;
 using foundation::URL;
 
@@ -28,7 +28,6 @@ namespace {
 
 constexpr const char* kApplication = "com.tessaline.habits";
 constexpr const char* kModelName = "Model";
-constexpr const char* kAuthor = "habits";
 constexpr mode_t kForTheUserAlone = 0700;
 
 /// The user's data directory of this program, made on first use.
@@ -46,16 +45,10 @@ std::string userDirectory() {
   return directory.string();
 }
 
-Ref<NSPersistentContainer> opened(const std::string& path) {
-  auto container = foundation::make<NSPersistentContainer>(kModelName, newestModel());
-  NSPersistentStoreDescription description(URL::fileURL(path));
-  description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
-  container->setPersistentStoreDescriptions({std::move(description)});
-  container->loadPersistentStores([](const auto&, const std::optional<Error>& error) {
-    if (error) throw Error(*error);
-  });
-  coredatastack::discardLeftoverPhotos(URL::fileURL(path));
-  return container;
+bool needsMigration(CoreDataStack& stack, Complaints& complaints) {
+  // Opening a store that cannot be read tells why, and makes one that is missing.
+  const Complaints::Silence silence(complaints);
+  return stack.needMigration();
 }
 
 }  // namespace
@@ -83,9 +76,30 @@ std::string storePath(const std::optional<std::string>& named) {
   return std::filesystem::absolute(*named).string();
 }
 
-Session::Session(const std::string& path) : container_(opened(path)) {
-  context().setMergePolicy(coredata::NSMergeByPropertyObjectTrumpMergePolicy);
-  context().setTransactionAuthor(kAuthor);
+CoreDataConfiguration configurationOf(const std::string& path, const std::string& author) {
+  return {CoreDataConfiguration::Stage::production,
+          kModelName,
+          coredatastack::modelBundleIdentifier(),
+          "",
+          coredatastack::appGroupIdentifier(),
+          author,
+          URL::fileURL(path),
+          false};
+}
+
+Ref<CoreDataStack> stackOver(const std::string& path, const Role& role) {
+  // The stack would stop the process over a model that is not there.
+  static_cast<void>(newestModel());
+  return foundation::make<CoreDataStack>(configurationOf(path, role.author), role.complaints);
+}
+
+Session::Session(const std::string& path, bool mayMigrate, const Role& role)
+    : stack_(stackOver(path, role)) {
+  if (needsMigration(*stack_, *role.complaints)) {
+    bringForwardWithConsent(*stack_, path, mayMigrate);
+  } else {
+    setUp(*stack_);
+  }
 }
 
 }  // namespace habits

@@ -3,7 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "CoreData/Container/NSPersistentContainer.h"
+#include "CoreDataStack/Stack/CoreDataStack.h"
+#include "Tools/habits/Complaints.h"
 
 namespace habits {
 
@@ -17,25 +18,40 @@ void setUpDirectories();
 /// The store that a command line means: the named file, or the user's own.
 [[nodiscard]] std::string storePath(const std::optional<std::string>& named);
 
+/// Whom a stack's store hears of.
+struct Role {
+  /// Who the changes are by, in the history.
+  std::string author = "habits";
+  /// Who is told of errors that nobody else is.
+  foundation::Ref<Complaints> complaints = foundation::make<Complaints>();
+};
+
+/// How a store is opened.
+[[nodiscard]] coredatastack::CoreDataConfiguration configurationOf(const std::string& path,
+                                                                   const std::string& author);
+
+/// The stack over a store, which is not opened yet. Throws as `newestModel` does.
+[[nodiscard]] foundation::Ref<coredatastack::CoreDataStack> stackOver(const std::string& path,
+                                                                      const Role& role = {});
+
 /// One run of the program over its open store.
 ///
 /// Threading: belongs to the main thread.
 class Session {
  public:
-  /// Opens the store and makes it if it is missing. Removes photo files that a migration killed at
-  /// its end left over.
-  /// Throws `foundation::Error`.
-  explicit Session(const std::string& path);
+  /// Opens the store and makes it if it is missing. One of an older version is brought forward
+  /// first, if the user consents: beforehand, or when asked in a terminal.
+  /// Throws `foundation::Error`, and what `bringForwardWithConsent` does.
+  Session(const std::string& path, bool mayMigrate, const Role& role = {});
 
-  [[nodiscard]] coredata::NSManagedObjectContext& context() const {
-    return *container_->viewContext();
-  }
+  [[nodiscard]] coredata::NSManagedObjectContext& context() const { return *contextHandle(); }
   [[nodiscard]] const foundation::Ref<coredata::NSManagedObjectContext>& contextHandle() const {
-    return container_->viewContext();
+    return stack_->managedObjectContext();
   }
+  [[nodiscard]] coredatastack::CoreDataStack& stack() const { return *stack_; }
 
  private:
-  foundation::Ref<coredata::NSPersistentContainer> container_;
+  foundation::Ref<coredatastack::CoreDataStack> stack_;
 };
 
 }  // namespace habits

@@ -5,19 +5,16 @@
 #include "Foundation/Values/Error.h"
 #include "Tools/habits/AnswerStream.h"
 #include "Tools/habits/CommandLine.h"
+#include "Tools/habits/Complaints.h"
 #include "Tools/habits/Failures.h"
-#include "Tools/habits/Migration/OldStore.h"
 
 namespace habits {
 
 namespace {
 
-void complain(const std::string& what) { std::fprintf(stderr, "habits: %s\n", what.c_str()); }
-
 Answer answerTo(const Request& request, const std::string& path) {
   if (request.runBeforeOpening) return request.runBeforeOpening(path);
-  bringForwardWithConsent(path, request.migrates);
-  const Session session(path);
+  const Session session(path, request.migrates);
   return session.context().performBlockAndWait([&] { return request.run(session); });
 }
 
@@ -26,7 +23,7 @@ int fulfil(const Request& request) {
   try {
     setUpDirectories();
     path = storePath(request.store);
-    AnswerStream stream;
+    const AnswerStream stream;
     const Answer answer = answerTo(request, path);
     stream.print(request.json ? json(answer.data) : answer.text);
     if (!answer.trouble) return kSuccess;

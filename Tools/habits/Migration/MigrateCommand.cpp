@@ -9,7 +9,7 @@
 #include "Tools/habits/Migration/OldStore.h"
 #include "Tools/habits/Migration/PlannedMigration.h"
 #include "Tools/habits/Migration/Rehearsal.h"
-#include "Tools/habits/Migration/StoreReading.h"
+#include "Tools/habits/Session.h"
 
 namespace habits {
 
@@ -30,9 +30,6 @@ void takePhotosFrom(const std::string& named) {
   FileManager::defaultManager().registerApplicationGroup(coredatastack::appGroupIdentifier(),
                                                          URL::fileURL(path + "/"));
 }
-
-/// Throws what opening the file would for one that is no store of a known version.
-void requireNewest(const URL& store) { closeStores(*contextOver(store, newestModel(), true)); }
 
 Answer answerOf(const std::string& path, const Version& from, const Steps& steps) {
   ValueList names;
@@ -65,7 +62,7 @@ Answer migrate(const std::string& path, const MigrationWish& wish) {
   const Steps steps = coredatastack::CoreDataMigrator().migrationSteps(*version, Version::newest());
   if (wish.plansOnly) return answerOf(planned(store, steps), path);
   if (wish.rehearses) return answerOf(rehearse(store, steps), path);
-  bringForward(store, path);
+  bringForward(*stackOver(path), path);
   return answerOf(path, *version, steps);
 }
 

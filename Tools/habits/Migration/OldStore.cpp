@@ -1,19 +1,24 @@
 #include "Tools/habits/Migration/OldStore.h"
 
+#include <chrono>
 #include <stdexcept>
+#include <utility>
 
-#include "CoreDataStack/CoreDataMigrator.h"
 #include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
 #include "Tools/habits/Consent.h"
 #include "Tools/habits/Failures.h"
 #include "Tools/habits/Migration/Interruption.h"
 #include "Tools/habits/Migration/ScratchSpace.h"
+#include "Tools/habits/Migration/StoreReading.h"
 #include "Tools/habits/Migration/WatchedWork.h"
 #include "Tools/habits/Session.h"
+#include "Tools/habits/StackSetup.h"
 
 namespace habits {
 
+using coredatastack::CoreDataStack;
 using foundation::Error;
+using foundation::TemporaryDirectory;
 using foundation::URL;
 using Version = coredatastack::CoreDataMigrationVersion;
 
@@ -39,6 +44,27 @@ void requireConsent(const std::string& path, const Version& version) {
   if (!*reply) throw Refusal("Nothing was changed.");
 }
 
+/// Empties the temporary directory when the migration has ended, however that was: what lies there
+/// is as private as the store. The stack empties it before.
+class Clearance {
+ public:
+  explicit Clearance(URL store) : store_(std::move(store)) { requireApartFromPhotos(directory_); }
+  Clearance(const Clearance&) = delete;
+  Clearance& operator=(const Clearance&) = delete;
+  ~Clearance() {
+    try {
+      const auto guard = directory_.lock(std::chrono::milliseconds::zero());
+      directory_.removeContents(store_);
+    } catch (const Error&) {
+      // Whoever has it, or uses it next, empties it first, and says so if that fails.
+    }
+  }
+
+ private:
+  const URL store_;
+  const TemporaryDirectory directory_ = TemporaryDirectory::ofProcess();
+};
+
 }  // namespace
 
 std::optional<Version> olderVersion(const URL& store) {
@@ -48,12 +74,13 @@ std::optional<Version> olderVersion(const URL& store) {
   return Version::storeVersion(*metadata);
 }
 
-void bringForward(const URL& store, const std::string& path) {
+void requireNewest(const URL& store) { closeStores(*contextOver(store, newestModel(), true)); }
+
+void bringForward(CoreDataStack& stack, const std::string& path) {
   const Interruption interruption;
   try {
-    const ScratchSpace scratch(store);
-    doWatched("Migrating",
-              [&] { coredatastack::CoreDataMigrator().migrateStore(store, Version::newest()); });
+    const Clearance clearance(URL::fileURL(path));
+    doWatched("Migrating", [&] { setUp(stack); });
   } catch (const Error& error) {
     std::string text = explained(error, path);
     if (error.domain() == foundation::kPosixErrorDomain) {
@@ -64,12 +91,15 @@ void bringForward(const URL& store, const std::string& path) {
   }
 }
 
-void bringForwardWithConsent(const std::string& path, bool isConsentedTo) {
+void bringForwardWithConsent(CoreDataStack& stack, const std::string& path, bool isConsentedTo) {
   const URL store = URL::fileURL(path);
   const auto version = olderVersion(store);
-  if (!version) return;
+  if (!version) {
+    requireNewest(store);
+    return setUp(stack);  // Another process brought it forward meanwhile.
+  }
   if (!isConsentedTo) requireConsent(path, *version);
-  bringForward(store, path);
+  bringForward(stack, path);
 }
 
 }  // namespace habits

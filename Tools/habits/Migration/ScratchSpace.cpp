@@ -10,13 +10,17 @@ namespace habits {
 
 using foundation::TemporaryDirectory;
 
+void requireApartFromPhotos(const TemporaryDirectory& directory) {
+  const auto container =
+      foundation::FileManager::defaultManager().containerURL(coredatastack::appGroupIdentifier());
+  if (container) directory.requireApart(*container);
+}
+
 ScratchSpace::ScratchSpace(foundation::URL store)
     : store_(std::move(store)),
       directory_(TemporaryDirectory::ofProcess()),
       guard_(directory_.lock()) {
-  const auto container =
-      foundation::FileManager::defaultManager().containerURL(coredatastack::appGroupIdentifier());
-  if (container) directory_.requireApart(*container);
+  requireApartFromPhotos(directory_);
   directory_.removeContents(store_);
 }
 

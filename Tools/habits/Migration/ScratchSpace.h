@@ -5,6 +5,10 @@
 
 namespace habits {
 
+/// Throws if the photos that a migration folds into the store lie in the directory, which is about
+/// to be emptied.
+void requireApartFromPhotos(const foundation::TemporaryDirectory& directory);
+
 /// The temporary directory for one migration: locked while this lives, and emptied at both ends, as
 /// what lies there is as private as the store.
 ///

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -44,6 +45,9 @@ class Streams {
   void open(int descriptor, const std::string& path, int flags) {
     require(posix_spawn_file_actions_addopen(&actions_, descriptor, path.c_str(), flags, 0600),
             path.c_str());
+  }
+  void use(int descriptor, int ofOurs) {
+    require(posix_spawn_file_actions_adddup2(&actions_, ofOurs, descriptor), "dup2");
   }
   [[nodiscard]] const posix_spawn_file_actions_t* actions() const { return &actions_; }
 
@@ -139,6 +143,20 @@ Outcome Program::outcomeOf(const std::vector<std::string>& arguments,
   streams.open(STDERR_FILENO, complaint.string(), kWrite);
   const int status = statusOf(spawned(arguments, environment_, streams));
   return {status, contentOf(output), contentOf(complaint)};
+}
+
+std::unique_ptr<RunningProgram> Program::start(std::vector<std::string> arguments,
+                                               const std::string& complaint) const {
+  arguments.insert(arguments.end(), {"--store", store().string()});
+  std::array<int, 2> ends{};
+  require(pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno, "pipe");
+  Streams streams;
+  streams.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  streams.use(STDOUT_FILENO, ends[1]);
+  streams.open(STDERR_FILENO, (directory() / complaint).string(), O_WRONLY | O_CREAT | O_TRUNC);
+  const pid_t child = spawned(arguments, environment_, streams);
+  close(ends[1]);
+  return std::make_unique<RunningProgram>(child, ends[0]);
 }
 
 std::string Program::outputInTerminal(std::vector<std::string> arguments) const {

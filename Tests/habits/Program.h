@@ -1,10 +1,12 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/habits/RunningProgram.h"
 
 namespace habits {
 
@@ -27,13 +29,17 @@ class Program {
     environment_[name] = value;
   }
 
-  /// Runs a command over `store()`.
+  /// Runs a command over `store()`. One at a time.
   [[nodiscard]] Outcome run(std::vector<std::string> arguments) const;
   /// The same with exactly these arguments.
   [[nodiscard]] Outcome runPlainly(const std::vector<std::string>& arguments) const;
   /// Runs a command over `store()` with a terminal at its input alone, where the answer is typed.
   [[nodiscard]] Outcome runAnswering(std::vector<std::string> arguments,
                                      const std::string& answer) const;
+  /// Starts a command over `store()` that goes on until it is stopped. What it complains of lies in
+  /// the file of that name in `directory()`.
+  [[nodiscard]] std::unique_ptr<RunningProgram> start(std::vector<std::string> arguments,
+                                                      const std::string& complaint) const;
   /// What a command over `store()` writes to a terminal of its own, which shows colours.
   [[nodiscard]] std::string outputInTerminal(std::vector<std::string> arguments) const;
   /// The same for what goes to the standard error stream.

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "Tools/habits/Answer.h"
+#include "Tools/habits/AnswerStream.h"
 #include "Tools/habits/Session.h"
 
 namespace habits {
@@ -20,6 +21,8 @@ struct Request {
   std::function<Answer(const Session&)> run;
   /// Instead of that, for a command over a store that is not open.
   std::function<Answer(const std::string& storePath)> runBeforeOpening;
+  /// Instead of either, for a command that answers line by line.
+  std::function<void(const std::string& storePath, const AnswerStream&)> runAnsweringLater;
 };
 
 // Each declares commands that put themselves into the request when they are named. The request must
@@ -36,6 +39,7 @@ void declareReminders(CLI::App& app, Request& request);
 void declareWidgets(CLI::App& app, Request& request);
 void declarePhotos(CLI::App& app, Request& request);
 void declareMigration(CLI::App& app, Request& request);
+void declareHistory(CLI::App& app, Request& request);
 
 /// A command whose arguments are a value of their own, kept as long as somebody may run it.
 template <typename Arguments>

@@ -9,6 +9,7 @@
 #include "Domain/ActivityStatus.h"
 #include "Domain/ActivityWidgetSize.h"
 #include "Tools/habits/Answer.h"
+#include "Tools/habits/AnswerStream.h"
 #include "Tools/habits/Session.h"
 
 namespace habits {
@@ -149,6 +150,25 @@ struct ImportFile {
 };
 /// Adds the check-ins of days that have none, and the habits that are missing, in one save.
 [[nodiscard]] Answer importFile(const Session& session, const ImportFile& file);
+
+/// What to watch, and how.
+struct WatchWish {
+  std::string path;
+  bool mayMigrate = false;
+  bool json = false;
+};
+/// Prints what other processes write to the store, from the moment at which it says that it
+/// watches, until it is stopped. Over a store that is not open.
+void watch(const WatchWish& wish, const AnswerStream& stream);
+
+/// Which transactions of the history to show; all of them when nothing is said.
+struct HistoryWish {
+  /// From the beginning of that day on.
+  std::optional<std::string> since;
+  /// Only what happened to one object, named by its URI.
+  std::optional<std::string> object;
+};
+[[nodiscard]] Answer history(const Session& session, const HistoryWish& wish);
 
 /// How to bring an old store to the newest version.
 struct MigrationWish {

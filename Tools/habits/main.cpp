@@ -24,6 +24,10 @@ int fulfil(const Request& request) {
     setUpDirectories();
     path = storePath(request.store);
     const AnswerStream stream;
+    if (request.runAnsweringLater) {
+      request.runAnsweringLater(path, stream);
+      return kSuccess;
+    }
     const Answer answer = answerTo(request, path);
     stream.print(request.json ? json(answer.data) : answer.text);
     if (!answer.trouble) return kSuccess;
@@ -67,12 +71,13 @@ int main(int argc, char** argv) {
   habits::declareWidgets(app, request);
   habits::declarePhotos(app, request);
   habits::declareMigration(app, request);
+  habits::declareHistory(app, request);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? habits::kSuccess : habits::kUsage;
   }
-  if (!request.run && !request.runBeforeOpening) {
+  if (!request.run && !request.runBeforeOpening && !request.runAnsweringLater) {
     std::fputs(app.help().c_str(), stderr);
     return habits::kUsage;
   }

@@ -50,20 +50,6 @@ std::pair<std::string_view, long> splitName(std::string_view name) {
   return {name.substr(0, end), digits.empty() || digits.size() > 9 ? -1 : std::stol(digits)};
 }
 
-bool isNewer(const ValueDictionary& metadata, const NSManagedObjectModel& model) {
-  const auto found = metadata.find(NSStoreModelVersionIdentifiersKey);
-  const auto* names = found == metadata.end() ? nullptr : found->second.list();
-  if (names == nullptr) return false;
-  return std::ranges::any_of(*names, [&](const foundation::Value& value) {
-    if (value.text() == nullptr) return false;
-    const auto [name, number] = splitName(*value.text());
-    return std::ranges::any_of(model.versionIdentifiers(), [&](const std::string& own) {
-      const auto [ownName, ownNumber] = splitName(own);
-      return name == ownName && ownNumber >= 0 && number > ownNumber;
-    });
-  });
-}
-
 std::string namesOf(const ValueDictionary& metadata) {
   const auto found = metadata.find(NSStoreModelVersionIdentifiersKey);
   return found == metadata.end() ? "none" : found->second.description();
@@ -165,6 +151,20 @@ ConnectionSettings settingsFor(const StoreOptions& options) {
   return settings;
 }
 }  // namespace
+
+bool isNewer(const ValueDictionary& metadata, const NSManagedObjectModel& model) {
+  const auto found = metadata.find(NSStoreModelVersionIdentifiersKey);
+  const auto* names = found == metadata.end() ? nullptr : found->second.list();
+  if (names == nullptr) return false;
+  return std::ranges::any_of(*names, [&](const foundation::Value& value) {
+    if (value.text() == nullptr) return false;
+    const auto [name, number] = splitName(*value.text());
+    return std::ranges::any_of(model.versionIdentifiers(), [&](const std::string& own) {
+      const auto [ownName, ownNumber] = splitName(own);
+      return name == ownName && ownNumber >= 0 && number > ownNumber;
+    });
+  });
+}
 
 OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& model) {
   OpenedStore store;

@@ -33,6 +33,10 @@ enum class StoreContent : std::uint8_t { nothing, store };
 /// program's database and for a later version's store.
 [[nodiscard]] StoreContent contentOf(Connection& connection, const std::string& path);
 
+/// Whether the metadata name a later version of the model than this one.
+[[nodiscard]] bool isNewer(const foundation::ValueDictionary& metadata,
+                           const NSManagedObjectModel& model);
+
 /// Throws when the file may only be read.
 void requireWritable(const Connection& connection, const std::string& path);
 

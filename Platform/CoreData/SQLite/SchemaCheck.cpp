@@ -1,5 +1,6 @@
 #include "CoreData/SQLite/SchemaCheck.h"
 
+#include <optional>
 #include <string_view>
 
 #include "CoreData/SQLite/Connection.h"
@@ -27,17 +28,33 @@ bool isSQLitesOwn(std::string_view type, std::string_view name, std::string_view
   return name == "sqlite_stat1" && sql == "CREATE TABLE sqlite_stat1(tbl,idx,stat)";
 }
 
+constexpr const char* kSelect = "SELECT type, name, sql FROM sqlite_master";
+
+/// Whether the file is as it was made, which is as good as every store's.
+bool isAsMade(Connection& connection, const NSManagedObjectModel& model) {
+  Statement statement(connection, kSelect);
+  const auto next = [&]() -> std::optional<SchemaEntry> {
+    while (statement.step()) {
+      const SchemaEntry entry{statement.text(1), statement.text(2)};
+      if (!isSQLitesOwn(statement.text(0), entry.name, entry.sql)) return entry;
+    }
+    return std::nullopt;
+  };
+  return isSchemaOf(model, next);
+}
+
 std::string quote(std::string_view name) { return "\"" + std::string(name) + "\""; }
 }  // namespace
 
 SchemaCheck checkSchema(Connection& connection, const NSManagedObjectModel& model) {
+  if (isAsMade(connection, model)) return {.hasMetadata = true, .problem = {}, .indexChanges = {}};
   const std::vector<SchemaObject> schema = storeSchema(model);
   Expected expected = byName(schema);
   SchemaCheck result;
   const auto report = [&](std::string problem) {
     if (result.problem.empty()) result.problem = std::move(problem);
   };
-  Statement statement(connection, "SELECT type, name, sql FROM sqlite_master");
+  Statement statement(connection, kSelect);
   while (statement.step()) {
     const std::string_view type = statement.text(0);
     const std::string_view name = statement.text(1);

@@ -1,6 +1,7 @@
 #include "CoreData/SQLite/StoreSchema.h"
 
 #include <string_view>
+#include <utility>
 
 #include "CoreData/SQLite/RowColumns.h"
 
@@ -54,32 +55,140 @@ std::string_view columnType(SlotTag kind) {
   }
   return "";
 }
+/// Takes the pieces of a text and puts them together.
+class TextMaker {
+ public:
+  void operator()(std::string_view piece) { text_ += piece; }
+  [[nodiscard]] std::string take() && { return std::move(text_); }
+
+ private:
+  std::string text_;
+};
+
+/// Takes the pieces of a text and compares them with another, of which nothing is copied.
+class TextMatcher {
+ public:
+  explicit TextMatcher(std::string_view other) noexcept : rest_(other) {}
+
+  void operator()(std::string_view piece) noexcept {
+    matches_ = matches_ && rest_.starts_with(piece);
+    if (matches_) rest_.remove_prefix(piece.size());
+  }
+  [[nodiscard]] bool isWhole() const noexcept { return matches_ && rest_.empty(); }
+
+ private:
+  std::string_view rest_;
+  bool matches_ = true;
+};
+
+// The texts in pieces, of which names and statements are made, and with which they are compared.
+
+template <typename Text>
+void giveName(std::string_view name, Text& text) {
+  if (name.contains('"')) return text(quoted(name));
+  text("\"");
+  text(name);
+  text("\"");
+}
+
+template <typename Text>
+void giveTable(const NSEntityDescription& entity, Text& text) {
+  text("CREATE TABLE ");
+  giveName(entity.name(), text);
+  text("(_id INTEGER PRIMARY KEY, _version INTEGER NOT NULL");
+  for (const Slot& slot : entity.slots()) {
+    text(", ");
+    giveName(slot.property->name(), text);
+    text(columnType(slotKind(slot)));
+  }
+  text(")");
+}
+
+std::string nameOf(const NSEntityDescription& entity, const NSFetchIndexDescription& index) {
+  return entity.name() + "_" + index.name();
+}
+
+template <typename Text>
+void giveIndex(const NSEntityDescription& entity, const NSFetchIndexDescription& index,
+               Text& text) {
+  text("CREATE INDEX ");
+  giveName(nameOf(entity, index), text);
+  text(" ON ");
+  giveName(entity.name(), text);
+  text("(");
+  for (std::string_view separator; const SlotIndex slot : index.slots()) {
+    text(separator);
+    giveName(entity.slots()[slot].property->name(), text);
+    separator = ", ";
+  }
+  text(")");
+}
+
+template <typename Give>
+std::string textOf(Give&& give) {
+  TextMaker text;
+  give(text);
+  return std::move(text).take();
+}
+
+template <typename Give>
+bool isText(std::string_view other, Give&& give) {
+  TextMatcher text(other);
+  give(text);
+  return text.isWhole();
+}
+
+bool isTable(const SchemaEntry& entry, const NSEntityDescription& entity) {
+  return entry.name == entity.name() &&
+         isText(entry.sql, [&](auto& text) { giveTable(entity, text); });
+}
+
+bool isIndex(const SchemaEntry& entry, const NSEntityDescription& entity,
+             const NSFetchIndexDescription& index) {
+  return entry.name == nameOf(entity, index) &&
+         isText(entry.sql, [&](auto& text) { giveIndex(entity, index, text); });
+}
 }  // namespace
 
 SchemaObject tableOf(const NSEntityDescription& entity) {
-  std::string sql = "CREATE TABLE " + quoted(entity.name()) +
-                    "(_id INTEGER PRIMARY KEY, _version INTEGER NOT NULL";
-  for (const Slot& slot : entity.slots()) {
-    sql += ", " + quoted(slot.property->name());
-    sql += columnType(slotKind(slot));
-  }
-  return {Kind::table, entity.name(), sql += ')'};
+  return {Kind::table, entity.name(), textOf([&](auto& text) { giveTable(entity, text); })};
 }
 
 std::vector<SchemaObject> indexesOf(const NSEntityDescription& entity) {
   std::vector<SchemaObject> result;
   for (const NSFetchIndexDescription* index : entity.indexes()) {
-    std::string name = entity.name() + "_" + index->name();
-    std::string columns;
-    for (const SlotIndex slot : index->slots()) {
-      if (!columns.empty()) columns += ", ";
-      columns += quoted(entity.slots()[slot].property->name());
-    }
-    std::string sql =
-        "CREATE INDEX " + quoted(name) + " ON " + quoted(entity.name()) + "(" + columns + ")";
-    result.push_back({Kind::index, std::move(name), std::move(sql)});
+    result.push_back({Kind::index, nameOf(entity, *index),
+                      textOf([&](auto& text) { giveIndex(entity, *index, text); })});
   }
   return result;
+}
+
+bool isSchemaOf(const NSManagedObjectModel& model,
+                foundation::FunctionRef<std::optional<SchemaEntry>()> next) {
+  const auto nextIs = [&](auto&& isIt) {
+    const std::optional<SchemaEntry> entry = next();
+    return entry && isIt(*entry);
+  };
+  for (const Fixed& fixed : kFixed) {
+    if (!nextIs([&](const SchemaEntry& entry) {
+          return entry.name == fixed.name && entry.sql == fixed.sql;
+        })) {
+      return false;
+    }
+  }
+  for (const NSEntityDescription* entity : model.entities()) {
+    if (entity->isAbstract()) continue;
+    if (!nextIs([&](const SchemaEntry& entry) { return isTable(entry, *entity); })) return false;
+  }
+  for (const NSEntityDescription* entity : model.entities()) {
+    if (entity->isAbstract()) continue;
+    for (const NSFetchIndexDescription* index : entity->indexes()) {
+      if (!nextIs([&](const SchemaEntry& entry) { return isIndex(entry, *entity, *index); })) {
+        return false;
+      }
+    }
+  }
+  return !next();
 }
 
 std::vector<SchemaObject> storeSchema(const NSManagedObjectModel& model) {

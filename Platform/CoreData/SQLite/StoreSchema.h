@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "CoreData/Model/NSManagedObjectModel.h"
+#include "Foundation/Values/FunctionRef.h"
 
 namespace coredata {
 
@@ -26,6 +29,18 @@ struct SchemaObject {
 /// Everything that a store of the model holds, in the order in which it is made: the tables that
 /// every store has, those of the entities, the indexes.
 [[nodiscard]] std::vector<SchemaObject> storeSchema(const NSManagedObjectModel& model);
+
+/// A table or index of a file, as its schema table has it.
+struct SchemaEntry {
+  std::string_view name;
+  std::string_view sql;
+};
+
+/// Whether the entries that `next` gives, until it gives none, are exactly those of a store of the
+/// model, in the order in which they are made: what nearly every opening finds, told without making
+/// any text.
+[[nodiscard]] bool isSchemaOf(const NSManagedObjectModel& model,
+                              foundation::FunctionRef<std::optional<SchemaEntry>()> next);
 
 /// The entity's table alone; what a migration fills before it builds the indexes.
 [[nodiscard]] SchemaObject tableOf(const NSEntityDescription& entity);

@@ -14,7 +14,42 @@ std::vector<std::string> texts(const std::vector<SchemaObject>& schema) {
   for (const SchemaObject& object : schema) result.push_back(object.sql);
   return result;
 }
+
+bool isShelfSchema(const std::vector<coredata::SchemaObject>& objects) {
+  std::size_t given = 0;
+  const auto next = [&]() -> std::optional<coredata::SchemaEntry> {
+    if (given == objects.size()) return std::nullopt;
+    const coredata::SchemaObject& object = objects[given++];
+    return coredata::SchemaEntry{object.name, object.sql};
+  };
+  return coredata::isSchemaOf(*shelf::model(), next);
+}
 }  // namespace
+
+TEST(StoreSchema, IsRecognisedAsItIsMade) {
+  EXPECT_TRUE(isShelfSchema(coredata::storeSchema(*shelf::model())));
+}
+
+TEST(StoreSchema, IsNotRecognisedWithAnyDifference) {
+  const auto made = coredata::storeSchema(*shelf::model());
+  for (std::size_t place = 0; place < made.size(); ++place) {
+    auto changed = made;
+    changed[place].sql.pop_back();
+    EXPECT_FALSE(isShelfSchema(changed)) << place;
+    changed = made;
+    changed[place].sql += " ";
+    EXPECT_FALSE(isShelfSchema(changed)) << place;
+    changed = made;
+    changed[place].name += "s";
+    EXPECT_FALSE(isShelfSchema(changed)) << place;
+    changed = made;
+    changed.erase(changed.begin() + static_cast<std::ptrdiff_t>(place));
+    EXPECT_FALSE(isShelfSchema(changed)) << place;
+    changed = made;
+    changed.insert(changed.begin() + static_cast<std::ptrdiff_t>(place), made[place]);
+    EXPECT_FALSE(isShelfSchema(changed)) << place;
+  }
+}
 
 TEST(StoreSchema, IsMadeOfTheTablesEveryStoreHasThoseOfTheEntitiesAndTheirIndexes) {
   const std::vector<std::string> expected = {

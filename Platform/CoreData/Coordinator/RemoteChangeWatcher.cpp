@@ -142,27 +142,27 @@ class RemoteChangeWatcher::Watch {
   bool isReported_ = false;
 };
 
-RemoteChangeWatcher::RemoteChangeWatcher(Ref<SQLiteStore> store, Announce announce,
+RemoteChangeWatcher::RemoteChangeWatcher(const Ref<SQLiteStore>& store, Announce announce,
                                          WatchTimings timings)
     : forkGeneration_(forkGeneration()),
       watch_(std::make_shared<Watch>(store, std::move(announce), timings)) {
   const foundation::SignalBlock inherited;
-  thread_ = std::thread([watch = watch_] { watch->run(); });
+  thread_ = std::make_unique<std::thread>([watch = watch_] { watch->run(); });
 }
 
 RemoteChangeWatcher::~RemoteChangeWatcher() {
   if (forkGeneration_ != forkGeneration()) {
     // Neither the thread nor whatever it held at the fork can be let go of here.
-    [[maybe_unused]] const auto* left = new std::thread(std::move(thread_));
+    [[maybe_unused]] const auto* left = thread_.release();
     return;
   }
   watch_->stop();
-  if (thread_.get_id() == std::this_thread::get_id()) {
+  if (thread_->get_id() == std::this_thread::get_id()) {
     // The store is about to be closed, and perhaps removed.
     watch_->disconnect();
-    thread_.detach();
+    thread_->detach();
   } else {
-    thread_.join();
+    thread_->join();
   }
 }
 

@@ -43,7 +43,7 @@ class RemoteChangeWatcher {
 
   /// Throws `foundation::Error` when the store cannot be read, and `std::system_error` when the
   /// process has no thread or descriptor left.
-  RemoteChangeWatcher(foundation::Ref<SQLiteStore> store, Announce announce,
+  RemoteChangeWatcher(const foundation::Ref<SQLiteStore>& store, Announce announce,
                       WatchTimings timings = {});
   /// Announces nothing any more, and returns when an announcement that is being made has been made.
   /// On the watcher's own thread, out of an announcement, it does not wait for that. In a child of
@@ -58,7 +58,7 @@ class RemoteChangeWatcher {
   const std::uint64_t forkGeneration_;
   /// Shared with the thread, which outlives this when it ends this.
   std::shared_ptr<Watch> watch_;
-  std::thread thread_;
+  std::unique_ptr<std::thread> thread_;
 };
 
 }  // namespace coredata

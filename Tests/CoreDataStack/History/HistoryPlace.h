@@ -29,7 +29,8 @@ class HistoryPlace : public testing::Test {
   /// One transaction of one new activity.
   void writeElsewhere(const std::string& title,
                       const std::optional<std::string>& author = "extension",
-                      const std::optional<std::string>& name = std::nullopt) const {
+                      const std::optional<std::string>& name = std::nullopt) {
+    ++writtenElsewhere_;
     const auto context = elsewhere_->newBackgroundContext();
     context->performBlockAndWait([&] {
       context->setTransactionAuthor(author);
@@ -43,6 +44,7 @@ class HistoryPlace : public testing::Test {
     store_.context().insertNewObject("Activity")->setValue(title, "title");
     store_.context().save();
   }
+  [[nodiscard]] std::size_t writtenElsewhere() const noexcept { return writtenElsewhere_; }
   /// How many transactions the history holds.
   [[nodiscard]] std::int64_t numberOfTransactions() const;
 
@@ -53,6 +55,7 @@ class HistoryPlace : public testing::Test {
  private:
   std::shared_ptr<const foundation::Directories> before_ = foundation::Directories::current();
   TemporaryDirectory homes_;
+  std::size_t writtenElsewhere_ = 0;
 
  protected:
   TemporaryStore store_;

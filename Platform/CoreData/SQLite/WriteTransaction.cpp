@@ -141,8 +141,8 @@ void WriteTransaction::recordHistory(const HistoryAuthor& author, CommitResult& 
   const HistoryTail& tail = core().counters().historyTail(connection());
   const HistoryPosition position{tail.newest.number + 1, nextTimestamp(tail.newest.timestamp)};
   const HistoryNameId recorded = core().history().write(
-      connection(), position,
-      {author.author, author.contextName, core().bundleIdentifier()}, changes_);
+      connection(), position, {author.author, author.contextName, core().bundleIdentifier()},
+      changes_);
   raiseAuthorMarks(connection(), tail, recorded);
   recorded_ = {position, recorded, true};
   result.transactionNumber = position.number;

@@ -32,7 +32,8 @@ ProgramLocation findProgram() {
   if (length <= 0) return {};
   const std::string_view path(buffer.data(), static_cast<std::size_t>(length));
   const std::size_t slash = path.rfind('/');
-  return {std::string(path.substr(0, std::max<std::size_t>(slash, 1))), std::string(path.substr(slash + 1))};
+  return {std::string(path.substr(0, std::max<std::size_t>(slash, 1))),
+          std::string(path.substr(slash + 1))};
 }
 
 /// Directories each once, in the order in which they were named first.

@@ -13,7 +13,7 @@ namespace support {
 /// called on the main thread; whoever makes the condition true from elsewhere tells the main queue.
 template <typename Condition>
 [[nodiscard]] bool runMainQueueUntil(Condition&& holds,
-                                     std::chrono::seconds limit = std::chrono::seconds(30)) {
+                                     std::chrono::milliseconds limit = std::chrono::seconds(30)) {
   const auto end = std::chrono::steady_clock::now() + limit;
   for (;;) {
     foundation::drainMainQueue();

@@ -10,9 +10,9 @@
 #include "CoreData/Model/ModelBuilder.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "Foundation/Values/Error.h"
-#include "Tests/Migration/Faults/Effort.h"
 #include "Tests/Migration/Faults/OldStore.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/Effort.h"
 #include "Tests/Support/ErrorCode.h"
 
 // Files that are no store, or one that cannot be brought forward.
@@ -37,7 +37,7 @@ class BadStore : public testing::Test {
   }
   /// What a migration of the file throws; the file is not touched.
   [[nodiscard]] std::string error(std::string_view what) const {
-    const std::string before = migrating::bytesOf(path());
+    const std::string before = support::bytesOf(path());
     const auto outcome = support::runInChild([&](const auto& done) {
       try {
         lone_.store.start();
@@ -47,7 +47,7 @@ class BadStore : public testing::Test {
       }
     });
     EXPECT_EQ(outcome.acknowledged.size(), 1U) << what << ": the process stopped";
-    EXPECT_TRUE(migrating::bytesOf(path()) == before) << what;
+    EXPECT_TRUE(support::bytesOf(path()) == before) << what;
     return outcome.acknowledged.empty() ? "" : outcome.acknowledged.front();
   }
   void expectUnknown(std::string_view what) const {
@@ -58,7 +58,7 @@ class BadStore : public testing::Test {
   }
 
   LoneStore lone_{{.version = Version::version6}};
-  const std::string good_ = migrating::bytesOf(path());
+  const std::string good_ = support::bytesOf(path());
 };
 
 TEST_F(BadStore, IsGarbage) {
@@ -88,7 +88,7 @@ TEST_F(BadStore, IsADirectory) {
 
 TEST_F(BadStore, IsCutOff) {
   const std::size_t sectors = good_.size() / 512;
-  for (const std::size_t sector : migrating::points(sectors - 1, 24, 5000)) {
+  for (const std::size_t sector : support::points(sectors - 1, 24, 5000)) {
     lone_.scene.lay();
     write(good_.substr(0, sector * 512));
     const std::string what = "cut off after " + std::to_string(sector) + " sectors";
@@ -104,7 +104,7 @@ TEST_F(BadStore, IsADatabaseOfAnotherProgram) {
 
 TEST_F(BadStore, IsOfALaterVersion) {
   std::filesystem::remove(path());
-  ASSERT_TRUE(migrating::succeeds([&] {
+  ASSERT_TRUE(support::succeeds([&] {
     const auto model =
         coredata::modelFromSource(R"({"entities": {"Day": {"attributes": {"a": "text"}}}})");
     const auto coordinator = foundation::make<coredata::NSPersistentStoreCoordinator>(model);
@@ -126,7 +126,7 @@ TEST_F(BadStore, HoldsATriggerThatNoStoreHas) {
 }
 
 TEST_F(BadStore, HasLostItsMetadata) {
-  const std::vector<std::string> tables = migrating::StoreLook(path()).column(
+  const std::vector<std::string> tables = support::StoreLook(path()).column(
       "SELECT name FROM sqlite_master WHERE type='table' AND name LIKE '\\_meta%' ESCAPE '\\'");
   ASSERT_EQ(tables.size(), 1U);
   for (const std::string change : {"DELETE FROM ", "DROP TABLE "}) {
@@ -141,7 +141,7 @@ TEST_F(BadStore, HasDamagedMetadata) {
   const std::string name = "NSStoreModelVersionHashes";
   const std::size_t begin = good_.find(name);
   ASSERT_NE(begin, good_.npos);
-  for (const std::size_t offset : migrating::points(400, 12, 400)) {
+  for (const std::size_t offset : support::points(400, 12, 400)) {
     lone_.scene.lay();
     std::string bytes = good_;
     bytes[begin + offset] = static_cast<char>(bytes[begin + offset] ^ 0x20);

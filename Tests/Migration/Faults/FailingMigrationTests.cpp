@@ -10,20 +10,20 @@
 #include <string>
 
 #include "Foundation/Values/Error.h"
-#include "Tests/Migration/Faults/Effort.h"
 #include "Tests/Migration/Faults/OldStore.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/Effort.h"
 
 // A migration to which the disk says no at any of its operations.
 
 namespace {
 
 using foundation::Error;
-using migrating::FileFaults;
-using migrating::FileOperationCount;
-using migrating::FileTrouble;
 using migrating::LoneStore;
 using support::FileFault;
+using support::FileFaults;
+using support::FileOperationCount;
+using support::FileTrouble;
 using State = migrating::OldStore::State;
 using Version = migrating::CoreDataMigrationVersion;
 
@@ -53,7 +53,7 @@ Ending endingOf(const std::filesystem::path& stream, Work&& work) {
     }
   });
   Ending ending;
-  ending.stream = migrating::bytesOf(stream);
+  ending.stream = support::bytesOf(stream);
   if (outcome.signal == SIGABRT) ending.kind = Ending::Kind::stopped;
   if (outcome.signal != 0 || outcome.timedOut || outcome.acknowledged.size() != 1) return ending;
   ending.error = outcome.acknowledged.front();
@@ -109,7 +109,7 @@ class FailingMigration : public testing::TestWithParam<Failure> {
   }
   /// An error with the widgets alone is printed and forgotten: they can be arranged anew.
   [[nodiscard]] bool wentOnWithoutWidgets() const {
-    const migrating::StoreLook look(lone_.store.path());
+    const support::StoreLook look(lone_.store.path());
     return look.column("SELECT 1 FROM sqlite_master WHERE name='ActivityWidgetGroup'").size() ==
                1 &&
            look.column("SELECT 1 FROM ActivityWidgetGroup").empty();
@@ -143,7 +143,7 @@ class FailingMigration : public testing::TestWithParam<Failure> {
 TEST_P(FailingMigration, ThrowsOrStopsWithTheStoreWholeAndWorksOnceTheFaultIsGone) {
   std::size_t thrown = 0;
   std::size_t stops = 0;
-  const auto points = migrating::points(count_.total(), 6, 500);
+  const auto points = support::points(count_.total(), 6, 500);
   for (const std::size_t point : points) {
     const Ending ending = endingAt(point);
     const State state = lone_.store.state();

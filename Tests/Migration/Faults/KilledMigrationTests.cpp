@@ -3,18 +3,18 @@
 #include <cstdio>
 #include <string>
 
-#include "Tests/Migration/Faults/Effort.h"
 #include "Tests/Migration/Faults/OldStore.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/Effort.h"
 
 // A migration that dies before any of the changes that it makes to files.
 
 namespace {
 
-using migrating::FileFaults;
-using migrating::FileOperationCount;
 using migrating::LoneStore;
 using migrating::OldStore;
+using support::FileFaults;
+using support::FileOperationCount;
 using State = migrating::OldStore::State;
 using Version = migrating::CoreDataMigrationVersion;
 
@@ -48,7 +48,7 @@ class KilledMigration : public testing::TestWithParam<OldStore::Options> {
 TEST_P(KilledMigration, LeavesTheStoreOldOrNewAndTheNextStartFinishes) {
   std::printf("%zu points of SQLite, %zu others\n", count_.sqlite, count_.others);
   std::size_t number = 0;
-  for (const std::size_t point : migrating::points(count_.total(), 20, 500)) {
+  for (const std::size_t point : support::points(count_.total(), 20, 500)) {
     lone_.scene.lay();
     die(point);
     ASSERT_TRUE(wasKilled_) << point;

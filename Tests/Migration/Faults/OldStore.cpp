@@ -19,43 +19,18 @@ namespace migrating {
 
 namespace fs = std::filesystem;
 using support::Acknowledgements;
+using support::bytesOf;
+using support::FileFaults;
+using support::filesIn;
+using support::StoreLook;
+using support::succeeds;
 
 namespace {
 
 constexpr double kNow = 800'000'000;
 constexpr std::uint64_t kRandomSeed = 7;
 
-bool liesBesideOpenStore(const std::string& name) {
-  return name.ends_with("-wal") || name.ends_with("-shm");
-}
-
 }  // namespace
-
-bool succeeds(foundation::FunctionRef<void()> work) {
-  const auto outcome = support::runInChild(
-      [&](const Acknowledgements& done) {
-        work();
-        done.send("returned");
-      },
-      std::chrono::seconds(30));
-  return !outcome.acknowledged.empty();
-}
-
-void Scene::remember() { files_ = filesIn(place_.directory()); }
-
-void Scene::lay() const {
-  putFiles(files_, place_.directory());
-  fs::create_directories(place_.container());
-}
-
-std::set<std::string> Scene::names() const {
-  std::set<std::string> names;
-  for (const auto& entry : fs::recursive_directory_iterator(place_.directory())) {
-    const std::string name = fs::relative(entry.path(), place_.directory()).string();
-    if (!liesBesideOpenStore(name)) names.insert(name);
-  }
-  return names;
-}
 
 OldStore::OldStore(const Scene& scene, const Options& options) : scene_(scene), options_(options) {
   const Files others = filesIn(scene_.place().container());

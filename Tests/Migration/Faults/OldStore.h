@@ -6,34 +6,17 @@
 #include <string_view>
 
 #include "CoreDataStack/CoreDataMigrationVersion.h"
-#include "Foundation/Values/FunctionRef.h"
-#include "Tests/Migration/Faults/FileFaults.h"
-#include "Tests/Migration/Faults/StoreFiles.h"
-#include "Tests/Support/MigrationPlace.h"
+#include "Tests/Support/FileFaults.h"
+#include "Tests/Support/Scene.h"
 
 namespace migrating {
 
 using coredatastack::CoreDataMigrationVersion;
 
-/// A place with old stores in it, which is put back as it was for each fault. Nothing of the engine
-/// runs in the process that has it: all of that is for children, which may be killed.
-class Scene {
- public:
-  [[nodiscard]] const support::MigrationPlace& place() const noexcept { return place_; }
-  /// What lies here now is what `lay` puts back.
-  void remember();
-  void lay() const;
-  [[nodiscard]] const Files& remembered() const noexcept { return files_; }
-  /// The files that lie here now, apart from what an open store has beside it.
-  [[nodiscard]] std::set<std::string> names() const;
-
- private:
-  support::MigrationPlace place_;
-  Files files_;
-};
-
-/// Runs `work` in a child; false, with what it said on the error stream, unless it returned.
-[[nodiscard]] bool succeeds(foundation::FunctionRef<void()> work);
+using support::FileOperationCount;
+using support::Files;
+using support::FileTrouble;
+using support::Scene;
 
 /// A seeded store of an old version with its photos' files, and what it is to become.
 class OldStore {

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "Foundation/Files/Directories.h"
-#include "Tests/Migration/Faults/Effort.h"
 #include "Tests/Migration/Faults/OldStore.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/Effort.h"
 
 // Processes that start on one old store at once: an application and its extensions.
 
@@ -60,7 +60,7 @@ class RacingMigrations : public testing::TestWithParam<Version> {};
 
 TEST_P(RacingMigrations, BothEndWithTheNewStore) {
   const LoneStore lone({.version = GetParam()});
-  for (std::size_t round = 1; round <= migrating::tries(10, 100); ++round) {
+  for (std::size_t round = 1; round <= support::tries(10, 100); ++round) {
     lone.scene.lay();
     const int processes = 2 + static_cast<int>(round % 3 == 0);
     const auto outcome = support::runInChild(

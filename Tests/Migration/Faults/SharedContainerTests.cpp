@@ -4,18 +4,18 @@
 #include <string>
 #include <vector>
 
-#include "Tests/Migration/Faults/Effort.h"
 #include "Tests/Migration/Faults/OldStore.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/Effort.h"
 
 // Two stores that keep their photos in one container, as a store and its restored backup do.
 
 namespace {
 
-using migrating::FileFaults;
-using migrating::FileOperationCount;
 using migrating::OldStore;
-using migrating::Scene;
+using support::FileFaults;
+using support::FileOperationCount;
+using support::Scene;
 using State = migrating::OldStore::State;
 using Version = migrating::CoreDataMigrationVersion;
 
@@ -34,7 +34,7 @@ class SharedContainer : public testing::Test {
   void expectBothBrought(std::string_view when) const {
     EXPECT_EQ(first_.state(), State::brought) << when;
     EXPECT_EQ(second_.state(), State::brought) << when;
-    EXPECT_TRUE(migrating::filesIn(scene_.place().container()).empty()) << when;
+    EXPECT_TRUE(support::filesIn(scene_.place().container()).empty()) << when;
   }
 
   Scene scene_;
@@ -55,8 +55,8 @@ TEST_F(SharedContainer, KeepsTheOtherStoresPhotos) {
 TEST_F(SharedContainer, KeepsBothStoresPhotosWhenOneIsKilledAndTheOtherGoesFirst) {
   const FileOperationCount count = first_.countOperations({});
   // The files are moved by calls that are not SQLite's, the last of the run.
-  std::vector<std::size_t> points = migrating::points(count.sqlite, 4, 200);
-  for (const std::size_t point : migrating::points(count.others, 10, 200)) {
+  std::vector<std::size_t> points = support::points(count.sqlite, 4, 200);
+  for (const std::size_t point : support::points(count.others, 10, 200)) {
     points.push_back(count.sqlite + point);
   }
   for (const std::size_t point : points) {

@@ -12,9 +12,9 @@
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "Foundation/Values/Error.h"
-#include "Tests/Migration/Faults/Effort.h"
 #include "Tests/Migration/Faults/OldStore.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/Effort.h"
 #include "Tests/Support/ErrorCode.h"
 
 // Another process has the store open in its old version and saves while it is brought forward.
@@ -23,11 +23,11 @@ namespace {
 
 using coredata::NSManagedObjectContext;
 using coredata::StoreErrorCode;
-using migrating::FileFaults;
-using migrating::FileTrouble;
 using migrating::LoneStore;
 using migrating::OldStore;
 using support::Acknowledgements;
+using support::FileFaults;
+using support::FileTrouble;
 using support::number;
 using State = migrating::OldStore::State;
 using Version = migrating::CoreDataMigrationVersion;
@@ -47,7 +47,7 @@ bool checkIn(NSManagedObjectContext& context, const std::string& day) {
 }
 
 std::vector<std::string> daysIn(const OldStore& store) {
-  return migrating::StoreLook(store.path()).column("SELECT date FROM Checkin");
+  return support::StoreLook(store.path()).column("SELECT date FROM Checkin");
 }
 
 /// A process that saves one check-in whenever it is told to, and gives up at once where it would
@@ -149,7 +149,7 @@ TEST_P(WriterDuringMigration, LosesNoSaveAtAnyPoint) {
   const auto count = store.countOperations({.watched = support::kEverything}).sqlite;
   std::size_t refusals = 0;
   std::size_t saves = 0;
-  for (const std::size_t point : migrating::points(count, 20, 1000)) {
+  for (const std::size_t point : support::points(count, 20, 1000)) {
     lone_.scene.lay();
     const Found found = meet(store, point);
     EXPECT_EQ(found.error, "") << point;
@@ -204,7 +204,7 @@ TEST(WriterAtItsOwnPace, LosesNoSaveThatWasAcknowledged) {
   const LoneStore lone({.version = Version::version6});
   std::size_t saves = 0;
   std::size_t refusals = 0;
-  for (std::size_t round = 1; round <= migrating::tries(3, 60); ++round) {
+  for (std::size_t round = 1; round <= support::tries(3, 60); ++round) {
     lone.scene.lay();
     const auto outcome = support::runInChild([&](const Acknowledgements& done) {
       const pid_t writer = ::fork();

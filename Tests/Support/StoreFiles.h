@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace migrating {
+namespace support {
 
 /// The bytes of the files below a directory, by their paths in it.
 using Files = std::map<std::string, std::string>;
@@ -30,14 +30,22 @@ class StoreLook {
 
   /// Its tables, indexes and rows with every bit. Throws when it is damaged.
   [[nodiscard]] std::string contents() const;
+  /// The rows of the entities alone, without what the store keeps for itself; of an identifier only
+  /// whether it is there, since a migration draws new ones. Throws when the store is damaged.
+  [[nodiscard]] std::string rowsOfEntities() const;
   /// The first column of what a query finds, as text.
   [[nodiscard]] std::vector<std::string> column(const std::string& sql) const;
 
  private:
+  void requireSound() const;
+  /// Those of the store itself begin with an underscore.
+  [[nodiscard]] std::vector<std::string> entityTables() const;
+  /// All columns of a table as a query names them.
+  [[nodiscard]] std::string comparableColumns(const std::string& table) const;
   [[nodiscard]] std::string rows(const std::string& sql) const;
 
   struct Database;
   std::unique_ptr<Database> database_;
 };
 
-}  // namespace migrating
+}  // namespace support

@@ -1,4 +1,4 @@
-#include "Tests/Migration/Faults/StoreFiles.h"
+#include "Tests/Support/StoreFiles.h"
 
 #include <sqlite3.h>
 
@@ -9,7 +9,7 @@
 
 #include "Tests/Support/TemporaryDirectory.h"
 
-namespace migrating {
+namespace support {
 
 namespace fs = std::filesystem;
 
@@ -77,7 +77,7 @@ struct StoreLook::Database {
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
-  support::TemporaryDirectory directory;
+  TemporaryDirectory directory;
   sqlite3* handle = nullptr;
 };
 
@@ -102,10 +102,14 @@ std::string StoreLook::rows(const std::string& sql) const {
   return result;
 }
 
-std::string StoreLook::contents() const {
+void StoreLook::requireSound() const {
   if (column("PRAGMA integrity_check") != std::vector<std::string>{"ok"}) {
     throw std::runtime_error("the store is damaged");
   }
+}
+
+std::string StoreLook::contents() const {
+  requireSound();
   std::string result = rows("SELECT type, name, sql FROM sqlite_master ORDER BY type, name");
   for (const std::string& table :
        column("SELECT name FROM sqlite_master WHERE type='table' ORDER BY name")) {
@@ -114,4 +118,30 @@ std::string StoreLook::contents() const {
   return result;
 }
 
-}  // namespace migrating
+std::vector<std::string> StoreLook::entityTables() const {
+  std::vector<std::string> tables =
+      column("SELECT name FROM sqlite_master WHERE type='table' ORDER BY name");
+  std::erase_if(tables, [](const std::string& name) { return name.starts_with('_'); });
+  return tables;
+}
+
+std::string StoreLook::comparableColumns(const std::string& table) const {
+  std::string result;
+  for (const std::string& name : column("SELECT name FROM pragma_table_info('" + table + "')")) {
+    if (!result.empty()) result += ',';
+    result += name == "uuid" ? "uuid IS NULL" : '"' + name + '"';
+  }
+  return result;
+}
+
+std::string StoreLook::rowsOfEntities() const {
+  requireSound();
+  std::string result;
+  for (const std::string& table : entityTables()) {
+    result += table + '\n' +
+              rows("SELECT " + comparableColumns(table) + " FROM \"" + table + "\" ORDER BY _id");
+  }
+  return result;
+}
+
+}  // namespace support

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
-namespace migrating {
+namespace support {
 
-/// How often the tests of this folder try: as the environment's `MIGRATION_FAULTS` says, "full" or
+/// How often tests that hit many points try: as the environment's `TEST_EFFORT` says, "full" or
 /// "all", and otherwise as often as a quick run has the time for.
 [[nodiscard]] std::size_t tries(std::size_t quick, std::size_t full);
 
@@ -14,4 +15,7 @@ namespace migrating {
 [[nodiscard]] std::vector<std::size_t> points(std::size_t count, std::size_t quick,
                                               std::size_t full);
 
-}  // namespace migrating
+/// The number in a variable of the environment, for what a run can be told: how long, which seed.
+[[nodiscard]] std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise);
+
+}  // namespace support

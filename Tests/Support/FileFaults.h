@@ -6,7 +6,7 @@
 #include "Tests/Support/FaultVFS.h"
 #include "Tests/Support/FaultyFileSystem.h"
 
-namespace migrating {
+namespace support {
 
 /// How many operations on files a run makes: those of SQLite, and all others. As points they are
 /// counted one behind the other, SQLite's first.
@@ -18,11 +18,11 @@ struct FileOperationCount {
 
 /// What happens at a point.
 struct FileTrouble {
-  support::FileFault fault = support::FileFault::killProcess;
+  FileFault fault = FileFault::killProcess;
   /// What SQLite's file layer answers, and what other calls do.
   int sqliteCode = SQLITE_IOERR;
   int errorNumber = 5;
-  support::FileOperations watched = support::kMutating;
+  FileOperations watched = kMutating;
 };
 
 /// Every file of the process under watch while it lives, with trouble at one point, if any.
@@ -33,12 +33,12 @@ class FileFaults {
   FileFaults(const FileTrouble& trouble, std::size_t point, const FileOperationCount& of);
 
   [[nodiscard]] FileOperationCount count() const;
-  [[nodiscard]] support::FaultVFS& sqlite() noexcept { return sqlite_; }
+  [[nodiscard]] FaultVFS& sqlite() noexcept { return sqlite_; }
 
  private:
-  support::FaultVFS sqlite_;
+  FaultVFS sqlite_;
   coredata::StoreVFSOverride override_;
-  support::FaultyFileSystem others_;
+  FaultyFileSystem others_;
 };
 
-}  // namespace migrating
+}  // namespace support

@@ -1,15 +1,16 @@
-#include "Tests/Migration/Faults/Effort.h"
+#include "Tests/Support/Effort.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
-namespace migrating {
+namespace support {
 
 namespace {
 
 std::string_view effort() {
-  const char* text = std::getenv("MIGRATION_FAULTS");
+  const char* text = std::getenv("TEST_EFFORT");
   return text == nullptr ? std::string_view() : text;
 }
 
@@ -29,4 +30,9 @@ std::vector<std::size_t> points(std::size_t count, std::size_t quick, std::size_
   return result;
 }
 
-}  // namespace migrating
+std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise) {
+  const char* text = std::getenv(variable);
+  return text == nullptr ? otherwise : std::stoull(text);
+}
+
+}  // namespace support

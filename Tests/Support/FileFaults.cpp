@@ -1,8 +1,6 @@
-#include "Tests/Migration/Faults/FileFaults.h"
+#include "Tests/Support/FileFaults.h"
 
-namespace migrating {
-
-using support::FileFault;
+namespace support {
 
 FileFaults::FileFaults(const FileTrouble& trouble) : FileFaults(trouble, 0, {}) {}
 
@@ -20,4 +18,4 @@ FileFaults::FileFaults(const FileTrouble& trouble, std::size_t point, const File
 
 FileOperationCount FileFaults::count() const { return {sqlite_.count(), others_.changes()}; }
 
-}  // namespace migrating
+}  // namespace support

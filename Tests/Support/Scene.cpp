@@ -1,0 +1,41 @@
+#include "Tests/Support/Scene.h"
+
+#include "Tests/Support/CrashRunner.h"
+
+namespace support {
+
+namespace fs = std::filesystem;
+
+namespace {
+bool liesBesideOpenStore(const std::string& name) {
+  return name.ends_with("-wal") || name.ends_with("-shm");
+}
+}  // namespace
+
+bool succeeds(foundation::FunctionRef<void()> work) {
+  const auto outcome = runInChild(
+      [&](const Acknowledgements& done) {
+        work();
+        done.send("returned");
+      },
+      std::chrono::seconds(30));
+  return !outcome.acknowledged.empty();
+}
+
+void Scene::remember() { files_ = filesIn(place_.directory()); }
+
+void Scene::lay() const {
+  putFiles(files_, place_.directory());
+  fs::create_directories(place_.container());
+}
+
+std::set<std::string> Scene::names() const {
+  std::set<std::string> names;
+  for (const auto& entry : fs::recursive_directory_iterator(place_.directory())) {
+    const std::string name = fs::relative(entry.path(), place_.directory()).string();
+    if (!liesBesideOpenStore(name)) names.insert(name);
+  }
+  return names;
+}
+
+}  // namespace support

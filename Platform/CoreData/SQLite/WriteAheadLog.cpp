@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <exception>
 
 #include "CoreData/SQLite/Connection.h"
@@ -10,6 +11,8 @@
 namespace coredata {
 
 namespace {
+std::atomic<int> longLogPages{WriteAheadLog::kLongLogPages};
+
 constexpr std::int64_t kMiB = std::int64_t{1} << 20;
 constexpr std::int64_t kGrowth = kMiB;
 /// A save that needs more than this extends the file by itself.
@@ -71,6 +74,14 @@ void fillWithZeros(sqlite3_file* file, std::int64_t from, std::int64_t to) {
 }
 }  // namespace
 
+WriteAheadLog::LongLogOverride::LongLogOverride(int pages) noexcept
+    : previous_(longLogPages.exchange(pages)) {}
+
+WriteAheadLog::LongLogOverride::~LongLogOverride() { longLogPages.store(previous_); }
+
+WriteAheadLog::WriteAheadLog(const std::string& storePath)
+    : lock_(storePath + std::string(kLogLockSuffix)), longLogPages_(longLogPages.load()) {}
+
 void WriteAheadLog::makeRoom(Connection& connection) {
   if (!enabled_) return;
   sqlite3_file* file = logFile(connection);
@@ -86,12 +97,12 @@ void WriteAheadLog::committed(Connection& connection) {
   const SideLock::Guard guard = lock_.tryLock();
   int pages = 0;
   if (guard && checkpoint(connection, SQLITE_CHECKPOINT_RESTART, pages)) {
-    nextCheckpointAt_ = kLongLogPages;
+    nextCheckpointAt_ = longLogPages_;
     return;
   }
   // Somebody reads an old state or writes a new one. Asking again at every commit would cost each
   // of them a sync.
-  nextCheckpointAt_ = pages_ + kLongLogPages / 4;
+  nextCheckpointAt_ = pages_ + longLogPages_ / 4;
 }
 
 bool WriteAheadLog::checkpoint(Connection& connection, int mode, int& pages) {

@@ -25,8 +25,7 @@ class Connection;
 /// Threading: by one thread at a time, the one inside the store's writer gate.
 class WriteAheadLog {
  public:
-  explicit WriteAheadLog(const std::string& storePath)
-      : lock_(storePath + std::string(kLogLockSuffix)) {}
+  explicit WriteAheadLog(const std::string& storePath);
 
   /// Says that the store keeps a rollback journal instead; everything below then does nothing.
   void disable() noexcept { enabled_ = false; }
@@ -49,6 +48,20 @@ class WriteAheadLog {
   /// A log of this many pages is copied into the main file.
   static constexpr int kLongLogPages = 1000;
 
+  /// Has shorter logs count as long, in stores that are opened while it lives.
+  ///
+  /// Threading: for tests, made and ended while no store is being opened.
+  class LongLogOverride {
+   public:
+    explicit LongLogOverride(int pages) noexcept;
+    ~LongLogOverride();
+    LongLogOverride(const LongLogOverride&) = delete;
+    LongLogOverride& operator=(const LongLogOverride&) = delete;
+
+   private:
+    int previous_;
+  };
+
  private:
   [[nodiscard]] bool checkpoint(Connection& connection, int mode, int& pages);
   void foldUnderLock(Connection& connection);
@@ -56,7 +69,8 @@ class WriteAheadLog {
   SideLock lock_;
   /// Pages in the log after our last commit; -1 when unknown.
   int pages_ = -1;
-  int nextCheckpointAt_ = kLongLogPages;
+  const int longLogPages_;
+  int nextCheckpointAt_ = longLogPages_;
   bool enabled_ = true;
   std::optional<foundation::Error> lastFailure_;
 };

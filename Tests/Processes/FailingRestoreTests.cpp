@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <map>
+#include <string>
+
+#include "Tests/Processes/RestoredStore.h"
+#include "Tests/Support/Effort.h"
+
+// A restore to which the disk says no at any of its operations.
+
+namespace {
+
+using restoring::RestoredStore;
+using restoring::Version;
+using support::FileFault;
+using support::FileTrouble;
+using State = RestoredStore::State;
+
+struct Failure {
+  std::string name;
+  Version version;
+  FileTrouble trouble;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Failure& failure) {
+  return stream << failure.name;
+}
+
+class FailingRestore : public testing::TestWithParam<Failure> {
+ protected:
+  enum class Kind : std::uint8_t { succeeded, failed, failedAndLogged, stopped, other };
+
+  [[nodiscard]] Kind restoreAt(std::size_t point) const {
+    restored_.lay();
+    const auto outcome = support::runInChild([&](const auto& done) {
+      const auto ending = restored_.restore(trouble_, point, count_);
+      done.send(ending.error.empty() ? "succeeded" : "failed");
+      if (!ending.logged.empty()) done.send("logged");
+    });
+    if (outcome.signal == SIGABRT) return Kind::stopped;
+    if (outcome.signal != 0 || outcome.timedOut || outcome.acknowledged.empty()) return Kind::other;
+    if (outcome.acknowledged.front() == "succeeded") return Kind::succeeded;
+    return outcome.acknowledged.size() == 1 ? Kind::failed : Kind::failedAndLogged;
+  }
+  void expectContract(Kind kind, std::size_t point) const {
+    const State state = restored_.state();
+    EXPECT_NE(state, State::neither) << point;
+    switch (kind) {
+      case Kind::succeeded:
+        EXPECT_EQ(state, State::restored) << point;
+        break;
+      case Kind::failed:
+        EXPECT_EQ(state, State::old) << point;
+        break;
+      case Kind::failedAndLogged:
+        // Putting the store back failed as well, or only looked so: the disk says no to everything.
+        EXPECT_TRUE(state == State::old || restored_.keepsCopy()) << point;
+        break;
+      case Kind::stopped:
+        // A migrator that cannot put its outcome in place, be it the store itself, stops the
+        // process. The next start finds either store whole.
+        break;
+      case Kind::other:
+        ADD_FAILURE() << point;
+    }
+  }
+
+  const RestoredStore restored_{GetParam().version};
+  const FileTrouble trouble_ = GetParam().trouble;
+  const support::FileOperationCount count_ = restored_.countOperations(trouble_);
+};
+
+TEST_P(FailingRestore, SaysSoWithTheOldStoreInPlaceOrSucceeds) {
+  std::map<Kind, int> kinds;
+  const auto points = support::points(count_.total(), 5, 1000);
+  for (const std::size_t point : points) {
+    const Kind kind = restoreAt(point);
+    ++kinds[kind];
+    expectContract(kind, point);
+    EXPECT_TRUE(restored_.starts()) << point;
+    const State after = restored_.state();
+    EXPECT_TRUE(after == State::old || after == State::restored) << point;
+    EXPECT_EQ(restored_.strangeLeftovers(after), std::set<std::string>()) << point;
+    if (HasFailure()) break;
+  }
+  std::printf(
+      "%zu points of %zu: %d errors, %d with the store not put back, %d stops, "
+      "%d successes\n",
+      points.size(), count_.total(), kinds[Kind::failed], kinds[Kind::failedAndLogged],
+      kinds[Kind::stopped], kinds[Kind::succeeded]);
+  EXPECT_GT(kinds[Kind::failed] + kinds[Kind::failedAndLogged], 0);
+}
+
+const Failure kFailures[] = {
+    {"ErrorOnce7", Version::version7, {FileFault::failOnce, SQLITE_IOERR_WRITE, EIO}},
+    {"Errors7", Version::version7, {FileFault::failFromThenOn, SQLITE_IOERR_WRITE, EIO}},
+    {"FullOnce7", Version::version7, {FileFault::failOnce, SQLITE_FULL, ENOSPC}},
+    {"Full7", Version::version7, {FileFault::failFromThenOn, SQLITE_FULL, ENOSPC}},
+    {"ErrorOnce6", Version::version6, {FileFault::failOnce, SQLITE_IOERR_WRITE, EIO}},
+    {"Full6", Version::version6, {FileFault::failFromThenOn, SQLITE_FULL, ENOSPC}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Disk, FailingRestore, testing::ValuesIn(kFailures),
+                         [](const auto& tested) { return tested.param.name; });
+
+}  // namespace

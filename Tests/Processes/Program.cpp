@@ -1,0 +1,104 @@
+#include "Tests/Processes/Program.h"
+
+#include <stdexcept>
+
+#include "CoreDataStack/BuildIdentifiers.h"
+#include "CoreDataStack/Stack/CoreDataNotificationName.h"
+#include "Foundation/Files/Directories.h"
+#include "Foundation/Notifications/NSNotificationCenter.h"
+#include "Tests/Support/StoreDump.h"
+
+namespace support {
+
+using coredata::NSPersistentHistoryTransaction;
+using coredatastack::CoreDataConfiguration;
+using coredatastack::CoreDataStack;
+using foundation::make;
+using foundation::NSNotification;
+using foundation::Ref;
+
+/// Errors come from the history's thread.
+class Program::Log final : public logger::Loggable {
+ public:
+  void error(const foundation::Error& error) noexcept override {
+    const std::scoped_lock lock(mutex_);
+    errors_.push_back(error.description());
+  }
+  [[nodiscard]] std::vector<std::string> errors() const {
+    const std::scoped_lock lock(mutex_);
+    return errors_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> errors_;
+};
+
+namespace {
+
+CoreDataConfiguration configurationOf(const MigrationPlace& place, const std::string& name) {
+  using Stage = CoreDataConfiguration::Stage;
+  return CoreDataConfiguration(name == "app" ? Stage::production : Stage::extensions, "Model",
+                               coredatastack::modelBundleIdentifier(), "iCloud.com.tessaline",
+                               coredatastack::appGroupIdentifier(), name, place.storeURL(), false);
+}
+
+Program::Transactions transactionsOf(const NSNotification& notification) {
+  Program::Transactions result;
+  const auto* value = notification.userInfoValue("transactions");
+  if (value == nullptr || value->list() == nullptr) return result;
+  for (const auto& one : *value->list()) {
+    result.emplace_back(static_cast<const NSPersistentHistoryTransaction*>(one.object()));
+  }
+  return result;
+}
+
+}  // namespace
+
+Program::Program(const MigrationPlace& place, std::string_view name)
+    : name_(name), log_(make<Log>()) {
+  foundation::Directories::set(foundation::Directories::below(
+      (place.directory() / ("homes of " + name_)).string(), "com.tessaline." + name_));
+  stack_ = make<CoreDataStack>(configurationOf(place, name_), log_);
+  coredatastack::Failure failure;
+  bool isOpen = false;
+  // A store of the newest version is open when this returns.
+  stack_->setup([&](const std::expected<bool, coredatastack::Failure>& outcome) {
+    isOpen = outcome.has_value();
+    if (!outcome) failure = outcome.error();
+  });
+  if (failure) failure->raise();
+  if (!isOpen) throw std::runtime_error("the store was not of the newest version");
+  static_cast<void>(view());
+}
+
+Program::~Program() = default;
+
+Ref<Program::Context> Program::newContext() const {
+  auto context = stack_->privateManagedObjectContext();
+  context->performBlockAndWait([&] { context->setTransactionAuthor(name_); });
+  return context;
+}
+
+void Program::afterMerging(std::function<void(const Transactions&)> handler) {
+  token_ = foundation::NSNotificationCenter::defaultCenter().addObserver(
+      coredatastack::CoreDataNotificationName::NSPersistentHistoryDidMerge, nullptr,
+      [handler = std::move(handler)](const NSNotification& notification) {
+        handler(transactionsOf(notification));
+      });
+}
+
+bool Program::viewIsCurrent() const {
+  const auto fresh = newContext();
+  std::string content;
+  fresh->performBlockAndWait([&] { content = dumpOf(*fresh); });
+  return dumpOf(view()) == content;
+}
+
+std::int64_t Program::newestTransaction() const {
+  return stack_->persistentStoreCoordinator()->store()->engine()->newestTransaction().number;
+}
+
+std::vector<std::string> Program::errors() const { return log_->errors(); }
+
+}  // namespace support

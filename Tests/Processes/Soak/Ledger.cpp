@@ -1,0 +1,119 @@
+#include "Tests/Processes/Soak/Ledger.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cmath>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace soak {
+
+namespace {
+
+constexpr std::array<std::string_view, 6> kNames{"add",    "raise",  "erase",
+                                                 "attach", "append", "relink"};
+
+Deed deedOf(std::string_view name) {
+  for (std::size_t i = 0; i < kNames.size(); ++i) {
+    if (kNames[i] == name) return static_cast<Deed>(i);
+  }
+  throw std::runtime_error("an unknown deed");
+}
+
+}  // namespace
+
+std::string_view nameOf(Deed deed) noexcept { return kNames[static_cast<std::size_t>(deed)]; }
+
+void enter(const Pending& pending, Entries& entries) {
+  switch (pending.deed) {
+    case Deed::add:
+      entries[pending.number] = {};
+      break;
+    case Deed::raise:
+      ++entries[pending.number].count;
+      break;
+    case Deed::erase:
+      entries.erase(pending.number);
+      break;
+    case Deed::attach:
+      ++entries[pending.number].photos;
+      break;
+    case Deed::append:
+    case Deed::relink:
+      break;
+  }
+}
+
+Ledger::Ledger(const std::filesystem::path& file) {
+  std::ifstream stream(file);
+  for (std::string line; std::getline(stream, line) && !stream.eof();) read(line);
+}
+
+void Ledger::read(const std::string& line) {
+  std::istringstream words(line);
+  std::string kind;
+  words >> kind;
+  if (kind == "begin") {
+    std::string deed;
+    std::size_t number = 0;
+    words >> deed >> number;
+    pending = {deedOf(deed), number};
+    nextNumber = std::max(nextNumber, number + 1);
+  } else if (kind == "done" || kind == "kept") {
+    enter(pending.value(), entries);
+    if (pending->deed == Deed::append) tokens.insert(std::to_string(pending->number));
+    if (kind == "kept") ++counts["kept though not acknowledged"];
+    pending.reset();
+  } else if (kind == "undone") {
+    ++counts["undone by a death"];
+    pending.reset();
+  } else if (kind == "session") {
+    words >> sessions.emplace_back().ready;
+  } else if (kind == "merged") {
+    auto& [number, author] = sessions.back().merged.emplace_back();
+    words >> number >> author;
+  } else if (kind == "stamp") {
+    words >> stamps.emplace_back();
+  } else if (kind == "quiet") {
+    words >> sessions.back().quiet.emplace() >> sessions.back().wasCurrent;
+  } else {
+    std::getline(words >> std::ws, kind);
+    ++counts[kind];
+  }
+}
+
+LedgerFile::LedgerFile(const std::filesystem::path& file)
+    : file_(::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR)) {
+  if (file_ < 0) throw std::runtime_error("no ledger");
+}
+
+LedgerFile::~LedgerFile() { ::close(file_); }
+
+void LedgerFile::write(std::string line) const {
+  line += '\n';
+  if (::write(file_, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
+    throw std::runtime_error("the ledger cannot be written");
+  }
+}
+
+void LedgerFile::began(const Pending& pending) const {
+  write("begin " + std::string(nameOf(pending.deed)) + ' ' + std::to_string(pending.number));
+}
+
+void LedgerFile::merged(std::int64_t number, const std::string& author) const {
+  write("merged " + std::to_string(number) + ' ' + author);
+}
+
+void LedgerFile::stamped(double seconds) const {
+  constexpr double kMicrosecond = 1e6;
+  write("stamp " + std::to_string(std::llround(seconds * kMicrosecond)));
+}
+
+void LedgerFile::quiet(std::int64_t newest, bool isCurrent) const {
+  write("quiet " + std::to_string(newest) + (isCurrent ? " 1" : " 0"));
+}
+
+}  // namespace soak

@@ -1,0 +1,335 @@
+#include "Tests/Processes/Soak/Member.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+#include <vector>
+
+#include "CoreData/Context/SaveError.h"
+#include "CoreData/Coordinator/RemoteChangeNotification.h"
+#include "CoreData/SQLite/SQLiteStoreError.h"
+#include "CoreDataStack/History/PersistentHistoryFetcher.h"
+#include "CoreDataStack/History/UserDefaults+HistoryTimestamp.h"
+#include "Foundation/Notifications/NSNotificationCenter.h"
+#include "Tests/Support/ErrorCode.h"
+#include "Tests/Support/MainQueueWait.h"
+
+namespace soak {
+
+using coredata::NSManagedObject;
+using coredata::NSManagedObjectContext;
+using coredata::SaveErrorCode;
+using coredata::StoreErrorCode;
+using foundation::Data;
+using foundation::Error;
+using foundation::Ref;
+using support::allObjects;
+using support::number;
+
+namespace {
+
+constexpr std::size_t kMostEntries = 40;
+constexpr std::size_t kSmallestPhoto = 500;
+constexpr std::size_t kLargestPhoto = 6000;
+
+std::string textOf(const NSManagedObject& object, std::string_view key) {
+  const auto value = object.valueForKey(key);
+  const std::string* text = value.text();
+  return text == nullptr ? "" : *text;
+}
+
+Ref<NSManagedObject> activityNamed(NSManagedObjectContext& context, const std::string& title) {
+  for (const auto& activity : allObjects(context, "Activity")) {
+    if (textOf(*activity, "title") == title) return activity;
+  }
+  throw std::runtime_error("there is no activity " + title);
+}
+
+/// The ring's activities, by their number.
+std::vector<Ref<NSManagedObject>> ringIn(NSManagedObjectContext& context) {
+  std::vector<Ref<NSManagedObject>> ring(kRingSize);
+  for (const auto& activity : allObjects(context, "Activity")) {
+    if (textOf(*activity, "title") == "ring") {
+      ring.at(std::stoul(textOf(*activity, "color"))) = activity;
+    }
+  }
+  return ring;
+}
+
+std::size_t nextOf(const NSManagedObject& activity) {
+  return std::stoul(textOf(activity, "notes"));
+}
+
+/// Whether it has been around to all of them once when it is back at the first.
+bool isRing(const std::vector<Ref<NSManagedObject>>& ring) {
+  std::size_t at = 0;
+  for (int i = 1; i < kRingSize; ++i) {
+    at = nextOf(*ring[at]);
+    if (at == 0) return false;
+  }
+  return nextOf(*ring[at]) == 0;
+}
+
+}  // namespace
+
+std::string memberName(int index) { return index == 0 ? "app" : "member" + std::to_string(index); }
+
+std::filesystem::path ledgerOf(const support::MigrationPlace& place, int index) {
+  return place.directory() / ("ledger of " + memberName(index));
+}
+
+void makeStore(const support::MigrationPlace& place, int members) {
+  support::edit(place.storeURL(), coredatastack::CoreDataMigrationVersion::version7,
+                [&](NSManagedObjectContext& context) {
+                  const auto add = [&](const std::string& title) {
+                    auto activity = context.insertNewObject("Activity");
+                    activity->setValue(title, "title");
+                    return activity;
+                  };
+                  for (int i = 0; i < members; ++i) add(memberName(i));
+                  add("list")->setValue(std::string(), "notes");
+                  for (int i = 0; i < kRingSize; ++i) {
+                    const auto activity = add("ring");
+                    activity->setValue(std::to_string(i), "color");
+                    activity->setValue(std::to_string((i + 1) % kRingSize), "notes");
+                  }
+                });
+}
+
+Member::Member(const support::MigrationPlace& place, int index, std::uint64_t seed)
+    : name_(memberName(index)),
+      ledger_(ledgerOf(place, index)),
+      file_(ledgerOf(place, index)),
+      random_(seed + static_cast<std::uint64_t>(index) * 1000 + ledger_.sessions.size()),
+      program_(place, name_) {
+  watch();
+  file_.opened(program_.newestTransaction());
+  findOwn();
+  resolve();
+}
+
+void Member::watch() {
+  program_.afterMerging([this](const support::Program::Transactions& transactions) {
+    for (const auto& transaction : transactions) {
+      file_.merged(transaction->transactionNumber(), transaction->author().value_or("nobody"));
+    }
+    const auto stamp = coredatastack::lastHistoryTransactionTimestamp(
+        *foundation::UserDefaults::standard(), coredatastack::AppTarget::app);
+    if (stamp) file_.stamped(stamp->timeIntervalSinceReferenceDate());
+    file_.count("passes with news, their cleaning cancelled");
+  });
+  announcements_ = foundation::NSNotificationCenter::defaultCenter().addObserver(
+      coredata::NSPersistentStoreRemoteChangeNotification,
+      program_.stack().persistentStoreCoordinator(),
+      [this](const auto&) { file_.count("passes"); });
+}
+
+void Member::findOwn() {
+  activity_ = activityNamed(program_.view(), name_);
+  checkins_.clear();
+  for (const auto& checkin : allObjects(program_.view(), "Checkin")) {
+    if (textOf(*checkin, "memo") == name_)
+      checkins_[std::stoul(textOf(*checkin, "date"))] = checkin;
+  }
+}
+
+Entries Member::ownEntries() const {
+  Entries entries;
+  for (const auto& [number, checkin] : checkins_) {
+    const auto photos = checkin->valueForKey("photos");
+    entries[number] = {static_cast<int>(checkin->valueForKey("count").number()->doubleValue()),
+                       static_cast<int>(photos.list() == nullptr ? 0 : photos.list()->size())};
+  }
+  return entries;
+}
+
+bool Member::isInStore(const Pending& pending) const {
+  if (pending.deed == Deed::append) {
+    const auto list = textOf(*activityNamed(program_.view(), "list"), "notes");
+    return list.contains(' ' + name_ + ':' + std::to_string(pending.number) + ';');
+  }
+  Entries with = ledger_.entries;
+  enter(pending, with);
+  const Entries found = ownEntries();
+  if (found == with) return true;
+  if (found == ledger_.entries) return false;
+  throw std::runtime_error("the store holds neither what was before a death nor what was after");
+}
+
+void Member::resolve() {
+  if (ledger_.pending) {
+    const bool isThere = isInStore(*ledger_.pending);
+    file_.found(isThere);
+    if (isThere) enter(*ledger_.pending, ledger_.entries);
+  }
+  if (ownEntries() != ledger_.entries) {
+    throw std::runtime_error("the store does not hold what was acknowledged");
+  }
+}
+
+void Member::run(support::Line& line) {
+  line.say("ready");
+  while (!line.hasNews()) {
+    act();
+    foundation::drainMainQueue();
+  }
+  static_cast<void>(line.hear());
+  line.say("quiet");
+  static_cast<void>(support::runMainQueueUntil([&] { return line.hasNews(); }));
+  static_cast<void>(line.hear());
+  settle();
+  line.say("settled");
+}
+
+void Member::act() {
+  const Pending pending = choose();
+  file_.began(pending);
+  carryOut(pending);
+  file_.done();
+  enter(pending, ledger_.entries);
+}
+
+Pending Member::choose() {
+  const std::size_t draw = below(100);
+  const std::size_t next = ledger_.nextNumber++;
+  if (draw < 8) return {Deed::append, next};
+  if (draw < 20) return {Deed::relink, next};
+  if (checkins_.empty() || (draw < 45 && checkins_.size() < kMostEntries)) return {Deed::add, next};
+  if (draw < 70) return {Deed::raise, anyEntry()};
+  return {draw < 85 ? Deed::erase : Deed::attach, anyEntry()};
+}
+
+std::size_t Member::anyEntry() {
+  return std::next(checkins_.begin(), static_cast<std::ptrdiff_t>(below(checkins_.size())))->first;
+}
+
+void Member::carryOut(const Pending& pending) {
+  switch (pending.deed) {
+    case Deed::add:
+      return add(pending.number);
+    case Deed::raise:
+      return raise(pending.number);
+    case Deed::erase:
+      return erase(pending.number);
+    case Deed::attach:
+      return attach(pending.number);
+    case Deed::append:
+      return append(pending.number);
+    case Deed::relink:
+      checkRing();
+      return relink();
+  }
+}
+
+void Member::save(NSManagedObjectContext& context) const {
+  for (;;) {
+    try {
+      return context.save();
+    } catch (const Error& error) {
+      if (error.code() != number(StoreErrorCode::busy)) throw;
+      file_.count("saves repeated because the store was busy");
+    }
+  }
+}
+
+void Member::add(std::size_t number) {
+  const auto checkin = program_.view().insertNewObject("Checkin");
+  checkin->setValue(std::to_string(number), "date");
+  checkin->setValue(name_, "memo");
+  checkin->setValue(1.0, "count");
+  checkin->setValue(foundation::Value(activity_), "activity");
+  checkins_[number] = checkin;
+  save(program_.view());
+}
+
+void Member::raise(std::size_t number) {
+  const auto& checkin = checkins_.at(number);
+  checkin->setValue(checkin->valueForKey("count").number()->doubleValue() + 1, "count");
+  save(program_.view());
+}
+
+void Member::erase(std::size_t number) {
+  program_.view().delete_(checkins_.at(number));
+  checkins_.erase(number);
+  save(program_.view());
+}
+
+void Member::attach(std::size_t number) {
+  const std::size_t size = kSmallestPhoto + below(kLargestPhoto - kSmallestPhoto);
+  const auto photo = program_.view().insertNewObject("Photo");
+  photo->setValue(Data(std::vector<std::uint8_t>(size, static_cast<std::uint8_t>(number))), "data");
+  photo->setValue(foundation::Value(checkins_.at(number)), "checkin");
+  save(program_.view());
+}
+
+template <typename Work>
+void Member::contend(Work&& work) const {
+  for (;;) {
+    const auto context = program_.newContext();
+    const bool isSaved = context->performBlockAndWait([&] {
+      try {
+        work(*context);
+        save(*context);
+        return true;
+      } catch (const Error& error) {
+        if (error.code() != number(SaveErrorCode::conflict)) throw;
+        return false;
+      }
+    });
+    if (isSaved) return;
+    file_.count("saves repeated because of a conflict");
+  }
+}
+
+void Member::append(std::size_t number) const {
+  contend([&](NSManagedObjectContext& context) {
+    const auto list = activityNamed(context, "list");
+    list->setValue(textOf(*list, "notes") + ' ' + name_ + ':' + std::to_string(number) + ';',
+                   "notes");
+  });
+}
+
+void Member::relink() {
+  const std::size_t first = below(kRingSize);
+  // From a - b - c - d to a - c - b - d: whoever else changes one of the three is met.
+  contend([&](NSManagedObjectContext& context) {
+    const auto ring = ringIn(context);
+    const auto& a = ring[first];
+    const std::size_t b = nextOf(*a);
+    const std::size_t c = nextOf(*ring[b]);
+    const std::size_t d = nextOf(*ring[c]);
+    a->setValue(std::to_string(c), "notes");
+    ring[c]->setValue(std::to_string(b), "notes");
+    ring[b]->setValue(std::to_string(d), "notes");
+  });
+}
+
+void Member::checkRing() const {
+  const auto context = program_.newContext();
+  context->performBlockAndWait([&] {
+    if (!isRing(ringIn(*context))) throw std::runtime_error("the ring is broken");
+  });
+}
+
+void Member::settle() {
+  const auto background = program_.newContext();
+  const auto hasMergedAll = [&] {
+    return background->performBlockAndWait([&] {
+      const auto stamp = coredatastack::lastHistoryTransactionTimestamp(
+          *foundation::UserDefaults::standard(), coredatastack::AppTarget::app);
+      return coredatastack::PersistentHistoryFetcher(
+                 background, program_.stack().managedObjectContext(),
+                 stamp.value_or(foundation::Date::distantPast()))
+          .fetch()
+          .empty();
+    });
+  };
+  if (!support::runMainQueueUntil(hasMergedAll)) throw std::runtime_error("not all was merged");
+  // The pass tells of its end after its stamp, and the merge has its own turn.
+  static_cast<void>(
+      support::runMainQueueUntil([] { return false; }, std::chrono::milliseconds(200)));
+  file_.quiet(program_.newestTransaction(), program_.viewIsCurrent());
+  for (const std::string& error : program_.errors()) file_.count("error: " + error);
+}
+
+}  // namespace soak

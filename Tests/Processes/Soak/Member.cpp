@@ -128,8 +128,9 @@ void Member::findOwn() {
   activity_ = activityNamed(program_.view(), name_);
   checkins_.clear();
   for (const auto& checkin : allObjects(program_.view(), "Checkin")) {
-    if (textOf(*checkin, "memo") == name_)
-      checkins_[std::stoul(textOf(*checkin, "date"))] = checkin;
+    const std::string memo = textOf(*checkin, "memo");
+    if (!memo.starts_with(name_ + ':')) continue;
+    checkins_[std::stoul(memo.substr(name_.size() + 1))] = checkin;
   }
 }
 
@@ -234,8 +235,7 @@ void Member::save(NSManagedObjectContext& context) const {
 
 void Member::add(std::size_t number) {
   const auto checkin = program_.view().insertNewObject("Checkin");
-  checkin->setValue(std::to_string(number), "date");
-  checkin->setValue(name_, "memo");
+  checkin->setValue(name_ + ':' + std::to_string(number), "memo");
   checkin->setValue(1.0, "count");
   checkin->setValue(foundation::Value(activity_), "activity");
   checkins_[number] = checkin;

@@ -36,9 +36,10 @@ void Verdict::expectWholeStore() const {
 Entries Verdict::entriesOf(const std::string& member) const {
   Entries entries;
   for (const std::string& line :
-       look_.column("SELECT date || ' ' || CAST(count AS INTEGER) || ' ' || (SELECT count(*) FROM "
-                    "Photo WHERE checkin = Checkin._id) FROM Checkin WHERE memo = '" +
-                    member + "'")) {
+       look_.column("SELECT substr(memo, instr(memo, ':') + 1) || ' ' || CAST(count AS INTEGER) || "
+                    "' ' || (SELECT count(*) FROM "
+                    "Photo WHERE checkin = Checkin._id) FROM Checkin WHERE memo LIKE '" +
+                    member + ":%'")) {
     std::size_t number = 0;
     Entry entry;
     std::istringstream(line) >> number >> entry.count >> entry.photos;
@@ -78,7 +79,8 @@ void Verdict::expectMerged() const {
 void Verdict::expectMerged(const Session& session, const std::string& member) const {
   std::set<std::int64_t> merged;
   for (const auto& [number, author] : session.merged) {
-    EXPECT_NE(author, member) << number;
+    // What it wrote in an earlier life may come back before its view context has its author again.
+    EXPECT_TRUE(author != member || number <= session.ready) << member << ' ' << number;
     EXPECT_TRUE(merged.empty() || number > *merged.rbegin()) << member << ' ' << number;
     merged.insert(number);
   }

@@ -90,7 +90,11 @@ CoreDataConfiguration configurationOf(const std::string& path, const std::string
 Ref<CoreDataStack> stackOver(const std::string& path, const Role& role) {
   // The stack would stop the process over a model that is not there.
   static_cast<void>(newestModel());
-  return foundation::make<CoreDataStack>(configurationOf(path, role.author), role.complaints);
+  auto stack = foundation::make<CoreDataStack>(configurationOf(path, role.author), role.complaints);
+  // The context's author tells others' transactions from this program's, which it may hear of as
+  // soon as the store is open.
+  static_cast<void>(stack->managedObjectContext());
+  return stack;
 }
 
 Session::Session(const std::string& path, bool mayMigrate, const Role& role)

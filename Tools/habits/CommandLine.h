@@ -40,6 +40,7 @@ void declareWidgets(CLI::App& app, Request& request);
 void declarePhotos(CLI::App& app, Request& request);
 void declareMigration(CLI::App& app, Request& request);
 void declareHistory(CLI::App& app, Request& request);
+void declareBackups(CLI::App& app, Request& request);
 
 /// A command whose arguments are a value of their own, kept as long as somebody may run it.
 template <typename Arguments>

@@ -170,6 +170,24 @@ struct HistoryWish {
 };
 [[nodiscard]] Answer history(const Session& session, const HistoryWish& wish);
 
+/// Copies the store while others go on writing to it, and says beside the copy what it holds.
+/// Overwrites nothing, and leaves nothing of a copy that failed. Over a store that is not open.
+[[nodiscard]] Answer backUp(const std::string& storePath, const std::string& file);
+
+/// How to put a backup into the store's place.
+struct RestoreWish {
+  std::string file;
+  /// Say what would become of the store.
+  bool isOnlyLookedAt = false;
+  /// Whether the user need not be asked any more.
+  bool isConsentedTo = false;
+};
+/// Over a store that is not open. What it held is kept in a backup beside it.
+[[nodiscard]] Answer restore(const std::string& storePath, const RestoreWish& wish);
+
+/// The backups among the user's cloud documents.
+[[nodiscard]] Answer backups();
+
 /// How to bring an old store to the newest version.
 struct MigrationWish {
   /// Say what would be done.

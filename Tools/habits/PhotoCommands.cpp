@@ -1,9 +1,4 @@
-#include <fcntl.h>
-
-#include <cstring>
-
 #include "CoreDataStack/UseCases/CoreDataPhotoUseCase.h"
-#include "Foundation/Internal/FileSystem.h"
 #include "Foundation/Predicate/NSPredicate.h"
 #include "Foundation/Text/DayKey.h"
 #include "Tools/habits/Commands.h"
@@ -11,6 +6,7 @@
 #include "Tools/habits/Day.h"
 #include "Tools/habits/Failures.h"
 #include "Tools/habits/Habit.h"
+#include "Tools/habits/NewFile.h"
 #include "Tools/habits/Table.h"
 
 namespace habits {
@@ -22,8 +18,6 @@ using coredatastack::CoreDataPhotoUseCase;
 using domain::Photo;
 using foundation::Date;
 using foundation::DayKey;
-using foundation::FileDescriptor;
-using foundation::FileSystem;
 using foundation::Ref;
 using foundation::ValueDictionary;
 using foundation::ValueList;
@@ -80,22 +74,6 @@ UIImage imageIn(const std::string& path) {
   const auto image = UIImage::contentsOfFile(path);
   if (!image) throw Refusal(path + " is no picture: " + image.error().message());
   return *image;
-}
-
-/// Writes a file that must not be there yet; one that cannot be written whole is taken away again.
-void writeNewFile(const std::string& path, std::span<const std::uint8_t> bytes) {
-  constexpr mode_t kMode = 0644;
-  const auto file =
-      FileDescriptor::open(AT_FDCWD, path.c_str(), O_WRONLY | O_CREAT | O_EXCL, kMode);
-  if (!file && file.error() == EEXIST) {
-    throw Refusal(path + " is there already, and was left as it is. Name another file.");
-  }
-  if (!file) throw Refusal(path + " cannot be written: " + std::strerror(file.error()) + ".");
-  const auto written = foundation::writeAll(file->get(), bytes);
-  if (written) return;
-  const auto removed = FileSystem::current().unlink(AT_FDCWD, path.c_str(), 0);
-  throw Refusal(path + " cannot be written: " + std::strerror(written.error()) + "." +
-                (removed ? "" : " A part of it is left there."));
 }
 
 /// The days and sizes of a habit's photos, without the pictures.

@@ -72,6 +72,7 @@ int main(int argc, char** argv) {
   habits::declarePhotos(app, request);
   habits::declareMigration(app, request);
   habits::declareHistory(app, request);
+  habits::declareBackups(app, request);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include "CoreDataStack/BuildIdentifiers.h"
 #include "Foundation/Files/Bundle.h"
@@ -43,6 +44,15 @@ std::string userDirectory() {
                              failure.message() + ".\nName a file in another one with --store.");
   }
   return directory.string();
+}
+
+/// Before the store is opened.
+void stopFollowing(coredata::NSPersistentContainer& container) {
+  auto descriptions = container.persistentStoreDescriptions();
+  for (auto& description : descriptions) {
+    description.setOption(false, coredata::NSPersistentStoreRemoteChangeNotificationPostOptionKey);
+  }
+  container.setPersistentStoreDescriptions(std::move(descriptions));
 }
 
 bool needsMigration(CoreDataStack& stack, Complaints& complaints) {
@@ -91,9 +101,10 @@ Ref<CoreDataStack> stackOver(const std::string& path, const Role& role) {
   // The stack would stop the process over a model that is not there.
   static_cast<void>(newestModel());
   auto stack = foundation::make<CoreDataStack>(configurationOf(path, role.author), role.complaints);
-  // The context's author tells others' transactions from this program's, which it may hear of as
-  // soon as the store is open.
+  // The context's author tells others' transactions from this program's, which a follower may hear
+  // of as soon as the store is open.
   static_cast<void>(stack->managedObjectContext());
+  if (!role.follows) stopFollowing(*stack->persistentContainer());
   return stack;
 }
 

@@ -18,12 +18,15 @@ void setUpDirectories();
 /// The store that a command line means: the named file, or the user's own.
 [[nodiscard]] std::string storePath(const std::optional<std::string>& named);
 
-/// Whom a stack's store hears of.
+/// As whom a store is opened.
 struct Role {
   /// Who the changes are by, in the history.
   std::string author = "habits";
   /// Who is told of errors that nobody else is.
   foundation::Ref<Complaints> complaints = foundation::make<Complaints>();
+  /// Whether other programs' commits are merged as they happen. A command is over before that
+  /// matters, and no longer to follow takes the system as long as the command.
+  bool follows = false;
 };
 
 /// How a store is opened.

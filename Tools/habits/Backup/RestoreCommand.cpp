@@ -64,7 +64,7 @@ Comparison compared(const std::string& backup, const std::string& storePath) {
 std::optional<std::string> keptBeside(const std::string& storePath) {
   if (!FileManager::defaultManager().fileExists(storePath)) return std::nullopt;
   for (int number = 1;; ++number) {
-    const std::string kept = storePath + "-before-restore-" + std::to_string(number) + ".sqlite";
+    std::string kept = storePath + "-before-restore-" + std::to_string(number) + ".sqlite";
     if (std::filesystem::exists(std::filesystem::symlink_status(kept))) continue;
     try {
       coredata::backUpStore(URL::fileURL(storePath), URL::fileURL(kept));

@@ -94,7 +94,8 @@ class Watch {
   [[nodiscard]] Role role() const {
     return {kAuthor, foundation::make<Complaints>([noted = replacement_](const Error& error) {
               return noted->isNotedFrom(error);
-            })};
+            }),
+            true};
   }
   void begin();
   void openAnew();

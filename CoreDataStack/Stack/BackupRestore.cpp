@@ -14,7 +14,6 @@
 #include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
 #include "Foundation/Files/FileManager.h"
 #include "Foundation/Files/TemporaryDirectory.h"
-#include "Foundation/Values/UUID.h"
 
 namespace coredatastack {
 
@@ -34,6 +33,9 @@ using Version = CoreDataMigrationVersion;
 namespace {
 
 constexpr std::string_view kTemporaryName = "Model.sqlite";
+/// The copy of the store that was there. Always the same, so that one that a killed restore left
+/// goes with the next.
+constexpr std::string_view kKeptName = "Replaced.sqlite";
 /// Longer than any migration of a person's store takes.
 constexpr std::chrono::minutes kLimit{5};
 /// Somebody who commits between each copy of the store and its replacement has to stop some time.
@@ -56,11 +58,10 @@ void removeIfThere(const std::string& path) {
   if (files.fileExists(path)) files.removeItem(URL::fileURL(path));
 }
 
-void write(const Data& backup, const URL& to) {
-  // An earlier restore's log would be replayed over the new bytes.
-  const std::string path = to.filePath().value();
+/// An earlier restore's log would be replayed over what comes in the store's place.
+void removeStore(const URL& store) {
+  const std::string path = store.filePath().value();
   for (const char* suffix : {"", "-wal", "-shm", "-journal"}) removeIfThere(path + suffix);
-  FileManager::defaultManager().write(backup, to);
 }
 
 /// Throws what a migration of the store would say of a file that is no store of ours.
@@ -84,7 +85,7 @@ class BackupRestore::KeptStore {
   KeptStore(const URL& store, const URL& inDirectory)
       : claim_(store, kLimit),
         store_(store),
-        copy_(inDirectory.appendingPathComponent(foundation::UUID().uuidString())) {}
+        copy_(inDirectory.appendingPathComponent(kKeptName)) {}
   ~KeptStore() { forget(); }
   KeptStore(const KeptStore&) = delete;
   KeptStore& operator=(const KeptStore&) = delete;
@@ -157,7 +158,9 @@ void BackupRestore::run(const Data& backup, const URL& store) const {
   // Else the backup would be written over the very store, or beside it and then be removed.
   directory.requireApart(store);
   const URL temporary = directory.url().appendingPathComponent(kTemporaryName);
-  write(backup, temporary);
+  removeStore(directory.url().appendingPathComponent(kKeptName));
+  removeStore(temporary);
+  FileManager::defaultManager().write(backup, temporary);
   requireRestorable(temporary, store);
 
   KeptStore kept(store, directory.url());

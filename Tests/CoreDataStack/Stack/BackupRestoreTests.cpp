@@ -151,6 +151,17 @@ TEST_F(Restore, WritesASecondBackupOverTheFirst) {
   EXPECT_EQ(place_.temporaryFiles(), std::vector<std::string>{"Model.sqlite"});
 }
 
+TEST_F(Restore, RemovesTheCopyThatAKilledOneLeft) {
+  addLiveStore("now");
+  const std::string left = foundation::NSTemporaryDirectory() + "Replaced.sqlite";
+  std::ofstream(left) << "half of a store";
+  std::ofstream(left + "-journal") << "and its journal";
+
+  restore(backup(Version::version7, "then"));
+
+  EXPECT_EQ(place_.temporaryFiles(), std::vector<std::string>{"Model.sqlite"});
+}
+
 TEST_F(Restore, DoesNotReplayALogThatAnEarlierRestoreLeft) {
   addLiveStore("now");
   const std::string temporary = foundation::NSTemporaryDirectory() + "Model.sqlite";

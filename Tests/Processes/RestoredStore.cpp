@@ -36,7 +36,6 @@ constexpr std::uint64_t kRandomSeed = 7;
 constexpr std::uint64_t kLiveSeed = 1;
 constexpr std::uint64_t kBackupSeed = 2;
 /// A copy bears a new identifier as its name.
-constexpr std::size_t kIdentifierLength = 36;
 
 storegen::SeededContent content(std::uint64_t seed, const fs::path& container) {
   storegen::SeededContent content;
@@ -228,9 +227,8 @@ std::set<std::string> RestoredStore::strangeLeftovers(State state) const {
 }
 
 bool RestoredStore::keepsCopy() const {
-  return std::ranges::any_of(scene_.place().temporaryFiles(), [](const std::string& name) {
-    return name.size() == kIdentifierLength;
-  });
+  const auto names = scene_.place().temporaryFiles();
+  return std::ranges::find(names, "Replaced.sqlite") != names.end();
 }
 
 }  // namespace restoring

@@ -35,7 +35,6 @@ constexpr double kNow = 800'000'000;
 constexpr std::uint64_t kRandomSeed = 7;
 constexpr std::uint64_t kLiveSeed = 1;
 constexpr std::uint64_t kBackupSeed = 2;
-/// A copy bears a new identifier as its name.
 
 storegen::SeededContent content(std::uint64_t seed, const fs::path& container) {
   storegen::SeededContent content;

@@ -26,8 +26,8 @@ namespace coredatastack {
 ///     stack->setup([](const auto& outcome) { ... });
 ///     const auto& context = stack->managedObjectContext();
 ///
-/// - Read `managedObjectContext` right after setup: it is then that the view context gets its
-///   author, by which other processes' changes are told from its own.
+/// - Read `managedObjectContext` once before setup, or right after it: it is then that the view
+///   context gets its author, by which other processes' changes are told from its own.
 /// - Background contexts have no author and the error merge policy. What they save comes back as
 ///   somebody else's, which is harmless, and a conflict is thrown at them.
 /// - The history is followed as the target `app`, with the timestamps in the process's standard

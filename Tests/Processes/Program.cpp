@@ -60,6 +60,9 @@ Program::Program(const MigrationPlace& place, std::string_view name)
   foundation::Directories::set(foundation::Directories::below(
       (place.directory() / ("homes of " + name_)).string(), "com.tessaline." + name_));
   stack_ = make<CoreDataStack>(configurationOf(place, name_), log_);
+  // Before the store is open: a pass that came first would take what this program wrote in an
+  // earlier life for somebody else's.
+  static_cast<void>(view());
   coredatastack::Failure failure;
   bool isOpen = false;
   // A store of the newest version is open when this returns.
@@ -69,7 +72,6 @@ Program::Program(const MigrationPlace& place, std::string_view name)
   });
   if (failure) failure->raise();
   if (!isOpen) throw std::runtime_error("the store was not of the newest version");
-  static_cast<void>(view());
 }
 
 Program::~Program() = default;

@@ -21,8 +21,7 @@ class Verdict {
   void expectWholeStore() const;
   /// What was acknowledged is there, and nothing else.
   void expectAcknowledged() const;
-  /// Each member has merged all that others wrote while it lived, in order, and none of its own
-  /// but from an earlier life;
+  /// Each member has merged all that others wrote while it lived, in order, and none of its own;
   /// its stamp never went back; in the end its view context held what the store holds.
   void expectMerged() const;
 

@@ -11,6 +11,7 @@
 #include "CoreDataStack/BuildIdentifiers.h"
 #include "CoreDataStack/Model/CDActivity.h"
 #include "CoreDataStack/Stack/CoreDataStack.h"
+#include "Foundation/Files/Bundle.h"
 #include "Foundation/Files/Directories.h"
 #include "Logger/StandardErrorLogger.h"
 
@@ -74,6 +75,7 @@ void measure(const std::string& path) {
 int main(int count, char** arguments) {
   if (count != 4) return 2;
   try {
+    foundation::Bundle::registerDirectory(foundation::URL::fileURL(BENCHMARK_RESOURCE_DIR));
     foundation::Directories::set(
         foundation::Directories::below(arguments[3], "com.tessaline.benchmark"));
     const bool isOurs = std::string_view(arguments[1]) == "ours";

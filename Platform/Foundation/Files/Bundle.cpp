@@ -81,8 +81,9 @@ std::optional<Bundle> Bundle::open(std::string path, bool needsInfo) {
 }
 
 template <typename Accept>
-std::optional<Bundle> Bundle::find(const Accept& accept) {
-  for (const std::string& directory : bundleSearchPath()) {
+std::optional<Bundle> Bundle::findIn(const std::vector<std::string>& directories,
+                                     const Accept& accept) {
+  for (const std::string& directory : directories) {
     auto itself = open(directory, true);
     if (itself && accept(*itself)) return itself;
     for (const std::string& path : entriesWithExtension(directory, ".bundle")) {
@@ -93,6 +94,12 @@ std::optional<Bundle> Bundle::find(const Accept& accept) {
   return std::nullopt;
 }
 
+template <typename Accept>
+std::optional<Bundle> Bundle::find(const Accept& accept) {
+  if (auto found = findIn(addedBundleDirectories(), accept)) return found;
+  return findIn(otherBundleDirectories(), accept);
+}
+
 std::optional<Bundle> Bundle::known() {
   const std::scoped_lock guard(mainBundle().mutex);
   return mainBundle().set;
@@ -101,12 +108,14 @@ std::optional<Bundle> Bundle::known() {
 Bundle Bundle::main() {
   if (const auto own = known()) return *own;
   const ProgramLocation& program = programLocation();
-  for (const std::string& directory : bundleSearchPath()) {
-    if (auto found = open(directory + "/" + program.name + ".bundle", true)) {
-      // Kept once it is found, for every text of the program comes through here.
-      const std::scoped_lock guard(mainBundle().mutex);
-      if (!mainBundle().set) mainBundle().set = std::move(found);
-      return *mainBundle().set;
+  for (const auto& directories : {addedBundleDirectories(), otherBundleDirectories()}) {
+    for (const std::string& directory : directories) {
+      if (auto found = open(directory + "/" + program.name + ".bundle", true)) {
+        // Kept once it is found, for every text of the program comes through here.
+        const std::scoped_lock guard(mainBundle().mutex);
+        if (!mainBundle().set) mainBundle().set = std::move(found);
+        return *mainBundle().set;
+      }
     }
   }
   return *open(program.directory.empty() ? "." : program.directory, false);

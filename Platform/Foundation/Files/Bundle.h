@@ -67,6 +67,9 @@ class Bundle {
   /// The main bundle, once it was set or found.
   [[nodiscard]] static std::optional<Bundle> known();
   template <typename Accept>
+  [[nodiscard]] static std::optional<Bundle> findIn(const std::vector<std::string>& directories,
+                                                    const Accept& accept);
+  template <typename Accept>
   [[nodiscard]] static std::optional<Bundle> find(const Accept& accept);
 
   std::shared_ptr<const Content> content_;

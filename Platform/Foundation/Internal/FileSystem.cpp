@@ -171,6 +171,7 @@ void FileDescriptor::reset() noexcept {
 
 namespace {
 
+constexpr std::size_t kSmallReadStep = 1024;
 constexpr std::size_t kReadStep = 64 * 1024;
 /// A file that says to be larger shows it by what is read.
 constexpr std::size_t kLargestGuess = std::size_t{16} << 20;
@@ -187,10 +188,14 @@ std::size_t roomFor(int file) {
 
 FileResult<std::vector<std::uint8_t>> readAll(int file, std::size_t limit) {
   std::vector<std::uint8_t> content;
-  content.reserve(std::min(roomFor(file), limit) + kReadStep);
+  const std::size_t room = std::min(roomFor(file), limit);
+  content.reserve(room + kSmallReadStep);
   for (;;) {
     const std::size_t size = content.size();
-    content.resize(size + kReadStep);
+    // The bytes are cleared before they are read into, which is dearer for a small file than
+    // reading.
+    const std::size_t rest = room - std::min(room, size);
+    content.resize(size + std::clamp(rest, kSmallReadStep, kReadStep));
     const auto count = FileSystem::current().read(file, std::span(content).subspan(size));
     if (!count) return std::unexpected(count.error());
     content.resize(size + *count);

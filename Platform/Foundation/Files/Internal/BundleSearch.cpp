@@ -36,25 +36,24 @@ ProgramLocation findProgram() {
           std::string(path.substr(slash + 1))};
 }
 
-/// Directories each once, in the order in which they were named first.
+/// Directories each once, in the order in which they were named first, without those that are
+/// searched anyway.
 class SearchPath {
  public:
-  explicit SearchPath(std::vector<std::string> first) : directories_(std::move(first)) {}
+  explicit SearchPath(std::vector<std::string> without) : without_(std::move(without)) {}
 
   void add(std::string directory) {
-    if (std::ranges::find(directories_, directory) != directories_.end()) return;
-    directories_.push_back(std::move(directory));
+    const auto holds = [&](const std::vector<std::string>& known) {
+      return std::ranges::find(known, directory) != known.end();
+    };
+    if (!holds(without_) && !holds(directories_)) directories_.push_back(std::move(directory));
   }
   [[nodiscard]] std::vector<std::string> take() && { return std::move(directories_); }
 
  private:
+  std::vector<std::string> without_;
   std::vector<std::string> directories_;
 };
-
-std::vector<std::string> registeredDirectories() {
-  const std::scoped_lock guard(registry().mutex);
-  return registry().directories;
-}
 
 }  // namespace
 
@@ -63,8 +62,13 @@ const ProgramLocation& programLocation() {
   return location;
 }
 
-std::vector<std::string> bundleSearchPath() {
-  SearchPath path(registeredDirectories());
+std::vector<std::string> addedBundleDirectories() {
+  const std::scoped_lock guard(registry().mutex);
+  return registry().directories;
+}
+
+std::vector<std::string> otherBundleDirectories() {
+  SearchPath path(addedBundleDirectories());
   if (const std::string& beside = programLocation().directory; !beside.empty()) {
     path.add(beside);
     path.add(beside.substr(0, beside.rfind('/')) + "/share/CoreDataStack");

@@ -15,9 +15,12 @@ struct ProgramLocation {
 /// Found once: a program that is moved or replaced while it runs stays where it was.
 [[nodiscard]] const ProgramLocation& programLocation();
 
-/// The directories in which bundles are looked for, in this order.
-[[nodiscard]] std::vector<std::string> bundleSearchPath();
-/// Adds a directory to those that come first. Safe on any thread.
+/// The directories in which bundles are looked for: those that were added, in their order, and
+/// behind them those of the program and of the installation. What was found in the first ones
+/// leaves the others unasked for, and these have to be asked of the system.
+[[nodiscard]] std::vector<std::string> addedBundleDirectories();
+[[nodiscard]] std::vector<std::string> otherBundleDirectories();
+/// Safe on any thread.
 void addBundleDirectory(std::string directory);
 
 /// The entries of a directory that end with `extension`, point included, as paths, by name; none

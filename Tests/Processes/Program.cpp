@@ -17,23 +17,6 @@ using foundation::make;
 using foundation::NSNotification;
 using foundation::Ref;
 
-/// Errors come from the history's thread.
-class Program::Log final : public logger::Loggable {
- public:
-  void error(const foundation::Error& error) noexcept override {
-    const std::scoped_lock lock(mutex_);
-    errors_.push_back(error.description());
-  }
-  [[nodiscard]] std::vector<std::string> errors() const {
-    const std::scoped_lock lock(mutex_);
-    return errors_;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<std::string> errors_;
-};
-
 namespace {
 
 CoreDataConfiguration configurationOf(const MigrationPlace& place, const std::string& name) {
@@ -56,7 +39,7 @@ Program::Transactions transactionsOf(const NSNotification& notification) {
 }  // namespace
 
 Program::Program(const MigrationPlace& place, std::string_view name)
-    : name_(name), log_(make<Log>()) {
+    : name_(name), log_(make<RecordingLogger>()) {
   foundation::Directories::set(foundation::Directories::below(
       (place.directory() / ("homes of " + name_)).string(), "com.tessaline." + name_));
   stack_ = make<CoreDataStack>(configurationOf(place, name_), log_);
@@ -101,6 +84,6 @@ std::int64_t Program::newestTransaction() const {
   return stack_->persistentStoreCoordinator()->store()->engine()->newestTransaction().number;
 }
 
-std::vector<std::string> Program::errors() const { return log_->errors(); }
+std::vector<std::string> Program::errors() const { return log_->descriptions(); }
 
 }  // namespace support

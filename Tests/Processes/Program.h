@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +8,7 @@
 #include "CoreData/History/NSPersistentHistoryTransaction.h"
 #include "CoreDataStack/Stack/CoreDataStack.h"
 #include "Tests/Support/MigrationPlace.h"
+#include "Tests/Support/RecordingLogger.h"
 
 namespace support {
 
@@ -40,10 +40,8 @@ class Program {
   [[nodiscard]] std::vector<std::string> errors() const;
 
  private:
-  class Log;
-
   std::string name_;
-  foundation::Ref<Log> log_;
+  foundation::Ref<RecordingLogger> log_;
   foundation::Ref<coredatastack::CoreDataStack> stack_;
   foundation::Ref<foundation::Object> token_;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -9,13 +10,15 @@ namespace support {
 
 /// Keeps the descriptions of the errors that it is handed, the first one first.
 ///
-/// Threading: one thread at a time.
+/// Threading: any thread.
 class RecordingLogger final : public logger::Loggable {
  public:
   void error(const foundation::Error& error) noexcept override {
+    const std::scoped_lock lock(mutex_);
     descriptions_.push_back(error.description());
   }
-  [[nodiscard]] const std::vector<std::string>& descriptions() const noexcept {
+  [[nodiscard]] std::vector<std::string> descriptions() const {
+    const std::scoped_lock lock(mutex_);
     return descriptions_;
   }
 
@@ -23,6 +26,7 @@ class RecordingLogger final : public logger::Loggable {
   ~RecordingLogger() override = default;
 
  private:
+  mutable std::mutex mutex_;
   std::vector<std::string> descriptions_;
 };
 

@@ -21,9 +21,7 @@ class Diary {
   [[nodiscard]] coredata::NSManagedObjectContext& context() const { return store_.context(); }
   [[nodiscard]] const support::TemporaryStore& store() const noexcept { return store_; }
   /// The errors that were handed to the logger.
-  [[nodiscard]] const std::vector<std::string>& logged() const noexcept {
-    return logger_->descriptions();
-  }
+  [[nodiscard]] std::vector<std::string> logged() const { return logger_->descriptions(); }
   void save() const { context().save(); }
 
   struct Habit {

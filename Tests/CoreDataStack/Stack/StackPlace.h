@@ -15,6 +15,7 @@
 #include "Foundation/Queues/MainQueue.h"
 #include "Tests/Support/MainQueueWait.h"
 #include "Tests/Support/MigrationPlace.h"
+#include "Tests/Support/RecordingLogger.h"
 
 namespace support {
 
@@ -25,23 +26,6 @@ class StackPlace : public testing::Test {
   using Stack = coredatastack::CoreDataStack;
   using Stage = Configuration::Stage;
   using Version = coredatastack::CoreDataMigrationVersion;
-
-  /// Keeps what it is handed; any thread.
-  class Logger final : public logger::Loggable {
-   public:
-    void error(const foundation::Error& error) noexcept override {
-      const std::scoped_lock lock(mutex_);
-      descriptions_.push_back(error.description());
-    }
-    [[nodiscard]] std::vector<std::string> descriptions() const {
-      const std::scoped_lock lock(mutex_);
-      return descriptions_;
-    }
-
-   private:
-    mutable std::mutex mutex_;
-    std::vector<std::string> descriptions_;
-  };
 
   struct Happening {
     std::string what;
@@ -93,7 +77,7 @@ class StackPlace : public testing::Test {
   }
 
   MigrationPlace place_;
-  foundation::Ref<Logger> logger_ = foundation::make<Logger>();
+  foundation::Ref<RecordingLogger> logger_ = foundation::make<RecordingLogger>();
 
  private:
   void note(std::string what) {

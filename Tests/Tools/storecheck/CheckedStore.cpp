@@ -14,13 +14,15 @@ namespace storecheck {
 
 namespace {
 
-constexpr storegen::SeededContent kContent{.seed = 7,
-                                           .activities = 6,
-                                           .days = 4,
-                                           .photos = 3,
-                                           .photoBytes = 50,
-                                           .absentPercent = 0,
-                                           .container = {}};
+storegen::SeededContent content() {
+  return {.seed = 7,
+          .activities = 6,
+          .days = 4,
+          .photos = 3,
+          .photoBytes = 50,
+          .absentPercent = 0,
+          .container = {}};
+}
 
 struct Database {
   sqlite3* handle = nullptr;
@@ -45,7 +47,7 @@ CheckedStore::CheckedStore()
     : CheckedStore(coredatastack::CoreDataMigrationVersion::newest().rawValue()) {}
 
 CheckedStore::CheckedStore(std::string_view version) {
-  storegen::makeSeededStore(path(), coredatastack::model(version), kContent);
+  storegen::makeSeededStore(path(), coredatastack::model(version), content());
 }
 
 void CheckedStore::execute(const std::string& sql) const {

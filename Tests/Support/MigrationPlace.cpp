@@ -71,4 +71,17 @@ std::vector<Ref<NSManagedObject>> allObjects(NSManagedObjectContext& context,
   return objects;
 }
 
+std::vector<std::string> titlesOfActivities(NSManagedObjectContext& context) {
+  std::vector<std::string> titles;
+  for (const auto& activity : allObjects(context, "Activity")) {
+    titles.push_back(*activity->valueForKey("title").text());
+  }
+  return titles;
+}
+
+std::vector<std::string> titlesOfActivities(const URL& store) {
+  const auto context = contextOver(store, coredatastack::CoreDataMigrationVersion::newest());
+  return context->performBlockAndWait([&] { return titlesOfActivities(*context); });
+}
+
 }  // namespace support

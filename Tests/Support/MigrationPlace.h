@@ -56,5 +56,10 @@ void edit(const foundation::URL& url, const coredatastack::CoreDataMigrationVers
 /// All objects of an entity by ascending key.
 [[nodiscard]] std::vector<foundation::Ref<coredata::NSManagedObject>> allObjects(
     coredata::NSManagedObjectContext& context, std::string_view entity);
+/// The titles of all activities, by ascending key. All must have one.
+[[nodiscard]] std::vector<std::string> titlesOfActivities(
+    coredata::NSManagedObjectContext& context);
+/// The same of a store of the newest version that is opened for it.
+[[nodiscard]] std::vector<std::string> titlesOfActivities(const foundation::URL& store);
 
 }  // namespace support

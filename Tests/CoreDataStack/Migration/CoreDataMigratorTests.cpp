@@ -57,14 +57,7 @@ class Migrator : public testing::Test {
     return {std::istreambuf_iterator<char>(file), {}};
   }
   [[nodiscard]] std::vector<std::string> titles() const {
-    std::vector<std::string> result;
-    const auto context = support::contextOver(place_.storeURL(), Version::version7);
-    context->performBlockAndWait([&] {
-      for (const auto& activity : support::allObjects(*context, "Activity")) {
-        result.push_back(*activity->valueForKey("title").text());
-      }
-    });
-    return result;
+    return support::titlesOfActivities(place_.storeURL());
   }
 
   support::MigrationPlace place_;

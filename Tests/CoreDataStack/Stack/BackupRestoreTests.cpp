@@ -82,14 +82,7 @@ class Restore : public testing::Test {
                   [&](NSManagedObjectContext& context) { addActivity(context, title); });
   }
   [[nodiscard]] std::vector<std::string> titles() const {
-    std::vector<std::string> result;
-    const auto context = support::contextOver(place_.storeURL(), Version::version7);
-    context->performBlockAndWait([&] {
-      for (const auto& activity : support::allObjects(*context, "Activity")) {
-        result.push_back(*activity->valueForKey("title").text());
-      }
-    });
-    return result;
+    return support::titlesOfActivities(place_.storeURL());
   }
   void restore(const Data& bytes) {
     BackupRestore(migrator_, coredatastack::model(Version::version7.rawValue()), logger_)

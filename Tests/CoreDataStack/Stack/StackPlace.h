@@ -69,11 +69,7 @@ class StackPlace : public testing::Test {
     });
   }
   [[nodiscard]] static std::vector<std::string> titles(coredata::NSManagedObjectContext& context) {
-    std::vector<std::string> result;
-    for (const auto& activity : support::allObjects(context, "Activity")) {
-      result.push_back(*activity->valueForKey("title").text());
-    }
-    return result;
+    return titlesOfActivities(context);
   }
 
   MigrationPlace place_;

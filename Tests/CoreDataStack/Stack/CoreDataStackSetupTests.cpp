@@ -1,4 +1,5 @@
 #include <atomic>
+#include <atomic>
 #include <cerrno>
 #include <fstream>
 
@@ -64,7 +65,7 @@ TEST_F(CoreDataStackSetup, ReturnsBeforeTheMigrationHasEnded) {
   // The migration waits for the temporary directory, which the first setup's moment holds.
   auto guard = std::optional(TemporaryDirectory::ofProcess().lock());
   const auto made = stack();
-  bool isDone = false;
+  std::atomic<bool> isDone = false;
 
   made->setup([&](const auto&) { isDone = true; });
 

@@ -1,5 +1,4 @@
 #include <atomic>
-#include <atomic>
 #include <cerrno>
 #include <fstream>
 

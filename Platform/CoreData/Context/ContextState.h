@@ -153,7 +153,7 @@ class ContextState final : public ObjectArguments {
   std::unordered_map<ObjectKey, ObjectKey> chosenKeys;
 
   /// Set in the context's turn, where they are read without the mutex; elsewhere with it.
-  mutable std::mutex settingsMutex;
+  std::mutex settingsMutex;
   std::optional<std::string> name;
   std::optional<std::string> author;
   NSMergePolicy mergePolicy = NSMergePolicy::error;

@@ -1,6 +1,7 @@
 #include "CoreDataStack/History/PersistentHistoryObserver.h"
 
 #include <atomic>
+#include <future>
 #include <mutex>
 #include <thread>
 
@@ -271,7 +272,30 @@ TEST_F(PersistentHistoryObserving, TellsNothingWhenTheCleaningFails) {
   EXPECT_EQ(told().size(), 2U);
 }
 
-TEST_F(PersistentHistoryObserving, DoesNothingOnceTheObserverIsGone) {
+TEST_F(PersistentHistoryObserving, DropsThePassesThatWaitWhenItGoes) {
+  std::promise<void> reached;
+  std::promise<void> release;
+  std::atomic<int> passes = 0;
+  const auto token = observer_->syncEvent()->sink([&](const SyncEvent& /*event*/) {
+    if (++passes > 1) return;
+    reached.set_value();
+    release.get_future().wait();
+  });
+  writeElsewhere("one");
+  change();
+  reached.get_future().wait();
+  writeElsewhere("two");
+  change();
+
+  const foundation::WeakRef<PersistentHistoryObserver> weakly(observer_);
+  observer_ = nullptr;
+  release.set_value();
+
+  ASSERT_TRUE(support::runMainQueueUntil([&] { return weakly.expired(); }));
+  EXPECT_EQ(passes, 1);
+}
+
+TEST_F(PersistentHistoryObserving, IsNotCalledOnceItIsGone) {
   writeElsewhere("one");
   const foundation::WeakRef<PersistentHistoryObserver> weakly(observer_);
   {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "Tests/Processes/RestoredStore.h"
+#include "Tests/Support/DiskFailure.h"
 #include "Tests/Support/Effort.h"
 
 // A restore to which the disk says no at any of its operations.
@@ -15,21 +16,12 @@ namespace {
 
 using restoring::RestoredStore;
 using restoring::Version;
+using support::DiskFailure;
 using support::FileFault;
 using support::FileTrouble;
 using State = RestoredStore::State;
 
-struct Failure {
-  std::string name;
-  Version version;
-  FileTrouble trouble;
-};
-
-std::ostream& operator<<(std::ostream& stream, const Failure& failure) {
-  return stream << failure.name;
-}
-
-class FailingRestore : public testing::TestWithParam<Failure> {
+class FailingRestore : public testing::TestWithParam<DiskFailure> {
  protected:
   enum class Kind : std::uint8_t { succeeded, failed, failedAndLogged, stopped, other };
 
@@ -94,7 +86,7 @@ TEST_P(FailingRestore, SaysSoWithTheOldStoreInPlaceOrSucceeds) {
   EXPECT_GT(kinds[Kind::failed] + kinds[Kind::failedAndLogged], 0);
 }
 
-const Failure kFailures[] = {
+const DiskFailure kFailures[] = {
     {"ErrorOnce7", Version::version7, {FileFault::failOnce, SQLITE_IOERR_WRITE, EIO}},
     {"Errors7", Version::version7, {FileFault::failFromThenOn, SQLITE_IOERR_WRITE, EIO}},
     {"FullOnce7", Version::version7, {FileFault::failOnce, SQLITE_FULL, ENOSPC}},

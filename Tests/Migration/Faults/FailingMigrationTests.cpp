@@ -12,6 +12,7 @@
 #include "Foundation/Values/Error.h"
 #include "Tests/Migration/Faults/OldStore.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/DiskFailure.h"
 #include "Tests/Support/Effort.h"
 
 // A migration to which the disk says no at any of its operations.
@@ -20,6 +21,7 @@ namespace {
 
 using foundation::Error;
 using migrating::LoneStore;
+using support::DiskFailure;
 using support::FileFault;
 using support::FileFaults;
 using support::FileOperationCount;
@@ -68,17 +70,7 @@ std::string literally(const std::string& text) {
   return std::regex_replace(text, special, R"(\$&)");
 }
 
-struct Failure {
-  std::string name;
-  Version version;
-  FileTrouble trouble;
-};
-
-std::ostream& operator<<(std::ostream& stream, const Failure& failure) {
-  return stream << failure.name;
-}
-
-class FailingMigration : public testing::TestWithParam<Failure> {
+class FailingMigration : public testing::TestWithParam<DiskFailure> {
  protected:
   [[nodiscard]] Ending endingAt(std::size_t point) const {
     lone_.scene.lay();
@@ -164,7 +156,7 @@ TEST_P(FailingMigration, ThrowsOrStopsWithTheStoreWholeAndWorksOnceTheFaultIsGon
 constexpr auto kSyncs = support::bit(support::FileOperation::sync);
 constexpr auto kReads = support::bit(support::FileOperation::read);
 
-const Failure kFailures[] = {
+const DiskFailure kFailures[] = {
     {"ErrorOnce1", Version::version1, {FileFault::failOnce, SQLITE_IOERR_WRITE, EIO}},
     {"ErrorOnce6", Version::version6, {FileFault::failOnce, SQLITE_IOERR_WRITE, EIO}},
     {"Errors6", Version::version6, {FileFault::failFromThenOn, SQLITE_IOERR_WRITE, EIO}},

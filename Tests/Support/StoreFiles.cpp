@@ -108,12 +108,17 @@ void StoreLook::requireSound() const {
   }
 }
 
-std::string StoreLook::contents() const {
+std::string StoreLook::contents() const { return contents({}, {}); }
+std::string StoreLook::contentsOfWork() const { return contents("0", "process"); }
+
+std::string StoreLook::contents(const std::string& instead, const std::string& of) const {
   requireSound();
   std::string result = rows("SELECT type, name, sql FROM sqlite_master ORDER BY type, name");
   for (const std::string& table :
        column("SELECT name FROM sqlite_master WHERE type='table' ORDER BY name")) {
-    result += table + '\n' + rows("SELECT * FROM \"" + table + "\" ORDER BY 1, 2");
+    result +=
+        table + '\n' +
+        rows("SELECT " + columns(table, instead, of) + " FROM \"" + table + "\" ORDER BY 1, 2");
   }
   return result;
 }
@@ -125,11 +130,12 @@ std::vector<std::string> StoreLook::entityTables() const {
   return tables;
 }
 
-std::string StoreLook::comparableColumns(const std::string& table) const {
+std::string StoreLook::columns(const std::string& table, const std::string& instead,
+                               const std::string& of) const {
   std::string result;
   for (const std::string& name : column("SELECT name FROM pragma_table_info('" + table + "')")) {
     if (!result.empty()) result += ',';
-    result += name == "uuid" ? "uuid IS NULL" : '"' + name + '"';
+    result += name == of ? instead : '"' + name + '"';
   }
   return result;
 }
@@ -139,7 +145,8 @@ std::string StoreLook::rowsOfEntities() const {
   std::string result;
   for (const std::string& table : entityTables()) {
     result += table + '\n' +
-              rows("SELECT " + comparableColumns(table) + " FROM \"" + table + "\" ORDER BY _id");
+              rows("SELECT " + columns(table, "uuid IS NULL", "uuid") + " FROM \"" + table +
+                   "\" ORDER BY _id");
   }
   return result;
 }

@@ -30,6 +30,9 @@ class StoreLook {
 
   /// Its tables, indexes and rows with every bit. Throws when it is damaged.
   [[nodiscard]] std::string contents() const;
+  /// The same without the numbers of the processes that wrote: equal wherever the same work was
+  /// done by the same clock and random numbers. Throws when it is damaged.
+  [[nodiscard]] std::string contentsOfWork() const;
   /// The rows of the entities alone, without what the store keeps for itself; of an identifier only
   /// whether it is there, since a migration draws new ones. Throws when the store is damaged.
   [[nodiscard]] std::string rowsOfEntities() const;
@@ -40,8 +43,10 @@ class StoreLook {
   void requireSound() const;
   /// Those of the store itself begin with an underscore.
   [[nodiscard]] std::vector<std::string> entityTables() const;
-  /// All columns of a table as a query names them.
-  [[nodiscard]] std::string comparableColumns(const std::string& table) const;
+  [[nodiscard]] std::string contents(const std::string& instead, const std::string& of) const;
+  /// All columns of a table as a query names them, with an expression instead of the one.
+  [[nodiscard]] std::string columns(const std::string& table, const std::string& instead,
+                                    const std::string& of) const;
   [[nodiscard]] std::string rows(const std::string& sql) const;
 
   struct Database;

@@ -1,0 +1,116 @@
+#include "Tests/Reliability/Workloads/Workload.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "CoreDataStack/Model/CDActivity.h"
+#include "CoreDataStack/Model/CDActivityWidgetGroup.h"
+#include "CoreDataStack/Model/CDActivityWidgetItem.h"
+#include "CoreDataStack/Model/CDPhoto.h"
+#include "CoreDataStack/UseCases/CoreDataActivityUseCase.h"
+#include "CoreDataStack/UseCases/CoreDataActivityWidgetGroupUseCase.h"
+#include "CoreDataStack/UseCases/CoreDataCheckinUseCase.h"
+#include "Tests/Support/LocalDate.h"
+
+namespace reliability {
+
+namespace {
+
+using coredatastack::CDActivity;
+using coredatastack::CDActivityWidgetGroup;
+using coredatastack::CDActivityWidgetItem;
+using coredatastack::CDCheckin;
+using coredatastack::CDPhoto;
+using coredatastack::CoreDataActivityUseCase;
+using coredatastack::CoreDataActivityWidgetGroupUseCase;
+using coredatastack::CoreDataCheckinUseCase;
+using domain::CheckinType;
+using foundation::make;
+using foundation::Ref;
+
+using Context = Ref<coredata::NSManagedObjectContext>;
+
+constexpr std::size_t kPhotoBytes = 200'000;
+constexpr int kWidgetItems = 20;
+constexpr int kErasedCheckins = 1000;
+
+foundation::Date day(int number) { return support::localDate(2024, 3, number); }
+
+/// The activity that was added as the number-th, counted from 0.
+Ref<CDActivity> activity(const Context& context, int number = 0) {
+  return context->fetch(CDActivity::fetchRequest())[static_cast<std::size_t>(number)];
+}
+
+void addHabit(const Context& context) { static_cast<void>(CDActivity::create(*context, "green")); }
+
+void addHabitWithDays(const Context& context) {
+  const auto habit = CDActivity::create(*context, "green");
+  for (int number = 1; number <= kSaves; ++number) {
+    habit->addCheckinsObject(make<CDCheckin>(*context, day(number), CheckinType::standard));
+  }
+}
+
+/// A habit for each save, each with more days than one page of the store holds.
+void addHabitsToErase(const Context& context) {
+  for (int number = 0; number < kSaves; ++number) {
+    const auto habit = CDActivity::create(*context, "green");
+    for (int i = 1; i <= kErasedCheckins; ++i) {
+      habit->addCheckinsObject(make<CDCheckin>(*context, day(i), CheckinType::standard));
+    }
+  }
+}
+
+void addCheckin(const Context& context, int number) {
+  CoreDataCheckinUseCase(activity(context), context).addCheckin(day(number), CheckinType::standard);
+}
+
+void countUp(const Context& context, int number) {
+  static_cast<void>(
+      CoreDataCheckinUseCase(activity(context), context).addCheckinCount(1, day(number)));
+}
+
+void deleteCheckin(const Context& context, int number) {
+  CoreDataCheckinUseCase(activity(context), context).deleteCheckin(day(number));
+}
+
+void addPhoto(const Context& context, int number) {
+  std::vector<std::uint8_t> bytes(kPhotoBytes, static_cast<std::uint8_t>(number));
+  const auto photo = make<CDPhoto>(*context);
+  photo->setData(foundation::Data(std::move(bytes)));
+  photo->setCheckin(activity(context)->checkin(day(number)));
+  context->save();
+}
+
+void addWidgetGroup(const Context& context, int number) {
+  const auto group = make<CDActivityWidgetGroup>(*context);
+  group->setName("Group " + std::to_string(number));
+  const auto habit = activity(context);
+  for (int i = 0; i < kWidgetItems; ++i) {
+    const auto item = make<CDActivityWidgetItem>(*context);
+    item->setOrder(static_cast<std::int16_t>(i));
+    item->setActivity(habit);
+    group->addItemsObject(item);
+  }
+  CoreDataActivityWidgetGroupUseCase(context).add(group);
+}
+
+void erase(const Context& context, int number) {
+  CoreDataActivityUseCase(activity(context, number - 1), context).eraseAllData();
+}
+
+}  // namespace
+
+std::span<const Workload> workloads() {
+  static const std::array<Workload, 6> all{{
+      {"AddCheckin", addHabit, addCheckin},
+      {"CountUp", addHabitWithDays, countUp},
+      {"DeleteCheckin", addHabitWithDays, deleteCheckin},
+      {"AddPhoto", addHabitWithDays, addPhoto},
+      {"AddWidgetGroup", addHabit, addWidgetGroup},
+      {"Erase", addHabitsToErase, erase},
+  }};
+  return all;
+}
+
+}  // namespace reliability

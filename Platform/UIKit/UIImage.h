@@ -44,7 +44,8 @@ class UIImage {
   /// The picture as a JPEG file without metadata, laid on white where it is not opaque. At quality
   /// 1.0, the highest, colours keep the full resolution; below they are halved. The same picture
   /// gives the same bytes. None for a picture without size and for one with a side that the
-  /// format's library does not write (above 65,500 pixels).
+  /// format cannot name (above 65,535 pixels). Some programs, this class among them, read no sides
+  /// above 65,500.
   [[nodiscard]] std::optional<foundation::Data> jpegData(double compressionQuality) const;
 
   friend bool operator==(const UIImage&, const UIImage&) = default;

@@ -4,9 +4,12 @@
 #include <cmath>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <tuple>
 
 #include "Tests/UIKit/Samples.h"
+#include "UIKit/Internal/JPEG.h"
+#include "UIKit/Internal/JPEGTiles.h"
 #include "UIKit/UIImage.h"
 
 namespace uikit {
@@ -44,28 +47,35 @@ TEST(JPEGWriting, KeepsTheSizeAndNearlyEveryColour) {
   EXPECT_LE(largestDifference(*read, image), 3);
 }
 
+/// The picture as a decoder of another maker reads it.
+UIImage readElsewhere(const Data& file) {
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+  const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> decoded(
+      stbi_load_from_memory(file.bytes().data(), static_cast<int>(file.bytes().size()), &width,
+                            &height, &channels, 3),
+      &stbi_image_free);
+  if (!decoded) throw std::runtime_error(stbi_failure_reason());
+  EXPECT_EQ(channels, 3);
+  return samples::picture(static_cast<std::size_t>(width), static_cast<std::size_t>(height),
+                          [&](std::size_t x, std::size_t y) {
+                            const stbi_uc* pixel =
+                                decoded.get() + 3 * (y * static_cast<std::size_t>(width) + x);
+                            return Colour{pixel[0], pixel[1], pixel[2]};
+                          });
+}
+
 TEST(JPEGWriting, OpensInAnotherMakersDecoder) {
   // Columns that change from pixel to pixel: with colours at half the resolution they would run
   // into each other.
   const UIImage image = samples::picture(61, 33, [](std::size_t x, std::size_t y) {
     return x % 2 == 0 ? Colour{220, 40, static_cast<int>(y)} : Colour{30, 60, 200};
   });
-  const Data file = written(image);
-  int width = 0;
-  int height = 0;
-  int channels = 0;
 
-  const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> decoded(
-      stbi_load_from_memory(file.bytes().data(), static_cast<int>(file.bytes().size()), &width,
-                            &height, &channels, 3),
-      &stbi_image_free);
+  const UIImage read = readElsewhere(written(image));
 
-  ASSERT_TRUE(decoded) << stbi_failure_reason();
-  EXPECT_EQ(std::tuple(width, height, channels), std::tuple(61, 33, 3));
-  const auto read = samples::picture(61, 33, [&](std::size_t x, std::size_t y) {
-    const stbi_uc* pixel = decoded.get() + 3 * (y * 61 + x);
-    return Colour{pixel[0], pixel[1], pixel[2]};
-  });
+  ASSERT_EQ(std::tuple(read.width(), read.height()), std::tuple(61U, 33U));
   EXPECT_LE(largestDifference(read, image), 4);
 }
 
@@ -140,9 +150,42 @@ TEST(JPEGWriting, GivesNothingForAPictureWithoutSize) {
   EXPECT_EQ(UIImage::fromPixels(5, 0, Data()).value().jpegData(1.0), std::nullopt);
 }
 
-TEST(JPEGWriting, GivesNothingForSidesThatTheFormatDoesNotTake) {
-  EXPECT_TRUE(samples::gradient(65500, 1).jpegData(1.0).has_value());
-  EXPECT_EQ(samples::gradient(65501, 1).jpegData(1.0), std::nullopt);
+/// A picture of which no part is like another.
+Colour restless(std::size_t x, std::size_t y) {
+  const auto shade = [](std::size_t number) { return static_cast<int>(number % 256); };
+  return {shade(x / 4), shade(x / 256 + y), shade(y / 4)};
+}
+
+TEST(JPEGWriting, TakesEverySideThatTheFormatCanName) {
+  for (const std::size_t side : {65500U, 65501U, 65535U}) {
+    const UIImage wide = samples::picture(side, 9, restless);
+    const UIImage high = samples::picture(9, side, restless);
+    EXPECT_LE(largestDifference(readElsewhere(written(wide)), wide), 4) << side;
+    EXPECT_LE(largestDifference(readElsewhere(written(high)), high), 4) << side;
+  }
+}
+
+TEST(JPEGWriting, GivesTheSamePictureInParts) {
+  // In units of 8 or 16 pixels these sides are even, odd, prime, and cut short at the end.
+  constexpr std::size_t kLongestPart = 160;
+  constexpr std::size_t kSides[] = {64, 161, 168, 176, 184, 185, 231, 247, 288};
+  for (const std::size_t width : kSides) {
+    for (const std::size_t height : kSides) {
+      if (width <= kLongestPart && height <= kLongestPart) continue;
+      const UIImage image = samples::picture(width, height, restless);
+      for (const int quality : {100, 60}) {
+        const PixelWindow pixels{width, height, width * 4, image.pixels().bytes()};
+        const auto parts = jpegInTiles(pixels, quality, kLongestPart);
+        const auto whole = encodedJPEG(width, height, image.pixels().bytes(), quality);
+        EXPECT_EQ(UIImage::fromData(*parts).value(), UIImage::fromData(whole->bytes()).value())
+            << width << " x " << height << " at " << quality;
+      }
+    }
+  }
+}
+
+TEST(JPEGWriting, GivesNothingForSidesThatTheFormatCannotName) {
+  EXPECT_EQ(samples::gradient(65536, 1).jpegData(1.0), std::nullopt);
   EXPECT_EQ(samples::gradient(1, 65536).jpegData(1.0), std::nullopt);
 }
 

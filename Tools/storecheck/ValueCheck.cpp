@@ -54,11 +54,6 @@ bool isOfType(const StoredValue& value, NSAttributeType type) {
   return false;
 }
 
-bool isOfKind(const StoredValue& value, const Slot& slot) {
-  if (slot.attribute != nullptr) return isOfType(value, slot.attribute->attributeType());
-  return value.kind == Kind::integer && value.integer > 0;
-}
-
 std::string_view kindOf(const Slot& slot) {
   return slot.attribute == nullptr ? "key" : name(slot.attribute->attributeType());
 }
@@ -94,6 +89,11 @@ void checkSlot(const NSEntityDescription& entity, std::int64_t key, const Slot& 
 }
 
 }  // namespace
+
+bool isOfKind(const StoredValue& value, const Slot& slot) {
+  if (slot.attribute != nullptr) return isOfType(value, slot.attribute->attributeType());
+  return value.kind == Kind::integer && value.integer > 0;
+}
 
 std::int64_t keyOf(StoredRow row) noexcept {
   return row[0].kind == Kind::integer ? row[0].integer : 0;

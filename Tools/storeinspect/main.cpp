@@ -1,24 +1,28 @@
-// Shows what a store is and what it holds, and whether it is whole, without changing anything.
+// Shows what a store is and what it holds, and whether it is whole, without changing anything; or
+// makes a new store of what can be read of a damaged one.
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <exception>
 #include <string>
+#include <string_view>
 
-#include "Foundation/Values/Error.h"
 #include "Foundation/Values/URL.h"
 #include "Tools/storeinspect/Answer.h"
+#include "Tools/storeinspect/Program.h"
+#include "Tools/storeinspect/SalvageCommand.h"
 
 namespace {
 
+using storeinspect::ExitStatus;
 using storeinspect::Questions;
-
-enum ExitStatus : int { sound = 0, unsound = 1, usage = 2, unreadable = 3 };
 
 constexpr const char* kAbout =
     "Shows what a store of any version is and holds, and checks all of it: the file, every row,\n"
     "every relationship and the history. It is opened for reading only. Nothing is changed, made\n"
-    "or removed, and programs that have it open may go on.";
+    "or removed, and programs that have it open may go on.\n"
+    "\n"
+    "\"storeinspect salvage DAMAGED OUT\" makes a new store of what can be read of a damaged one;\n"
+    "\"storeinspect salvage --help\" tells more.";
 constexpr const char* kStatuses =
     "Without more than a store everything is shown; the options choose parts of it. All of it is\n"
     "checked in any case.\n"
@@ -70,29 +74,21 @@ ExitStatus inspect(const Options& options) {
   const Questions& asked = options.questions;
   const std::string answer = options.json ? json(report, asked) : text(report, asked);
   std::printf("%s\n", answer.c_str());
-  if (report.isSound()) return sound;
+  if (report.isSound()) return storeinspect::sound;
   if (!asked.check) std::fputs("storeinspect: The store is not sound; --check says why.\n", stderr);
-  return unsound;
+  return storeinspect::unsound;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc > 1 && std::string_view(argv[1]) == storeinspect::kSalvage)
+    return storeinspect::salvageCommand(argc - 1, argv + 1);
   CLI::App app(kAbout, "storeinspect");
   Options options;
   declare(app, options);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? sound : usage;
-  }
-  completeQuestions(app, options);
-  try {
+  return storeinspect::run(app, argc, argv, [&] {
+    completeQuestions(app, options);
     return inspect(options);
-  } catch (const foundation::Error& error) {
-    std::fprintf(stderr, "storeinspect: %s\n", error.message().c_str());
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "storeinspect: %s\n", error.what());
-  }
-  return unreadable;
+  });
 }

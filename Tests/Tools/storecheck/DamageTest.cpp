@@ -4,14 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <random>
 #include <sstream>
 
 #include "Foundation/Values/Error.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/Effort.h"
+#include "Tests/Support/FileDamage.h"
 #include "Tests/Support/MigrationPlace.h"
 #include "Tests/Tools/storecheck/CheckedStore.h"
 
@@ -19,46 +19,7 @@ namespace storecheck {
 
 namespace {
 
-constexpr std::size_t kPage = 4096;
 constexpr std::chrono::seconds kLimit{2};
-
-std::uint64_t setting(const char* name, std::uint64_t usual) {
-  const char* text = std::getenv(name);
-  return text == nullptr ? usual : std::strtoull(text, nullptr, 10);
-}
-
-class Mutation {
- public:
-  explicit Mutation(std::uint64_t seed) : random_(seed) {}
-
-  void apply(std::string& bytes) {
-    switch (below(6)) {
-      case 0:
-        return bytes.resize(below(bytes.size()));
-      case 1:
-        return copyPage(bytes);
-      case 2:
-        return static_cast<void>(bytes.replace(page(bytes), kPage, kPage, '\0'));
-      case 3:
-        return flip(bytes, 1, std::min<std::size_t>(bytes.size(), 200));
-      default:
-        return flip(bytes, 1 + below(64), bytes.size());
-    }
-  }
-
- private:
-  std::size_t below(std::size_t end) { return random_() % std::max<std::size_t>(end, 1); }
-  std::size_t page(const std::string& bytes) { return below(bytes.size() / kPage) * kPage; }
-  void copyPage(std::string& bytes) {
-    const std::string copied = bytes.substr(page(bytes), kPage);
-    bytes.replace(page(bytes), kPage, copied);
-  }
-  void flip(std::string& bytes, std::size_t count, std::size_t end) {
-    for (std::size_t i = 0; i < count; ++i) bytes[below(end)] ^= static_cast<char>(1U << below(8));
-  }
-
-  std::mt19937_64 random_;
-};
 
 /// How looks at damaged stores ended.
 struct Outcomes {
@@ -82,8 +43,8 @@ class Damage : public testing::Test {
  protected:
   Damage() { std::cout << "DAMAGE_SEED=" << seed << " DAMAGE_COUNT=" << count << "\n"; }
 
-  const std::uint64_t seed = setting("DAMAGE_SEED", 20241122);
-  const std::uint64_t count = setting("DAMAGE_COUNT", 500);
+  const std::uint64_t seed = support::numberFrom("DAMAGE_SEED", 20241122);
+  const std::uint64_t count = support::numberFrom("DAMAGE_COUNT", 500);
 };
 
 TEST_F(Damage, OfAStoreNeverLeadsToMoreThanAReportOrAnError) {
@@ -93,7 +54,8 @@ TEST_F(Damage, OfAStoreNeverLeadsToMoreThanAReportOrAnError) {
   for (std::uint64_t i = 0; i < count && !HasFailure(); ++i) {
     SCOPED_TRACE(seed + i);
     std::string bytes = whole;
-    Mutation(seed + i).apply(bytes);
+    const std::string what = support::FileDamage(seed + i).apply(bytes);
+    SCOPED_TRACE(what);
     store.setBytes(bytes);
 
     outcomes.look(store.url());
@@ -133,7 +95,8 @@ TEST_F(Damage, OfALogNeverLeadsToMoreThanAReportOrAnError) {
   for (std::uint64_t i = 0; i < count / 5 && !HasFailure(); ++i) {
     SCOPED_TRACE(seed + i);
     std::string bytes = whole;
-    Mutation(seed + i).apply(bytes);
+    const std::string what = support::FileDamage(seed + i).apply(bytes);
+    SCOPED_TRACE(what);
     std::ofstream(path, std::ios::binary) << bytes;
 
     outcomes.look(store.url());

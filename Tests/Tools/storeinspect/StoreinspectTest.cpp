@@ -179,6 +179,58 @@ TEST(Storeinspect, LeavesAStoreThatIsOpenElsewhereAsItIs) {
   EXPECT_EQ(answer(store)["history"]["transactions"], 17);
 }
 
+TEST(Storeinspect, SalvagesADamagedStoreIntoANewOne) {
+  const CheckedStore store;
+  const std::string hash = store.contentHash();
+  std::string bytes = store.bytes();
+  bytes.replace(0, 100, 100, '\xff');
+  store.setBytes(bytes);
+  ASSERT_EQ(run(store).status, 3);
+
+  const Outcome outcome = runWith("salvage '" + store.path() + "' '" + store.path() + "-new'");
+
+  EXPECT_EQ(outcome.status, 1) << "of a damaged header nobody knows what else it said";
+  EXPECT_THAT(outcome.output, AllOf(StartsWith("version     Tessaline 7\n"),
+                                    HasSubstr(" found, 100 %\nheader      damaged\n"),
+                                    HasSubstr("\nActivity             6      6\n")));
+  EXPECT_EQ(storecheck::check(foundation::URL::fileURL(store.path() + "-new")).contentHash, hash);
+}
+
+TEST(Storeinspect, SaysAsJsonWhatWasSalvaged) {
+  const CheckedStore store;
+  store.execute(kDanglingSQL);
+
+  const Outcome outcome =
+      runWith("salvage --json '" + store.path() + "' '" + store.path() + "-new'");
+
+  EXPECT_EQ(outcome.status, 1);
+  const json data = json::parse(outcome.output);
+  EXPECT_EQ(data["version"], "Tessaline 7");
+  EXPECT_EQ(data["versionSource"], "metadata");
+  EXPECT_EQ(data["percentage"], 100);
+  EXPECT_EQ(data["isWhole"], false);
+  const json& losses = data["entities"]["Checkin"]["losses"];
+  ASSERT_EQ(losses.size(), 1U);
+  EXPECT_EQ(losses[0]["property"], "activity");
+  EXPECT_EQ(losses[0]["count"], 1);
+  EXPECT_EQ(losses[0]["why"], "leads to a row that is not there");
+}
+
+TEST(Storeinspect, EndsASalvageAsItEndsALook) {
+  const CheckedStore store;
+  const std::string damaged = "'" + store.path() + "'";
+
+  EXPECT_EQ(runWith("salvage " + damaged + " " + damaged + "-new").status, 0);
+  EXPECT_EQ(runWith("salvage " + damaged).status, 2);
+  const Outcome again = runWith("salvage " + damaged + " " + damaged + "-new");
+  EXPECT_EQ(again.status, 3);
+  EXPECT_THAT(again.output, AllOf(StartsWith("storeinspect: There is something at "),
+                                  HasSubstr("-new already.")));
+  EXPECT_EQ(runWith("salvage " + damaged + "-missing " + damaged + "-newer").status, 3);
+  EXPECT_EQ(runWith("salvage " + damaged + " /nowhere/at/all").status, 3);
+  EXPECT_THAT(runWith("salvage --help").output, HasSubstr("Exit status:"));
+}
+
 TEST(Storeinspect, EndsWithTwoForAWrongCommandLine) {
   const CheckedStore store;
 

@@ -3,12 +3,15 @@
 #include <utility>
 
 #include "CoreDataStack/History/UserDefaults+HistoryTimestamp.h"
+#include "Foundation/Internal/TestPoint.h"
 
 namespace coredatastack {
 
 using coredata::NSManagedObjectContext;
 using foundation::Date;
+using foundation::reach;
 using foundation::Ref;
+using foundation::TestPoint;
 using foundation::UserDefaults;
 
 PersistentHistoryMerger::PersistentHistoryMerger(Ref<NSManagedObjectContext> backgroundContext,
@@ -23,16 +26,24 @@ PersistentHistoryMerger::PersistentHistoryMerger(Ref<NSManagedObjectContext> bac
 std::optional<PersistentHistoryMerger::Transactions> PersistentHistoryMerger::merge() const {
   const Date fromDate =
       lastHistoryTransactionTimestamp(*userDefaults_, currentTarget_).value_or(Date::distantPast());
+  reach(TestPoint::beforeFetch);
   Transactions transactions =
       PersistentHistoryFetcher(backgroundContext_, viewContext_, fromDate).fetch();
-  if (transactions.empty()) return std::nullopt;
+  reach(TestPoint::afterFetch);
+  if (transactions.empty()) {
+    reach(TestPoint::emptyPass);
+    return std::nullopt;
+  }
   viewContext_->performBlock([viewContext = viewContext_, transactions] {
+    reach(TestPoint::mergeBegins);
     for (const auto& transaction : transactions) {
       viewContext->mergeChangesFromContextDidSave(transaction->objectIDNotification());
     }
   });
+  reach(TestPoint::beforeTimestamp);
   updateLastHistoryTransactionTimestamp(*userDefaults_, currentTarget_,
                                         transactions.back()->timestamp());
+  reach(TestPoint::afterTimestamp);
   return transactions;
 }
 

@@ -8,6 +8,7 @@
 #include "CoreDataStack/History/PersistentHistoryCleaner.h"
 #include "CoreDataStack/History/PersistentHistoryMerger.h"
 #include "CoreDataStack/Stack/CoreDataNotificationName.h"
+#include "Foundation/Internal/TestPoint.h"
 #include "Foundation/Notifications/NSNotificationCenter.h"
 #include "Foundation/Queues/OperationQueue.h"
 #include "Foundation/Values/FatalError.h"
@@ -22,7 +23,9 @@ using foundation::make;
 using foundation::NSNotification;
 using foundation::NSNotificationCenter;
 using foundation::OperationQueue;
+using foundation::reach;
 using foundation::Ref;
+using foundation::TestPoint;
 using foundation::UserDefaults;
 using foundation::Value;
 
@@ -83,6 +86,7 @@ void PersistentHistoryObserver::processStoreRemoteChanges(const NSNotification& 
 }
 
 void PersistentHistoryObserver::processHistory() {
+  reach(TestPoint::passBegins);
   const Ref<NSManagedObjectContext> backgroundContext =
       persistentContainer_->newBackgroundContext();
   backgroundContext->performBlockAndWait([&] {
@@ -92,6 +96,7 @@ void PersistentHistoryObserver::processHistory() {
       if (logger_) logger_->error(error);
     }
   });
+  reach(TestPoint::passEnds);
 }
 
 void PersistentHistoryObserver::mergeAndTell(const Ref<NSManagedObjectContext>& backgroundContext) {

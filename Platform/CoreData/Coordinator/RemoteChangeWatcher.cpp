@@ -13,6 +13,7 @@
 #include "CoreData/SQLite/ForkGeneration.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "Foundation/Internal/SignalBlock.h"
+#include "Foundation/Internal/TestPoint.h"
 #include "Foundation/Values/Error.h"
 
 namespace coredata {
@@ -115,6 +116,7 @@ class RemoteChangeWatcher::Watch {
   [[nodiscard]] bool announce() noexcept {
     looksDue_ = 0;
     const auto next = std::chrono::steady_clock::now() + timings_.rest;
+    foundation::reach(foundation::TestPoint::beforePost);
     try {
       announce_(probe_.newestTransaction());
     } catch (const std::exception& error) {

@@ -14,11 +14,13 @@
 #include "CoreData/SQLite/StoreMetadata.h"
 #include "CoreData/SQLite/StoreOpening.h"
 #include "CoreData/SQLite/WriteAheadLog.h"
+#include "Foundation/Internal/TestPoint.h"
 
 namespace coredata {
 
 using foundation::Date;
 using foundation::Error;
+using foundation::TestPoint;
 using foundation::URL;
 
 namespace {
@@ -137,6 +139,7 @@ class Replacement {
 
   void exchange() {
     if (claim_.isRead()) claim_.throwChanged();
+    foundation::reach(TestPoint::fallbackReplacement);
     claim_.disconnect();
     IncomingStore incoming(path(), from_, larger(newestOfSource_, {0, Date::now()}),
                            IncomingStore::Durability::synced);
@@ -166,7 +169,10 @@ void replaceStore(const URL& at, const URL& with, std::chrono::milliseconds pati
   const std::string path = pathOf(at);
   const std::string sourcePath = pathOf(with);
   const std::unique_ptr<Connection> from = openSource(sourcePath);
-  if (FileIdentity::find(path) == FileIdentity::of(sourcePath)) return;
+  if (FileIdentity::find(path) == FileIdentity::of(sourcePath)) {
+    foundation::reach(TestPoint::selfReplacement);
+    return;
+  }
   const HeldClaim claim(at, patience);
   try {
     Replacement(*claim, *from).run();

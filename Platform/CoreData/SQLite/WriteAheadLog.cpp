@@ -7,6 +7,7 @@
 
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/StoreSchema.h"
+#include "Foundation/Internal/TestPoint.h"
 
 namespace coredata {
 
@@ -98,6 +99,7 @@ void WriteAheadLog::committed(Connection& connection) {
   int pages = 0;
   if (guard && checkpoint(connection, SQLITE_CHECKPOINT_RESTART, pages)) {
     nextCheckpointAt_ = longLogPages_;
+    foundation::reach(foundation::TestPoint::logRestart);
     return;
   }
   // Somebody reads an old state or writes a new one. Asking again at every commit would cost each

@@ -7,12 +7,14 @@
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreCore.h"
 #include "CoreData/SQLite/StoreMarks.h"
+#include "Foundation/Internal/TestPoint.h"
 #include "absl/container/flat_hash_map.h"
 
 namespace coredata {
 
 using foundation::Error;
 using foundation::Ref;
+using foundation::TestPoint;
 
 namespace {
 Error busyError(const StoreCore& core, const Error* cause) {
@@ -138,6 +140,7 @@ void WriteTransaction::recordHistory(const HistoryAuthor& author, CommitResult& 
   // The stamp is taken here, with the write lock held. Two processes that read the clock first
   // could commit in the other order, and whoever asks for "after T" would never see the earlier
   // stamp.
+  foundation::reach(TestPoint::beforeStamp);
   const HistoryTail& tail = core().counters().historyTail(connection());
   const HistoryPosition position{tail.newest.number + 1, nextTimestamp(tail.newest.timestamp)};
   const HistoryNameId recorded = core().history().write(
@@ -147,6 +150,7 @@ void WriteTransaction::recordHistory(const HistoryAuthor& author, CommitResult& 
   recorded_ = {position, recorded, true};
   result.transactionNumber = position.number;
   result.timestamp = position.timestamp;
+  foundation::reach(TestPoint::afterStamp);
 }
 
 CommitResult WriteTransaction::commit(const HistoryAuthor& author) {
@@ -178,6 +182,7 @@ bool WriteTransaction::ringsBell(const CommitResult& result) const noexcept {
 
 void WriteTransaction::commitOrAbandon() {
   core().rows().willCommit(changes_);
+  foundation::reach(TestPoint::beforeCommit);
   try {
     connection().commit();
   } catch (...) {
@@ -190,6 +195,7 @@ void WriteTransaction::commitOrAbandon() {
     finish();
     throw;
   }
+  foundation::reach(TestPoint::afterCommit);
   core().rows().didCommit(changes_);
 }
 
@@ -199,6 +205,7 @@ void WriteTransaction::overwriteFailedCommit() noexcept {
     other->commitUnchanged();
   } catch (const std::exception&) {
     // A disk that fails this too leaves it open whether the save will turn up.
+    foundation::reach(TestPoint::failedCommitLeft);
   }
 }
 

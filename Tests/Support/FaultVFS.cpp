@@ -117,6 +117,7 @@ struct FaultVFSCalls {
   }
   static int sleep(sqlite3_vfs* vfs, int microseconds) {
     FaultVFS& self = owner(vfs);
+    if (self.beforeWaits_) self.beforeWaits_();
     return self.skipsWaits_ ? microseconds : self.system_->xSleep(self.system_, microseconds);
   }
   static int remove(sqlite3_vfs* vfs, const char* path, int syncDirectory) {

@@ -8,6 +8,7 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace support {
@@ -73,6 +74,9 @@ class FaultVFS {
   void callAt(std::size_t n, std::function<void()> action);
   /// From now on no time passes while SQLite waits for a lock: it soon gives up.
   void skipWaits() noexcept { skipsWaits_ = true; }
+  /// From now on `action` is called whenever SQLite is about to wait for a lock. To be called while
+  /// no store is open through it.
+  void callBeforeWaits(std::function<void()> action) { beforeWaits_ = std::move(action); }
 
   /// From now on nothing waits for the disk. For tests of many stores, whose machine stays alive.
   void skipSyncs() noexcept { skipsSyncs_ = true; }
@@ -99,6 +103,7 @@ class FaultVFS {
   std::size_t faultAt_ = 0;
   int code_ = SQLITE_OK;
   std::function<void()> action_;
+  std::function<void()> beforeWaits_;
   std::atomic<bool> skipsWaits_{false};
   std::atomic<bool> skipsSyncs_{false};
 };

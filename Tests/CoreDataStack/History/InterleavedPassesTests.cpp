@@ -12,6 +12,7 @@
 #include "CoreDataStack/History/PersistentHistoryMerger.h"
 #include "Foundation/Queues/MainQueue.h"
 #include "Tests/CoreDataStack/History/HistoryPlace.h"
+#include "Tests/CoreDataStack/History/Silence.h"
 #include "Tests/Support/ErrorCode.h"
 #include "Tests/Support/FaultVFS.h"
 #include "Tests/Support/MigrationPlace.h"
@@ -28,24 +29,6 @@ using coredatastack::AppTarget;
 using coredatastack::PersistentHistoryCleaner;
 using coredatastack::PersistentHistoryMerger;
 using foundation::Ref;
-
-/// Keeps what passes print, and shows it when something failed: failures are printed there, too.
-class Silence {
- public:
-  Silence() {
-    if (depth_++ == 0) testing::internal::CaptureStdout();
-  }
-  ~Silence() {
-    if (--depth_ > 0) return;
-    const std::string said = testing::internal::GetCapturedStdout();
-    if (testing::Test::HasFailure()) std::fputs(said.c_str(), stdout);
-  }
-  Silence(const Silence&) = delete;
-  Silence& operator=(const Silence&) = delete;
-
- private:
-  static inline int depth_ = 0;
-};
 
 /// In force before the place opens its stores.
 struct WatchedFiles {
@@ -84,7 +67,7 @@ class InterleavedPasses : private WatchedFiles, public support::HistoryPlace {
   }
   /// What its observer does when it hears of a change.
   void pass(Party& party) {
-    const Silence silence;
+    const support::Silence silence;
     const auto context = party.container->newBackgroundContext();
     context->performBlockAndWait([&] {
       const auto transactions = PersistentHistoryMerger(context, party.view, party.target,

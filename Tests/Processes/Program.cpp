@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "CoreDataStack/BuildIdentifiers.h"
+#include "CoreDataStack/History/UserDefaults+HistoryTimestamp.h"
 #include "CoreDataStack/Stack/CoreDataNotificationName.h"
 #include "Foundation/Files/Directories.h"
 #include "Foundation/Notifications/NSNotificationCenter.h"
@@ -19,11 +20,8 @@ using foundation::Ref;
 
 namespace {
 
-CoreDataConfiguration configurationOf(const MigrationPlace& place, const std::string& name) {
-  using Stage = CoreDataConfiguration::Stage;
-  return CoreDataConfiguration(name == "app" ? Stage::production : Stage::extensions, "Model",
-                               coredatastack::modelBundleIdentifier(), "iCloud.com.tessaline",
-                               coredatastack::appGroupIdentifier(), name, place.storeURL(), false);
+Ref<foundation::UserDefaults> sharedSettings() {
+  return foundation::UserDefaults::suite("com.tessaline.shared");
 }
 
 Program::Transactions transactionsOf(const NSNotification& notification) {
@@ -38,11 +36,18 @@ Program::Transactions transactionsOf(const NSNotification& notification) {
 
 }  // namespace
 
+CoreDataConfiguration configurationOf(const std::string& name, const foundation::URL& store) {
+  using Stage = CoreDataConfiguration::Stage;
+  return CoreDataConfiguration(name == "app" ? Stage::production : Stage::extensions, "Model",
+                               coredatastack::modelBundleIdentifier(), "iCloud.com.tessaline",
+                               coredatastack::appGroupIdentifier(), name, store, false);
+}
+
 Program::Program(const MigrationPlace& place, std::string_view name)
     : name_(name), log_(make<RecordingLogger>()) {
   foundation::Directories::set(foundation::Directories::below(
-      (place.directory() / ("homes of " + name_)).string(), "com.tessaline." + name_));
-  stack_ = make<CoreDataStack>(configurationOf(place, name_), log_);
+      (place.directory() / "homes").string(), "com.tessaline." + name_));
+  stack_ = make<CoreDataStack>(configurationOf(name_, place.storeURL()), log_);
   // Before the store is open: a pass that came first would take what this program wrote in an
   // earlier life for somebody else's.
   static_cast<void>(view());
@@ -68,9 +73,30 @@ Ref<Program::Context> Program::newContext() const {
 void Program::afterMerging(std::function<void(const Transactions&)> handler) {
   token_ = foundation::NSNotificationCenter::defaultCenter().addObserver(
       coredatastack::CoreDataNotificationName::NSPersistentHistoryDidMerge, nullptr,
-      [handler = std::move(handler)](const NSNotification& notification) {
-        handler(transactionsOf(notification));
+      [this, handler = std::move(handler)](const NSNotification& notification) {
+        if (isTold()) handler(transactionsOf(notification));
       });
+}
+
+void Program::prune(const coredatastack::AppTarget& target) {
+  target_ = target;
+  pruner_ = make<coredatastack::PersistentHistoryObserver>(target, stack_->persistentContainer(),
+                                                           sharedSettings(), log_);
+  // What each observer tells by itself comes right before the notification that all of them post.
+  pruned_ = pruner_->syncEvent()->sink(
+      [this](const coredatastack::SyncEvent&) { prunedOn_ = std::this_thread::get_id(); });
+  pruner_->startObserving();
+}
+
+bool Program::isTold() {
+  if (!pruner_) return true;
+  auto here = std::this_thread::get_id();
+  return prunedOn_.compare_exchange_strong(here, {});
+}
+
+std::optional<foundation::Date> Program::stamp() const {
+  return coredatastack::lastHistoryTransactionTimestamp(
+      pruner_ ? *sharedSettings() : *foundation::UserDefaults::standard(), target_);
 }
 
 bool Program::viewIsCurrent() const {

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <fstream>
+#include <limits>
 #include <sstream>
 #include <stdexcept>
 
@@ -59,21 +60,26 @@ void Ledger::read(const std::string& line) {
   if (kind == "begin") {
     std::string deed;
     std::size_t number = 0;
-    words >> deed >> number;
+    auto& [after, upTo] = sessions.back().own.emplace_back();
+    words >> deed >> number >> after;
+    upTo = std::numeric_limits<std::int64_t>::max();
     pending = {deedOf(deed), number};
     nextNumber = std::max(nextNumber, number + 1);
   } else if (kind == "done" || kind == "kept") {
+    if (kind == "done") words >> sessions.back().own.back().second;
     enter(pending.value(), entries);
     if (pending->deed == Deed::append) tokens.insert(std::to_string(pending->number));
-    if (kind == "kept") ++counts["kept though not acknowledged"];
+    if (kind == "kept") ++counts[kKept];
     pending.reset();
   } else if (kind == "undone") {
     ++counts["undone by a death"];
     pending.reset();
   } else if (kind == "session") {
     words >> sessions.emplace_back().ready;
+  } else if (kind == "pass") {
+    sessions.back().passes.emplace_back();
   } else if (kind == "merged") {
-    auto& [number, author] = sessions.back().merged.emplace_back();
+    auto& [number, author] = sessions.back().passes.back().emplace_back();
     words >> number >> author;
   } else if (kind == "stamp") {
     words >> stamps.emplace_back();
@@ -99,8 +105,9 @@ void LedgerFile::write(std::string line) const {
   }
 }
 
-void LedgerFile::began(const Pending& pending) const {
-  write("begin " + std::string(nameOf(pending.deed)) + ' ' + std::to_string(pending.number));
+void LedgerFile::began(const Pending& pending, std::int64_t newest) const {
+  write("begin " + std::string(nameOf(pending.deed)) + ' ' + std::to_string(pending.number) + ' ' +
+        std::to_string(newest));
 }
 
 void LedgerFile::merged(std::int64_t number, const std::string& author) const {

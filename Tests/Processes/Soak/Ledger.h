@@ -42,11 +42,18 @@ void enter(const Pending& pending, Entries& entries);
 struct Session {
   /// The newest transaction when it had opened the store.
   std::int64_t ready = 0;
-  std::vector<std::pair<std::int64_t, std::string>> merged;
+  /// What each pass merged, with its author.
+  std::vector<std::vector<std::pair<std::int64_t, std::string>>> passes;
+  /// Between which transactions each of its own saves lies: behind the first, and the second at
+  /// most.
+  std::vector<std::pair<std::int64_t, std::int64_t>> own;
   /// The newest transaction when all were quiet, if it lived to see that.
   std::optional<std::int64_t> quiet;
   bool wasCurrent = false;
 };
+
+/// As what a ledger counts the saves in whose middle a member died, and which are in the store.
+inline constexpr const char* kKept = "kept though not acknowledged";
 
 /// What a member has written down of what it did and saw, before and after each save.
 struct Ledger {
@@ -78,12 +85,14 @@ class LedgerFile {
   LedgerFile(const LedgerFile&) = delete;
   LedgerFile& operator=(const LedgerFile&) = delete;
 
-  void began(const Pending& pending) const;
-  void done() const { write("done"); }
+  /// `newest` is the newest transaction before it, and after it.
+  void began(const Pending& pending, std::int64_t newest) const;
+  void done(std::int64_t newest) const { write("done " + std::to_string(newest)); }
   /// After a death in the middle of it: whether the save is in the store.
   void found(bool isThere) const { write(isThere ? "kept" : "undone"); }
   void count(std::string_view what) const { write("count " + std::string(what)); }
   void opened(std::int64_t newest) const { write("session " + std::to_string(newest)); }
+  void passed() const { write("pass"); }
   void merged(std::int64_t number, const std::string& author) const;
   void stamped(double seconds) const;
   void quiet(std::int64_t newest, bool isCurrent) const;

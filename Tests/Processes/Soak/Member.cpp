@@ -2,17 +2,20 @@
 
 #include <algorithm>
 #include <array>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 #include "CoreData/Context/SaveError.h"
 #include "CoreData/Coordinator/RemoteChangeNotification.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreDataStack/History/PersistentHistoryFetcher.h"
-#include "CoreDataStack/History/UserDefaults+HistoryTimestamp.h"
 #include "Foundation/Notifications/NSNotificationCenter.h"
 #include "Tests/Support/ErrorCode.h"
 #include "Tests/Support/MainQueueWait.h"
+#include "Tests/Support/StoreFiles.h"
 
 namespace soak {
 
@@ -61,18 +64,22 @@ std::size_t nextOf(const NSManagedObject& activity) {
 }
 
 /// Whether it has been around to all of them once when it is back at the first.
-bool isRing(const std::vector<Ref<NSManagedObject>>& ring) {
+bool isRing(const std::vector<std::size_t>& next) {
   std::size_t at = 0;
   for (int i = 1; i < kRingSize; ++i) {
-    at = nextOf(*ring[at]);
+    at = next.at(at);
     if (at == 0) return false;
   }
-  return nextOf(*ring[at]) == 0;
+  return next.at(at) == 0;
 }
 
 }  // namespace
 
 std::string memberName(int index) { return index == 0 ? "app" : "member" + std::to_string(index); }
+
+bool follows(int index, Custom custom) noexcept {
+  return custom == Custom::keepsHistory || index < 2;
+}
 
 std::filesystem::path ledgerOf(const support::MigrationPlace& place, int index) {
   return place.directory() / ("ledger of " + memberName(index));
@@ -96,28 +103,48 @@ void makeStore(const support::MigrationPlace& place, int members) {
                 });
 }
 
-Member::Member(const support::MigrationPlace& place, int index, std::uint64_t seed)
-    : name_(memberName(index)),
+Member::Member(const support::MigrationPlace& place, int index, std::uint64_t seed, Custom custom,
+               Occasions& occasions)
+    : place_(place),
+      occasions_(occasions),
+      name_(memberName(index)),
       ledger_(ledgerOf(place, index)),
       file_(ledgerOf(place, index)),
       random_(seed + static_cast<std::uint64_t>(index) * 1000 + ledger_.sessions.size()),
-      program_(place, name_) {
-  watch();
-  file_.opened(program_.newestTransaction());
+      program_(place, name_),
+      follows_(follows(index, custom)) {
+  follow(index, custom);
+  ready_ = program_.newestTransaction();
+  file_.opened(ready_);
   findOwn();
   resolve();
 }
 
+void Member::follow(int index, Custom custom) {
+  using coredatastack::AppTarget;
+  if (!follows_) return;
+  if (custom == Custom::prunesHistory) {
+    program_.prune(index == 0 ? AppTarget::app : AppTarget::shareExtension);
+  }
+  watch();
+}
+
+void Member::note(const support::Program::Transactions& transactions) {
+  const std::scoped_lock lock(mutex_);
+  file_.passed();
+  for (const auto& transaction : transactions) {
+    file_.merged(transaction->transactionNumber(), transaction->author().value_or("nobody"));
+    merged_.insert(transaction->transactionNumber());
+  }
+  if (const auto stamp = program_.stamp()) {
+    file_.stamped(stamp->timeIntervalSinceReferenceDate());
+  }
+  file_.count("passes with news");
+}
+
 void Member::watch() {
-  program_.afterMerging([this](const support::Program::Transactions& transactions) {
-    for (const auto& transaction : transactions) {
-      file_.merged(transaction->transactionNumber(), transaction->author().value_or("nobody"));
-    }
-    const auto stamp = coredatastack::lastHistoryTransactionTimestamp(
-        *foundation::UserDefaults::standard(), coredatastack::AppTarget::app);
-    if (stamp) file_.stamped(stamp->timeIntervalSinceReferenceDate());
-    file_.count("passes with news, their cleaning cancelled");
-  });
+  program_.afterMerging(
+      [this](const support::Program::Transactions& transactions) { note(transactions); });
   announcements_ = foundation::NSNotificationCenter::defaultCenter().addObserver(
       coredata::NSPersistentStoreRemoteChangeNotification,
       program_.stack().persistentStoreCoordinator(),
@@ -170,11 +197,7 @@ void Member::resolve() {
 
 void Member::run(support::Line& line) {
   line.say("ready");
-  while (!line.hasNews()) {
-    act();
-    foundation::drainMainQueue();
-  }
-  static_cast<void>(line.hear());
+  work(line);
   line.say("quiet");
   static_cast<void>(support::runMainQueueUntil([&] { return line.hasNews(); }));
   static_cast<void>(line.hear());
@@ -182,11 +205,26 @@ void Member::run(support::Line& line) {
   line.say("settled");
 }
 
+void Member::work(support::Line& line) {
+  constexpr std::string_view kDie = "die ";
+  constexpr std::size_t kSeldom = 1000;
+  for (;;) {
+    act();
+    foundation::drainMainQueue();
+    if (below(kSeldom) == 0) replaceByItself();
+    if (below(kSeldom) == 0) copyOverGarbage();
+    if (!line.hasNews()) continue;
+    const std::string order = line.hear().value_or("");
+    if (!order.starts_with(kDie)) return;
+    occasions_.dieAt(static_cast<foundation::TestPoint>(std::stoi(order.substr(kDie.size()))));
+  }
+}
+
 void Member::act() {
   const Pending pending = choose();
-  file_.began(pending);
+  file_.began(pending, program_.newestTransaction());
   carryOut(pending);
-  file_.done();
+  file_.done(program_.newestTransaction());
   enter(pending, ledger_.entries);
 }
 
@@ -307,24 +345,70 @@ void Member::relink() {
 void Member::checkRing() const {
   const auto context = program_.newContext();
   context->performBlockAndWait([&] {
-    if (!isRing(ringIn(*context))) throw std::runtime_error("the ring is broken");
+    std::vector<std::size_t> next;
+    for (const auto& activity : ringIn(*context)) next.push_back(nextOf(*activity));
+    if (!isRing(next)) throw std::runtime_error("the ring is broken");
+  });
+}
+
+void Member::replaceByItself() const { static_cast<void>(replace(place_.storeURL())); }
+
+void Member::copyOverGarbage() const {
+  const foundation::URL copy = place_.at("copy by " + name_ + ".sqlite");
+  const std::filesystem::path path = copy.filePath().value();
+  for (const auto& old : std::filesystem::directory_iterator(path.parent_path())) {
+    if (old.path().filename().string().starts_with(path.filename().string())) {
+      std::filesystem::remove(old.path());
+    }
+  }
+  std::ofstream(path) << "Dear diary, today I ran.\n";
+  if (!replace(copy)) return;
+  const support::StoreLook look(path);
+  static_cast<void>(look.contents());
+  std::vector<std::size_t> ring(kRingSize);
+  for (const std::string& line :
+       look.column("SELECT color || ' ' || notes FROM Activity WHERE title='ring'")) {
+    std::istringstream words(line);
+    std::size_t from = 0;
+    words >> from >> ring.at(from);
+  }
+  if (!isRing(ring)) throw std::runtime_error("the ring is broken in a copy");
+}
+
+bool Member::replace(const foundation::URL& store) const {
+  try {
+    program_.stack().persistentStoreCoordinator()->replacePersistentStore(
+        store, {}, place_.storeURL(), {}, coredata::NSSQLiteStoreType);
+    return true;
+  } catch (const Error& error) {
+    if (error.code() != number(StoreErrorCode::busy)) throw;
+    file_.count("replacements given up because the store was busy");
+    return false;
+  }
+}
+
+bool Member::hasMergedAll(NSManagedObjectContext& background) const {
+  const auto stamp = program_.stamp();
+  const auto left = coredatastack::PersistentHistoryFetcher(
+                        Ref(&background), program_.stack().managedObjectContext(),
+                        stamp.value_or(foundation::Date::distantPast()))
+                        .fetch();
+  const std::scoped_lock lock(mutex_);
+  // Where the history was cut what is left counts as unread, and is read again with what comes
+  // next.
+  return std::ranges::all_of(left, [&](const auto& transaction) {
+    const std::int64_t number = transaction->transactionNumber();
+    return number <= ready_ || merged_.contains(number);
   });
 }
 
 void Member::settle() {
+  if (!follows_) return;
   const auto background = program_.newContext();
-  const auto hasMergedAll = [&] {
-    return background->performBlockAndWait([&] {
-      const auto stamp = coredatastack::lastHistoryTransactionTimestamp(
-          *foundation::UserDefaults::standard(), coredatastack::AppTarget::app);
-      return coredatastack::PersistentHistoryFetcher(
-                 background, program_.stack().managedObjectContext(),
-                 stamp.value_or(foundation::Date::distantPast()))
-          .fetch()
-          .empty();
-    });
+  const auto isUpToDate = [&] {
+    return background->performBlockAndWait([&] { return hasMergedAll(*background); });
   };
-  if (!support::runMainQueueUntil(hasMergedAll)) throw std::runtime_error("not all was merged");
+  if (!support::runMainQueueUntil(isUpToDate)) throw std::runtime_error("not all was merged");
   // The pass tells of its end after its stamp, and the merge has its own turn.
   static_cast<void>(
       support::runMainQueueUntil([] { return false; }, std::chrono::milliseconds(200)));

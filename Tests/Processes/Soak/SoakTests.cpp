@@ -10,9 +10,12 @@
 #include <thread>
 #include <vector>
 
+#include "CoreData/SQLite/StoreVFS.h"
+#include "Tests/Processes/SharedNumbers.h"
 #include "Tests/Processes/Soak/Member.h"
 #include "Tests/Processes/Soak/Verdict.h"
 #include "Tests/Support/Effort.h"
+#include "Tests/Support/FaultVFS.h"
 #include "Tools/storecheck/StoreCheck.h"
 
 // Four processes that write to one store and follow one another, one of which is killed now and
@@ -20,6 +23,7 @@
 
 namespace {
 
+using foundation::TestPoint;
 using support::Companion;
 using support::Line;
 using Clock = std::chrono::steady_clock;
@@ -42,11 +46,43 @@ void requireSound(const foundation::URL& store) {
   }
 }
 
+/// Points that a death is worth the most at.
+constexpr std::array kDeadly{TestPoint::afterStamp,     TestPoint::beforeCommit,
+                             TestPoint::afterCommit,    TestPoint::beforeTimestamp,
+                             TestPoint::afterTimestamp, TestPoint::cleanerFetches,
+                             TestPoint::cleanerDeletes, TestPoint::cleanerClears};
+
 class Soak : public testing::Test {
  protected:
   void begin(int index) {
-    members_[static_cast<std::size_t>(index)] = std::make_unique<Companion>(
-        [&](Line& line) { soak::Member(place_, index, seed_).run(line); });
+    members_[static_cast<std::size_t>(index)] = std::make_unique<Companion>([&](Line& line) {
+      support::FaultVFS files;
+      files.watch(0);
+      files.callBeforeWaits([this] { ++occasions_->busyRetries; });
+      const coredata::StoreVFSOverride overFiles(files.name());
+      soak::Member(place_, index, seed_, custom_, *occasions_).run(line);
+    });
+  }
+  void beginAll() {
+    std::printf("to repeat: SOAK_SECONDS=%lld SOAK_SEED=%llu SoakTests --gtest_filter=Soak.%s\n",
+                static_cast<long long>(time_.count()), static_cast<unsigned long long>(seed_),
+                testing::UnitTest::GetInstance()->current_test_info()->name());
+    ASSERT_TRUE(Companion([&](Line&) { soak::makeStore(place_, kMembers); }).endedWell());
+    for (int i = 0; i < kMembers; ++i) {
+      begin(i);
+      ASSERT_EQ(members_[static_cast<std::size_t>(i)]->answer(), "ready");
+    }
+  }
+  /// Every other one dies where it is told to, if it comes there soon.
+  static void end(Companion& victim, std::mt19937_64& random) {
+    constexpr int kPatienceMs = 500;
+    if (random() % 2 == 0) {
+      const auto point = static_cast<int>(kDeadly.at(random() % kDeadly.size()));
+      victim.line().say("die " + std::to_string(point));
+      static_cast<void>(victim.line().hasNews(kPatienceMs));
+    }
+    victim.kill();
+    ASSERT_TRUE(victim.wasKilled());
   }
   void work() {
     std::mt19937_64 random(seed_);
@@ -56,9 +92,8 @@ class Soak : public testing::Test {
       std::this_thread::sleep_until(std::min(next, end));
       if (next >= end) break;
       const auto victim = random() % kMembers;
-      members_[victim]->kill();
+      ASSERT_NO_FATAL_FAILURE(Soak::end(*members_[victim], random));
       ++deaths_;
-      ASSERT_TRUE(members_[victim]->wasKilled());
       begin(static_cast<int>(victim));
       ASSERT_EQ(members_[victim]->answer(), "ready");
     }
@@ -67,41 +102,62 @@ class Soak : public testing::Test {
     for (const auto& member : members_) member->line().say(order);
     for (const auto& member : members_) ASSERT_EQ(member->answer(), answer);
   }
+  void run() {
+    ASSERT_NO_FATAL_FAILURE(beginAll());
+    ASSERT_NO_FATAL_FAILURE(work());
+    ASSERT_NO_FATAL_FAILURE(tellAll("quiet", "quiet"));
+    ASSERT_NO_FATAL_FAILURE(tellAll("settle", "settled"));
+    for (const auto& member : members_) EXPECT_TRUE(member->endedWell());
+    EXPECT_TRUE(Companion([&](Line&) { requireSound(place_.storeURL()); }).endedWell());
+  }
+  void judge(const soak::Verdict& verdict) const {
+    report(verdict);
+    verdict.expectWholeStore();
+    verdict.expectAcknowledged();
+    verdict.expectMerged();
+    EXPECT_GT(deaths_, 0);
+  }
   void report(const soak::Verdict& verdict) const {
-    std::printf("%d deaths, %zu transactions\n", deaths_, verdict.transactions());
-    for (const auto& [what, count] : verdict.counts()) {
-      std::printf("%8d %s\n", count, what.c_str());
+    std::printf("%d deaths, %lld transactions\n", deaths_,
+                static_cast<long long>(verdict.transactions()));
+    auto counts = verdict.counts();
+    for (const auto& [what, count] : counts) std::printf("%8d %s\n", count, what.c_str());
+    forEachRarity(*occasions_,
+                  [&](std::string_view what, std::uint64_t count) { show(what, count); });
+    show("kept after a failure", static_cast<std::uint64_t>(counts[soak::kKept]));
+  }
+  /// In a long run nothing of this may have stayed away.
+  void show(std::string_view what, std::uint64_t count) const {
+    std::printf("%8llu times: %.*s\n", static_cast<unsigned long long>(count),
+                static_cast<int>(what.size()), what.data());
+    if (time_ >= std::chrono::minutes(30)) {
+      EXPECT_GT(count, 0U) << what;
     }
   }
 
   const std::uint64_t seed_ = support::numberFrom("SOAK_SEED", std::random_device()());
   const std::chrono::seconds time_{support::numberFrom("SOAK_SECONDS", 5)};
   support::MigrationPlace place_;
+  support::SharedNumbers<soak::Occasions> occasions_;
+  soak::Custom custom_ = soak::Custom::keepsHistory;
   std::array<std::unique_ptr<Companion>, kMembers> members_;
   int deaths_ = 0;
 };
 
 TEST_F(Soak, LosesNothingAndMissesNothing) {
-  std::printf("to repeat: SOAK_SECONDS=%lld SOAK_SEED=%llu SoakTests\n",
-              static_cast<long long>(time_.count()), static_cast<unsigned long long>(seed_));
-  ASSERT_TRUE(Companion([&](Line&) { soak::makeStore(place_, kMembers); }).endedWell());
-  for (int i = 0; i < kMembers; ++i) {
-    begin(i);
-    ASSERT_EQ(members_[static_cast<std::size_t>(i)]->answer(), "ready");
-  }
+  ASSERT_NO_FATAL_FAILURE(run());
 
-  ASSERT_NO_FATAL_FAILURE(work());
-  ASSERT_NO_FATAL_FAILURE(tellAll("quiet", "quiet"));
-  ASSERT_NO_FATAL_FAILURE(tellAll("settle", "settled"));
-  for (const auto& member : members_) EXPECT_TRUE(member->endedWell());
-  EXPECT_TRUE(Companion([&](Line&) { requireSound(place_.storeURL()); }).endedWell());
+  judge(soak::Verdict(place_, kMembers, custom_));
+}
 
-  const soak::Verdict verdict(place_, kMembers);
-  report(verdict);
-  verdict.expectWholeStore();
-  verdict.expectAcknowledged();
-  verdict.expectMerged();
-  EXPECT_GT(deaths_, 0);
+TEST_F(Soak, MissesNothingOverAPrunedHistory) {
+  custom_ = soak::Custom::prunesHistory;
+
+  ASSERT_NO_FATAL_FAILURE(run());
+
+  const soak::Verdict verdict(place_, kMembers, custom_);
+  judge(verdict);
+  verdict.expectPruned();
 }
 
 }  // namespace

@@ -102,7 +102,8 @@ void Connection::configure(const ConnectionSettings& settings) {
       },
       this);
   setKeepsLogFile(true);
-  if (!settings.pragmas.contains("synchronous")) execute("PRAGMA synchronous=FULL");
+  // What FULL becomes, see `checkedPragmas`.
+  if (!settings.pragmas.contains("synchronous")) execute("PRAGMA synchronous=EXTRA");
   if (!settings.pragmas.contains("cache_size")) execute("PRAGMA cache_size=-8000");
   for (const auto& [name, value] : settings.pragmas) {
     // A journal in memory is each connection's own matter; every other mode is the file's, and

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
 
@@ -37,6 +38,13 @@ bool isAllowed(std::string_view name, std::string_view value) {
   if (name == "secure_delete") return contains(kSecureDelete);
   return name == "cache_size" && isNumber(value);
 }
+
+/// SQLite's FULL confirms a commit before the removal of its rollback journal is on the disk; a
+/// journal that is there again after a loss of power takes the commit back.
+std::string confirming(std::string_view name, std::string value) {
+  const bool isFull = name == "synchronous" && (value == "FULL" || value == "2");
+  return isFull ? "EXTRA" : std::move(value);
+}
 }  // namespace
 
 std::map<std::string, std::string> checkedPragmas(
@@ -44,13 +52,13 @@ std::map<std::string, std::string> checkedPragmas(
   std::map<std::string, std::string> result;
   for (const auto& [givenName, givenValue] : pragmas) {
     const std::string name = folded(givenName, 'A', 'Z', 'a' - 'A');
-    const std::string value = folded(givenValue, 'a', 'z', 'A' - 'a');
+    std::string value = folded(givenValue, 'a', 'z', 'A' - 'a');
     if (!isAllowed(name, value)) {
       std::string text = "A store takes no pragma \"";
       text.append(givenName).append("\" with the value \"").append(givenValue).append("\".");
       throw storeError(StoreErrorCode::invalidOption, text);
     }
-    result.emplace(name, value);
+    result.emplace(name, confirming(name, std::move(value)));
   }
   return result;
 }

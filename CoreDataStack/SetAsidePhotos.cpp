@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "CoreData/Model/NSManagedObjectModel.h"
+#include "CoreData/SQLite/StoreFile.h"
 #include "CoreDataStack/BuildIdentifiers.h"
 #include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
 #include "CoreDataStack/PhotoDirectories.h"
@@ -52,6 +53,13 @@ void merge(const URL& from, const URL& to) {
   if (files().contentsOfDirectory(from).empty()) files().removeItem(from);
 }
 
+/// Makes what was moved into a directory and out of it survive a loss of power.
+void syncEntries(const URL& directory) {
+  if (isDirectory(directory)) {
+    coredata::syncDirectoryOf(*directory.appendingPathComponent(kPhotoDirectory).filePath());
+  }
+}
+
 }  // namespace
 
 std::optional<SetAsidePhotos> SetAsidePhotos::ofStore(const URL& store) {
@@ -90,6 +98,16 @@ void SetAsidePhotos::setAside(const std::set<std::string>& names) const {
     for (const std::string& name : names) {
       const URL file = from.appendingPathComponent(name);
       if (exists(file)) move(file, to.appendingPathComponent(name));
+    }
+  }
+  if (exist()) sync();
+}
+
+void SetAsidePhotos::sync() const {
+  for (const URL& whole : {container_, aside_}) {
+    syncEntries(whole);
+    for (const std::string_view kind : kPhotoDirectories) {
+      syncEntries(whole.appendingPathComponent(kind));
     }
   }
 }

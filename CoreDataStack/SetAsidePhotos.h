@@ -32,7 +32,8 @@ class SetAsidePhotos {
   /// Moves the directories of the photos and their thumbnails aside, `names` being the photos that
   /// the store knows. Where other files lie among the photos, which may be another store's, only
   /// the store's own go; so too while another store's photos are aside, which may be half of them.
-  /// The directories then stay, also when they are empty.
+  /// The directories then stay, also when they are empty. The files are still aside after a loss of
+  /// power: beside the new store nobody would look for them in their old place.
   void setAside(const std::set<std::string>& names) const;
   /// Undoes `setAside`. A file in whose place another one lies by now stays aside.
   void putBack() const;
@@ -45,6 +46,7 @@ class SetAsidePhotos {
   [[nodiscard]] const foundation::URL& directory() const noexcept { return aside_; }
 
  private:
+  void sync() const;
   [[nodiscard]] bool othersAreAside() const;
 
   foundation::URL container_;

@@ -89,11 +89,12 @@ void makeMarker(int parent, const std::string& path) {
 }
 
 /// Makes the directory if it is missing. The marker comes first: whoever finds a directory can rely
-/// on its marker, also when its maker was killed between the two.
+/// on its marker, also when its maker was killed between the two, or the power failed.
 void makeMissingChild(int parent, const std::string& path) {
   FileSystem& files = FileSystem::current();
   if (!isMissing(files.status(parent, kName, AT_SYMLINK_NOFOLLOW))) return;
   makeMarker(parent, path);
+  required(files.sync(parent), path, "made");
   const auto made = files.makeDirectory(parent, kName, kPrivateDirectory);
   if (!made && made.error() != EEXIST) throw fileFailure(made.error(), path, "made");
 }

@@ -54,6 +54,7 @@ class RestoredStore {
   };
   [[nodiscard]] State state() const;
   void lay() const { scene_.lay(); }
+  [[nodiscard]] const support::Scene& scene() const noexcept { return scene_; }
   /// What lies in the store's directory that is not there after an undisturbed start of the store
   /// in this state, but for the file of a claim that died: it is nobody's. A restore's temporary
   /// file, and the copy that it keeps, are where temporary files are.

@@ -24,8 +24,8 @@ bool succeeds(foundation::FunctionRef<void()> work) {
 
 void Scene::remember() { files_ = filesIn(place_.directory()); }
 
-void Scene::lay() const {
-  putFiles(files_, place_.directory());
+void Scene::lay(const Files& files) const {
+  putFiles(files, place_.directory());
   fs::create_directories(place_.container());
 }
 

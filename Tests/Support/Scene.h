@@ -16,7 +16,9 @@ class Scene {
   [[nodiscard]] const MigrationPlace& place() const noexcept { return place_; }
   /// What lies here now is what `lay` puts back.
   void remember();
-  void lay() const;
+  void lay() const { lay(files_); }
+  /// Puts other files there instead.
+  void lay(const Files& files) const;
   [[nodiscard]] const Files& remembered() const noexcept { return files_; }
   /// The files that lie here now, apart from what an open store has beside it.
   [[nodiscard]] std::set<std::string> names() const;

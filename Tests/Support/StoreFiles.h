@@ -13,7 +13,7 @@ namespace support {
 using Files = std::map<std::string, std::string>;
 
 [[nodiscard]] Files filesIn(const std::filesystem::path& directory);
-/// Makes the directory hold these files and nothing else.
+/// Makes the directory hold these files and nothing else, for their owner alone.
 void putFiles(const Files& files, const std::filesystem::path& directory);
 
 /// Nothing where there is no file.

@@ -26,6 +26,17 @@ void doInChild(foundation::FunctionRef<void()> work) {
 
 }  // namespace
 
+foundation::Ref<coredata::NSManagedObjectContext> contextOver(const foundation::URL& store,
+                                                              const StoreMode& mode) {
+  const auto container = support::containerWithoutStore();
+  coredata::NSPersistentStoreDescription description(store);
+  description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
+  description.setValue(mode.journalMode, "journal_mode");
+  description.setValue(mode.synchronous, "synchronous");
+  container->persistentStoreCoordinator()->addPersistentStore(description);
+  return container->newBackgroundContext();
+}
+
 WorkedStore::WorkedStore(const Workload& workload, const StoreMode& mode)
     : workload_(workload), mode_(mode) {
   doInChild([this] { makeStore(); });
@@ -43,13 +54,7 @@ std::filesystem::path WorkedStore::path() const {
 }
 
 foundation::Ref<coredata::NSManagedObjectContext> WorkedStore::opened() const {
-  const auto container = support::containerWithoutStore();
-  coredata::NSPersistentStoreDescription description(scene_.place().storeURL());
-  description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
-  description.setValue(mode_.journalMode, "journal_mode");
-  description.setValue(mode_.synchronous, "synchronous");
-  container->persistentStoreCoordinator()->addPersistentStore(description);
-  return container->newBackgroundContext();
+  return contextOver(scene_.place().storeURL(), mode_);
 }
 
 void WorkedStore::makeStore() const {

@@ -29,6 +29,11 @@ inline const StoreMode kUnconfirmed{"Unconfirmed", "WAL", "NORMAL"};
 /// With a rollback journal.
 inline const StoreMode kJournalled{"Journalled", "DELETE", "FULL"};
 
+/// A context on a private queue over the store, which is made when it is missing, with the history
+/// on.
+[[nodiscard]] foundation::Ref<coredata::NSManagedObjectContext> contextOver(
+    const foundation::URL& store, const StoreMode& mode);
+
 /// A store on which a workload is done again and again, each time from the same files, and which
 /// knows what the store holds after each of its saves when nothing disturbs them.
 class WorkedStore {

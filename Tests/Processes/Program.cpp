@@ -70,6 +70,11 @@ Ref<Program::Context> Program::newContext() const {
   return context;
 }
 
+void Program::close() const {
+  const auto& coordinator = stack_->persistentStoreCoordinator();
+  coordinator->removePersistentStore(coordinator->store());
+}
+
 void Program::afterMerging(std::function<void(const Transactions&)> handler) {
   token_ = foundation::NSNotificationCenter::defaultCenter().addObserver(
       coredatastack::CoreDataNotificationName::NSPersistentHistoryDidMerge, nullptr,

@@ -47,6 +47,9 @@ class Program {
   /// How far its passes have come.
   [[nodiscard]] std::optional<foundation::Date> stamp() const;
 
+  /// Closes the store, which stays open otherwise: those who follow it live on.
+  void close() const;
+
   /// Calls `handler` after each pass over the history, on the thread of the pass.
   void afterMerging(std::function<void(const Transactions&)> handler);
   /// The view context and a context that has seen nothing hold the same.

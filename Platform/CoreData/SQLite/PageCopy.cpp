@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "CoreData/SQLite/InheritedFiles.h"
 #include "CoreData/SQLite/StoreFile.h"
 #include "CoreData/SQLite/StoreVFS.h"
 #include "Foundation/Values/Error.h"
@@ -26,6 +27,7 @@ using Database = std::unique_ptr<sqlite3, Closing>;
 Database opened(const std::string& path) {
   constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
   sqlite3* handle = nullptr;
+  keepInheritedFilesApart();
   const int result = sqlite3_open_v2(path.c_str(), &handle, kFlags, storeVFS());
   Database database(handle);
   if (result != SQLITE_OK) throw failure(result);

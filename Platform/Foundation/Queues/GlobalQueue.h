@@ -6,8 +6,8 @@ namespace foundation {
 
 /// The process's concurrent queue: blocks run side by side, in no order, never on the main thread.
 ///
-/// Threading: safe on any thread. Its threads block all signals and live to the end of the process;
-/// nothing of it may be used in a forked child.
+/// Threading: safe on any thread. Its threads block all signals and live to the end of the process.
+/// A forked child has a queue of its own, without the blocks of its parent's.
 class GlobalQueue {
  public:
   GlobalQueue(const GlobalQueue&) = delete;

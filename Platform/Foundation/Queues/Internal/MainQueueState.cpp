@@ -11,6 +11,7 @@
 
 #include "Foundation/Queues/GlobalQueue.h"
 #include "Foundation/Queues/Internal/AsynchronousBlock.h"
+#include "Foundation/Queues/Internal/OfProcess.h"
 #include "Foundation/Values/FatalError.h"
 
 namespace foundation {
@@ -47,10 +48,7 @@ class MainQueueState::Serving {
   Lock lock_;
 };
 
-MainQueueState& MainQueueState::shared() {
-  static auto& state = *new MainQueueState;
-  return state;
-}
+MainQueueState& MainQueueState::shared() { return OfProcess<MainQueueState>::get(); }
 
 void MainQueueState::enqueue(Block block) {
   Lock lock(mutex_);

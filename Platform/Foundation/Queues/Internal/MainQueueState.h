@@ -20,7 +20,8 @@ class MainQueueState {
   MainQueueState(const MainQueueState&) = delete;
   MainQueueState& operator=(const MainQueueState&) = delete;
 
-  /// The process's one. Lives to the end of the process: blocks may be enqueued while it ends.
+  /// The process's one. Lives to the end of the process: blocks may be enqueued while it ends. A
+  /// forked child has one of its own, which begins empty.
   [[nodiscard]] static MainQueueState& shared();
 
   void enqueue(Block block);

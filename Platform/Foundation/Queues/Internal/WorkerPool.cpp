@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Foundation/Internal/SignalBlock.h"
+#include "Foundation/Queues/Internal/OfProcess.h"
 
 namespace foundation {
 
@@ -22,11 +23,7 @@ constexpr std::chrono::seconds kIdleTime{10};
 
 WorkerPool::WorkerPool() : keptWorkers_(std::max(2U, std::thread::hardware_concurrency())) {}
 
-WorkerPool& WorkerPool::shared() {
-  // Never destroyed: workers may be busy while the process ends.
-  static auto& pool = *new WorkerPool;
-  return pool;
-}
+WorkerPool& WorkerPool::shared() { return OfProcess<WorkerPool>::get(); }
 
 void WorkerPool::prepare() {
   if (isPrepared_.load(std::memory_order_acquire)) return;

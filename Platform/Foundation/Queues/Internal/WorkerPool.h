@@ -31,7 +31,8 @@ class Job {
 /// Nothing is joined at exit.
 class WorkerPool {
  public:
-  /// The process's pool. Lives to the end of the process, static destructors included.
+  /// The process's pool. Lives to the end of the process, static destructors included: workers may
+  /// be busy while it ends. A forked child has a pool of its own, without its parent's jobs.
   [[nodiscard]] static WorkerPool& shared();
 
   /// Makes sure that there is a worker at all. Throws `std::system_error` when the system gives
@@ -42,7 +43,11 @@ class WorkerPool {
   void submit(Job& job) noexcept;
 
  private:
+  template <typename T>
+  friend class OfProcess;
+
   WorkerPool();
+  ~WorkerPool() = default;
 
   void startWorker();
   void startWorkerIfPossible() noexcept;

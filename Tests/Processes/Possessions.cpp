@@ -1,0 +1,39 @@
+#include "Tests/Processes/Possessions.h"
+
+#include <malloc.h>
+
+#include <iterator>
+
+namespace support {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::multiset<std::string> openDescriptors() {
+  std::multiset<std::string> result;
+  for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+    std::error_code error;
+    const fs::path target = fs::read_symlink(entry.path(), error);
+    // The iteration's own descriptor.
+    if (!error && !target.string().ends_with("/fd")) result.insert(target.string());
+  }
+  return result;
+}
+
+}  // namespace
+
+Possessions Possessions::look(const fs::path& below) {
+  Possessions result;
+  result.descriptors = openDescriptors();
+  result.threads = static_cast<std::size_t>(
+      std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
+  for (const auto& entry : fs::recursive_directory_iterator(below)) {
+    result.files.insert(entry.path().lexically_relative(below).string());
+  }
+  const auto memory = ::mallinfo2();
+  result.heap = memory.uordblks + memory.hblkhd;
+  return result;
+}
+
+}  // namespace support

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -150,6 +151,38 @@ TEST(StoreReplacementFaults, LeaveAMissingStoreMissingOrWholeAfterDeathAtAnyPoin
       break;
     }
   }
+}
+
+TEST(StoreReplacementFaults, LeaveAStoreThatReplacesItselfAsItWasAtAnyPoint) {
+  const Stores stores;
+  EXPECT_FALSE(stores.isReplaced());
+  const std::string before = shelf::readFile(stores.old.path());
+  const auto replaceByItself = [&](const std::function<void(FaultVFS&)>& fault) {
+    const ChildOutcome outcome = support::runInChild([&](const auto& done) {
+      FaultVFS vfs;
+      vfs.watch(support::kEverything);
+      const StoreVFSOverride override(vfs.name());
+      fault(vfs);
+      try {
+        coredata::replaceStore(stores.old.url(), stores.old.url(), kImpatient);
+      } catch (const foundation::Error& error) {
+        done.send(error.what());
+      }
+      done.send(vfs.faultWasReached() ? "reached" : "done");
+    });
+    EXPECT_EQ(shelf::readFile(stores.old.path()), before);
+    EXPECT_FALSE(stores.isReplaced());
+    return outcome;
+  };
+
+  std::size_t point = 1;
+  while (replaceByItself([&](FaultVFS& vfs) { vfs.killAt(point); }).wasKilled()) {
+    const auto failed =
+        replaceByItself([&](FaultVFS& vfs) { vfs.failAt(point, SQLITE_IOERR, true); });
+    EXPECT_EQ(failed.acknowledged.back(), "reached") << point;
+    ++point;
+  }
+  EXPECT_GT(point, 5U);
 }
 
 class StoreReplacementErrors : public testing::TestWithParam<std::tuple<int, bool>> {};

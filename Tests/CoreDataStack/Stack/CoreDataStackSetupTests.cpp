@@ -115,6 +115,53 @@ TEST_F(CoreDataStackSetup, LivesUntilItsMigrationHasEnded) {
             Version::version7);
 }
 
+TEST_F(CoreDataStackSetup, LetsItsCompletionUseTheStack) {
+  const auto made = stack();
+  Texts found;
+
+  made->setup([&](const auto&) {
+    made->managedObjectContext()->insertNewObject("Activity")->setValue("Row", "title");
+    made->managedObjectContext()->save();
+    found = titles(*made->managedObjectContext());
+  });
+
+  EXPECT_EQ(found, Texts{"Row"});
+}
+
+TEST_F(CoreDataStackSetup, LetsTheCompletionOfAMigrationUseTheStack) {
+  addStore(Version::version6);
+  const auto made = stack();
+  Texts found;
+
+  made->setup([&](const auto&) {
+    const auto context = made->privateManagedObjectContext();
+    context->performBlockAndWait([&] {
+      context->insertNewObject("Activity")->setValue("Row", "title");
+      context->save();
+      found = titles(*context);
+    });
+  });
+
+  EXPECT_TRUE(support::runMainQueueUntil([&] { return whatHappened().back() == "finished"; }));
+  EXPECT_EQ(found, (Texts{"Run", "Row"}));
+}
+
+TEST_F(CoreDataStackSetup, LetsItsCompletionOpenAnotherStore) {
+  addStore(Version::version7);
+  const auto made = stack();
+  int openings = 0;
+
+  made->setup([&](const auto&) {
+    made->reload(configuration(Stage::extensions, "Another.sqlite"),
+                 [&](const auto& opened) { openings += opened ? 1 : 0; });
+  });
+
+  EXPECT_EQ(openings, 1);
+  ASSERT_EQ(made->persistentStoreCoordinator()->persistentStores().size(), 1U);
+  EXPECT_EQ(*made->persistentStoreCoordinator()->store()->url(), place_.at("Another.sqlite"));
+  EXPECT_EQ(titles(*made->managedObjectContext()), Texts());
+}
+
 TEST_F(CoreDataStackSetup, HandsAStoreOfNoKnownVersionToTheMigrator) {
   const auto container =
       make<coredata::NSPersistentContainer>("Unknown", coredata::NSManagedObjectModel::empty());

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 
 #include "CoreDataStack/Stack/CoreDataStack.h"
@@ -54,10 +55,15 @@ class OpenAndClose : public testing::Test {
         support::runMainQueueUntil([] { return false; }, std::chrono::milliseconds(300)));
     return Possessions::look(place_.directory());
   }
+  /// What the C library has set aside for the next time counts as in use. It is told not to by
+  /// those who run this as a test, see CMakeLists.txt; then a few tables' growth is left.
+  static std::size_t slack() {
+    constexpr std::size_t kOfTables = std::size_t{16} * 1024;
+    constexpr std::size_t kSetAside = std::size_t{512} * 1024;
+    return std::getenv("GLIBC_TUNABLES") != nullptr ? kOfTables : kSetAside;
+  }
   void expectNothingLeaks() {
     constexpr std::uint64_t kWarmUp = 20;
-    // What a page or a table's growth may take, and far less than a byte a cycle in a long run.
-    constexpr std::size_t kSlack = 64 * 1024;
     const std::uint64_t times = support::numberFrom("OPEN_CYCLES", 50);
     cycle(kWarmUp);
     const Possessions before = atRest();
@@ -68,7 +74,7 @@ class OpenAndClose : public testing::Test {
     EXPECT_EQ(after.descriptors, before.descriptors);
     EXPECT_LE(after.threads, before.threads);
     EXPECT_EQ(after.files, before.files);
-    EXPECT_LE(after.heap, before.heap + kSlack);
+    EXPECT_LE(after.heap, before.heap + slack());
     std::printf("%llu times: %zu descriptors, %zu threads, %zu files, heap %zu and %zu bytes\n",
                 static_cast<unsigned long long>(times), after.descriptors.size(), after.threads,
                 after.files.size(), before.heap, after.heap);

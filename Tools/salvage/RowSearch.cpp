@@ -78,7 +78,6 @@ RowSearch::RowSearch(const PageFile& file, const StoredTables& tables,
   for (const NSEntityDescription* entity : model.entities()) {
     if (!entity->isAbstract()) entities_.emplace_back(*entity);
   }
-  addFreePages(file_, taken_);
   static_cast<void>(leavesOf(file_, 1, taken_));
   for (const auto& [name, table] : tables) {
     if (std::ranges::none_of(entities_,
@@ -86,6 +85,8 @@ RowSearch::RowSearch(const PageFile& file, const StoredTables& tables,
       static_cast<void>(leavesOf(file_, table.root, taken_));
   }
   for (FoundRows& rows : entities_) searchTable(rows, tables);
+  // After the tables: a list that is wrong must not take a page from one.
+  for (const PageNumber page : freePages(file_)) taken_.add(page);
   searchStrays();
   settle();
 }

@@ -78,22 +78,31 @@ TreeLeaves leavesOf(const PageFile& file, PageNumber root, PageSet& taken) {
   return leaves;
 }
 
-void addFreePages(const PageFile& file, PageSet& to) {
+std::vector<PageNumber> freePages(const PageFile& file) {
   // trunk := next:u32 count:u32 page:u32*
   constexpr std::size_t kFirstTrunk = 32;
+  constexpr std::size_t kCount = 36;
   constexpr std::size_t kNumber = 4;
   const Bytes header = file.page(1);
-  if (header.empty()) return;
+  if (header.empty()) return {};
   const auto numberAt = [](Bytes bytes, std::size_t offset) {
     return static_cast<PageNumber>(bigEndian(bytes.subspan(offset, kNumber)));
   };
-  for (PageNumber trunk = numberAt(header, kFirstTrunk); to.add(trunk);) {
+  std::vector<PageNumber> pages;
+  PageSet seen(file);
+  const auto add = [&](PageNumber page) {
+    const bool isNew = seen.add(page);
+    if (isNew) pages.push_back(page);
+    return isNew;
+  };
+  for (PageNumber trunk = numberAt(header, kFirstTrunk); add(trunk);) {
     const Bytes page = file.page(trunk);
     const std::size_t room = page.size() / kNumber - 2;
     const std::size_t count = std::min<std::size_t>(numberAt(page, kNumber), room);
-    for (std::size_t i = 0; i < count; ++i) to.add(numberAt(page, (i + 2) * kNumber));
+    for (std::size_t i = 0; i < count; ++i) add(numberAt(page, (i + 2) * kNumber));
     trunk = numberAt(page, 0);
   }
+  return pages.size() == numberAt(header, kCount) ? pages : std::vector<PageNumber>();
 }
 
 }  // namespace salvage

@@ -32,7 +32,7 @@ struct TreeLeaves {
 /// Walks a tree. Pages in `taken` belong to others; those of this tree are added.
 [[nodiscard]] TreeLeaves leavesOf(const PageFile& file, PageNumber root, PageSet& taken);
 
-/// Adds the pages that the file's header says hold nothing.
-void addFreePages(const PageFile& file, PageSet& to);
+/// The pages that the file says hold nothing; none when their number is not what the header says.
+[[nodiscard]] std::vector<PageNumber> freePages(const PageFile& file);
 
 }  // namespace salvage

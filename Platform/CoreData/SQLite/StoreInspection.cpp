@@ -1,8 +1,12 @@
 #include "CoreData/SQLite/StoreInspection.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
+#include <array>
+#include <bit>
 #include <compare>
+#include <numeric>
 #include <utility>
 
 #include "CoreData/SQLite/Connection.h"
@@ -42,6 +46,33 @@ std::optional<FileIdentity> identityOf(const std::optional<FileState>& state) {
 }
 
 std::int64_t sizeOf(const std::optional<FileState>& state) { return state ? state->size : 0; }
+
+/// Whether a log begins with what SQLite takes for the beginning of one, or with nothing. For a
+/// damaged one it would look for ten seconds, in an index that may only be read, for whoever
+/// is changing it. Locks are on the index and not on the log, so closing that loses none.
+bool hasReadableHeader(const std::string& log) {
+  constexpr std::uint32_t kMagic = 0x377f0682;
+  constexpr std::size_t kPageSize = 8;
+  std::array<std::uint8_t, kPageSize + sizeof(std::uint32_t)> header{};
+  const auto file = foundation::FileDescriptor::open(AT_FDCWD, log.c_str(), O_RDONLY);
+  if (!file) return true;
+  const auto size = foundation::FileSystem::current().read(file->get(), header);
+  // What cannot be read is SQLite's to complain of.
+  if (!size || *size < header.size()) return true;
+  const auto number = [&](std::size_t at) {
+    return std::accumulate(header.begin() + static_cast<std::ptrdiff_t>(at),
+                           header.begin() + static_cast<std::ptrdiff_t>(at + sizeof(std::uint32_t)),
+                           std::uint32_t{0},
+                           [](std::uint32_t sum, std::uint8_t byte) { return sum << 8U | byte; });
+  };
+  if (number(0) == 0 && number(kPageSize) == 0) return true;
+  constexpr std::uint32_t kSmallest = 512;
+  constexpr std::uint32_t kLargest = 65536;
+  const std::uint32_t pageSize = number(kPageSize);
+  // The lowest bit of the first number tells the order of the bytes in checksums.
+  return (number(0) & ~1U) == kMagic && std::has_single_bit(pageSize) && pageSize >= kSmallest &&
+         pageSize <= kLargest;
+}
 }  // namespace
 
 /// A store's file and what SQLite keeps beside it.
@@ -49,13 +80,17 @@ struct StoreInspection::Files {
   std::optional<FileState> store;
   std::optional<FileState> log;
   std::optional<FileState> index;
+  bool hasReadableLog;
 
   explicit Files(const std::string& path)
-      : store(stateOf(path)), log(stateOf(path + "-wal")), index(stateOf(path + "-shm")) {}
+      : store(stateOf(path)),
+        log(stateOf(path + "-wal")),
+        index(stateOf(path + "-shm")),
+        hasReadableLog(!log || hasReadableHeader(path + "-wal")) {}
 
   /// Who has a store with a log open has both. They also stay when the last one closes, and can
   /// then be read as well.
-  [[nodiscard]] bool mayBeOpen() const { return log && index; }
+  [[nodiscard]] bool mayBeOpen() const { return log && index && hasReadableLog; }
 
   [[nodiscard]] bool areSameAs(const Files& before) const {
     if (identityOf(log) != identityOf(before.log) || identityOf(index) != identityOf(before.index))

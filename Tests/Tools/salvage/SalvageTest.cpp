@@ -292,6 +292,20 @@ TEST_F(Salvage, ReadsNoPageOfARecordTwice) {
   EXPECT_TRUE(check().isSound());
 }
 
+TEST_F(Salvage, BelievesNoListOfFreePagesOverATable) {
+  const std::string hash = store.contentHash();
+  const std::int64_t root =
+      store.number("SELECT rootpage FROM sqlite_schema WHERE name='Activity'");
+  changeBytes([&](std::string& bytes) {
+    bytes.replace(32, 8, std::string("\0\0\0\0\0\0\0\1", 8));
+    bytes[35] = static_cast<char>(root);
+  });
+
+  static_cast<void>(salvage());
+
+  EXPECT_EQ(check().contentHash, hash);
+}
+
 TEST_F(Salvage, LosesNoMoreThanTheRowsOfAPage) {
   const std::string whole = store.bytes();
   const std::int64_t rows = salvage().found();

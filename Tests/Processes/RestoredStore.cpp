@@ -125,7 +125,7 @@ RestoredStore::Ending RestoredStore::restore(const support::FileTrouble& trouble
   });
   static_cast<void>(other.answer());
   // One that comes after a restore that was killed must not give its copy the same name.
-  const Fixed fixed(point == 0 ? kRandomSeed + 1 : kRandomSeed);
+  const Fixed fixed(kRandomSeed + point);
   const auto logger = make<RecordingLogger>();
   Ending ending;
   bool isComplete = false;

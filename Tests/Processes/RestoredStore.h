@@ -37,6 +37,9 @@ class RestoredStore {
   [[nodiscard]] Ending restore(const support::FileTrouble& trouble = {}, std::size_t point = 0,
                                const support::FileOperationCount& of = {}) const;
 
+  /// What the next start of the application does.
+  void start() const;
+
   // In the process that has the scene.
 
   [[nodiscard]] support::FileOperationCount countOperations(
@@ -68,7 +71,6 @@ class RestoredStore {
  private:
   void makeStore() const;
   void makeBackup(const Version& version);
-  void start() const;
   [[nodiscard]] std::set<std::string> names() const;
   [[nodiscard]] std::filesystem::path path() const;
   [[nodiscard]] std::string rows(const std::filesystem::path& store) const;

@@ -20,6 +20,10 @@ std::size_t tries(std::size_t quick, std::size_t full) {
   return effort() == "full" || effort() == "all" ? full : quick;
 }
 
+std::size_t tries(std::size_t quick, std::size_t full, std::size_t all) {
+  return effort() == "all" ? all : tries(quick, full);
+}
+
 std::vector<std::size_t> points(std::size_t count, std::size_t quick, std::size_t full) {
   const std::size_t wanted = effort() == "all" ? count : std::min(count, tries(quick, full));
   std::vector<std::size_t> result;

@@ -9,6 +9,8 @@ namespace support {
 /// How often tests that hit many points try: as the environment's `TEST_EFFORT` says, "full" or
 /// "all", and otherwise as often as a quick run has the time for.
 [[nodiscard]] std::size_t tries(std::size_t quick, std::size_t full);
+/// The same where "all" is another number than "full".
+[[nodiscard]] std::size_t tries(std::size_t quick, std::size_t full, std::size_t all);
 
 /// At most so many of the points 1 to `count`, spread evenly, the first and the last among them;
 /// every one for "all".

@@ -111,6 +111,12 @@ OldStore::State OldStore::state() const {
   return contents == old_ ? State::old : State::neither;
 }
 
+bool OldStore::wentOnWithoutWidgets() const {
+  const StoreLook look(path());
+  return look.column("SELECT 1 FROM sqlite_master WHERE name='ActivityWidgetGroup'").size() == 1 &&
+         look.column("SELECT 1 FROM ActivityWidgetGroup").empty();
+}
+
 bool OldStore::isSameFile() const { return options_.hasLog || bytesOf(path()) == oldBytes_; }
 
 bool OldStore::photosAreInFiles() const {

@@ -51,6 +51,9 @@ class OldStore {
     neither,
   };
   [[nodiscard]] State state() const;
+  /// Whether it was brought forward without its widgets: an error with them alone is printed and
+  /// forgotten, since they can be arranged anew.
+  [[nodiscard]] bool wentOnWithoutWidgets() const;
   /// Whether its file is what it was to the byte. The log of a killed writer may have been folded
   /// into it.
   [[nodiscard]] bool isSameFile() const;

@@ -7,6 +7,7 @@
 
 namespace power {
 
+using support::below;
 using Kind = DiskOperation::Kind;
 
 namespace {

@@ -5,6 +5,8 @@
 
 namespace power {
 
+using support::below;
+
 namespace {
 
 constexpr std::size_t kSector = 512;
@@ -14,10 +16,6 @@ void grow(std::string& content, std::size_t size) {
 }
 
 }  // namespace
-
-std::uint64_t below(Chance& chance, std::uint64_t bound) {
-  return std::uniform_int_distribution<std::uint64_t>(0, bound - 1)(chance);
-}
 
 void LosingFile::write(std::int64_t offset, std::string bytes) {
   changes_.push_back({Change::Kind::write, static_cast<std::size_t>(offset), std::move(bytes)});

@@ -1,16 +1,14 @@
 #pragma once
 
 #include <cstdint>
-#include <random>
 #include <string>
 #include <vector>
 
+#include "Tests/Support/Chance.h"
+
 namespace power {
 
-/// What chance decides with: the same for the same seed.
-using Chance = std::mt19937_64;
-/// A number below `bound`.
-[[nodiscard]] std::uint64_t below(Chance& chance, std::uint64_t bound);
+using support::Chance;
 
 /// A file's content, and which of it the disk has for certain.
 class LosingFile {

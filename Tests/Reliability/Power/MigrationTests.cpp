@@ -44,7 +44,7 @@ TEST_P(PowerLossOfMigration, LeavesTheStoreOldOrNewAndTheNextStartFinishes) {
     disk.mark(1);
   });
   std::size_t number = 0;
-  losses.forEach(support::tries(2, 20), [&](const Loss& loss) {
+  losses.forEach(support::tries(2, 20, 100), [&](const Loss& loss) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, describe(loss));
     lone_.scene.lay(loss.files);
     expectWhole(loss);

@@ -51,7 +51,7 @@ TEST_P(PowerLossOfNewStore, LeavesAPlaceThatOpensWithWhatWasAcknowledged) {
                            [&](power::RecordedDisk& disk) { makeAndFill(disk); });
   const bool waitsForDisk = GetParam().synchronous != "NORMAL";
   std::size_t number = 0;
-  losses.forEach(support::tries(2, 20), [&](const Loss& loss) {
+  losses.forEach(support::tries(2, 20, 100), [&](const Loss& loss) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, describe(loss));
     scene_.lay(loss.files);
     const auto found = activities();

@@ -68,7 +68,7 @@ class PowerLoss : public testing::TestWithParam<std::tuple<Workload, StoreMode>>
 TEST_P(PowerLoss, LeavesWhatWasAcknowledged) {
   const PowerLosses losses = recorded();
   std::size_t number = 0;
-  losses.forEach(support::tries(2, 20), [&](const Loss& loss) {
+  losses.forEach(support::tries(2, 20, 100), [&](const Loss& loss) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, describe(loss));
     expectWhole(loss);
     if (number++ % kGoesOnEvery == 0) expectGoesOn(loss);

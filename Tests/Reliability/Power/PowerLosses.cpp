@@ -14,6 +14,7 @@
 
 namespace power {
 
+using support::below;
 using Kind = DiskOperation::Kind;
 
 namespace {

@@ -43,7 +43,7 @@ TEST_P(PowerLossOfRestore, LeavesTheOldStoreOrTheBackup) {
   });
   std::map<State, int> states;
   std::size_t number = 0;
-  losses.forEach(support::tries(2, 20), [&](const Loss& loss) {
+  losses.forEach(support::tries(2, 20, 100), [&](const Loss& loss) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, describe(loss));
     restored_.scene().lay(loss.files);
     const State state = restored_.state();

@@ -13,17 +13,11 @@
 #include "CoreDataStack/History/PersistentHistoryObserver.h"
 #include "Tests/CoreDataStack/History/HistoryPlace.h"
 #include "Tests/Support/FaultVFS.h"
-#include "Tests/Support/ForwardingFileSystem.h"
 #include "Tests/Support/Interleaving.h"
 #include "Tests/Support/RecordingLogger.h"
+#include "Tests/Support/UnsyncedFiles.h"
 
 namespace support {
-
-/// Nothing waits for the disk.
-class UnsyncedFiles final : public ForwardingFileSystem {
- public:
-  foundation::FileResult<void> sync(int /*file*/) override { return {}; }
-};
 
 /// In force before the place opens its stores: who waits for a lock lets another go on.
 struct YieldingFiles {

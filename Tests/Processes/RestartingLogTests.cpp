@@ -17,7 +17,7 @@
 #include "Foundation/Values/Error.h"
 #include "Tests/Processes/Companion.h"
 #include "Tests/Processes/SharedNumbers.h"
-#include "Tests/Support/Effort.h"
+#include "Tests/Support/EnvironmentSetting.h"
 #include "Tests/Support/ErrorCode.h"
 #include "Tests/Support/FaultVFS.h"
 #include "Tests/Support/MigrationPlace.h"
@@ -112,7 +112,7 @@ void runFor(std::chrono::milliseconds time, Round&& round) {
 }
 
 std::chrono::milliseconds timeGiven() {
-  return std::chrono::seconds(support::numberFrom("LOG_RACE_SECONDS", 3)) / 2;
+  return std::chrono::seconds(support::environmentSetting("LOG_RACE_SECONDS", 3)) / 2;
 }
 
 std::string nameOf(int process) { return "process " + std::to_string(process); }

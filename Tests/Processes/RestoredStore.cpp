@@ -131,7 +131,7 @@ RestoredStore::Ending RestoredStore::restore(const support::FileTrouble& trouble
   bool isComplete = false;
   {
     std::optional<support::FileFaults> faults;
-    if (point != 0) faults.emplace(trouble, point, of);
+    if (point != 0 || trouble.room) faults.emplace(trouble, point, of);
     stackOver(scene_.place().storeURL(), logger)
         ->restoreFromDropbox(backup_, [&](const Failure& failure) {
           isComplete = true;
@@ -146,14 +146,10 @@ RestoredStore::Ending RestoredStore::restore(const support::FileTrouble& trouble
 support::FileOperationCount RestoredStore::countOperations(
     const support::FileTrouble& trouble) const {
   scene_.lay();
-  const auto outcome = support::runInChild([&](const Acknowledgements& done) {
-    const support::FileFaults faults(trouble);
+  return support::countOperations(trouble, [&] {
     const Ending ending = restore();
     if (!ending.error.empty()) throw std::runtime_error(ending.error);
-    done.send(std::to_string(faults.count().sqlite));
-    done.send(std::to_string(faults.count().others));
   });
-  return {std::stoul(outcome.acknowledged.at(0)), std::stoul(outcome.acknowledged.at(1))};
 }
 
 bool RestoredStore::starts() const {

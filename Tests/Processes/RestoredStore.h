@@ -32,8 +32,8 @@ class RestoredStore {
     /// What the logger was told.
     std::vector<std::string> logged;
   };
-  /// Restores, with trouble at a point, if any. Two runs do the same: clock and random source are
-  /// fixed.
+  /// Restores, with trouble at a point, or with little room, if any. Two runs do the same: clock
+  /// and random source are fixed.
   [[nodiscard]] Ending restore(const support::FileTrouble& trouble = {}, std::size_t point = 0,
                                const support::FileOperationCount& of = {}) const;
 

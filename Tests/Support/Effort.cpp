@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <string>
 #include <string_view>
 
 namespace support {
@@ -32,11 +31,6 @@ std::vector<std::size_t> points(std::size_t count, std::size_t quick, std::size_
     result.push_back(wanted == 1 ? 1 : 1 + i * (count - 1) / (wanted - 1));
   }
   return result;
-}
-
-std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise) {
-  const char* text = std::getenv(variable);
-  return text == nullptr ? otherwise : std::stoull(text);
 }
 
 }  // namespace support

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
 namespace support {
@@ -16,8 +15,5 @@ namespace support {
 /// every one for "all".
 [[nodiscard]] std::vector<std::size_t> points(std::size_t count, std::size_t quick,
                                               std::size_t full);
-
-/// The number in a variable of the environment, for what a run can be told: how long, which seed.
-[[nodiscard]] std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise);
 
 }  // namespace support

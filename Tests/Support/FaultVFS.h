@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -11,32 +12,13 @@
 #include <utility>
 #include <vector>
 
+#include "Tests/Support/DiskSpace.h"
+#include "Tests/Support/FileOperation.h"
+
 namespace support {
 
-/// What SQLite does to files, as far as a fault can be put there.
-enum class FileOperation : std::uint8_t {
-  open,    ///< opening a file that exists
-  create,  ///< opening a file that did not exist
-  read,
-  write,
-  sync,
-  truncate,
-  remove,
-  lock,        ///< on the main file
-  mapShared,   ///< a page of the shared memory
-  lockShared,  ///< a lock in the shared memory
-};
-
-/// A set of operations, bit n for operation n.
-using FileOperations = std::uint32_t;
-[[nodiscard]] constexpr FileOperations bit(FileOperation operation) noexcept {
-  return FileOperations{1} << static_cast<unsigned>(operation);
-}
-/// Everything that leaves a trace on the disk or in the shared memory.
-inline constexpr FileOperations kMutating =
-    bit(FileOperation::create) | bit(FileOperation::write) | bit(FileOperation::sync) |
-    bit(FileOperation::truncate) | bit(FileOperation::remove) | bit(FileOperation::mapShared);
-inline constexpr FileOperations kEverything = ~FileOperations{0};
+/// The code by which SQLite's own file layer says that the operation failed.
+[[nodiscard]] int codeOf(FileOperation operation) noexcept;
 
 /// A SQLite file layer over the system's own that counts what passes through it, and makes the n-th
 /// operation fail or the process die before it. Registered under a name of its own while it lives;
@@ -64,9 +46,16 @@ class FaultVFS {
   void reset();
   /// Which operations count; all others pass unseen. The mutating ones at first.
   void watch(FileOperations operations);
+  /// What a failing operation answers with: the code that belongs to it.
+  static constexpr int kCodeOfOperation = SQLITE_OK;
   /// The n-th operation from the last reset on, counted from 1, answers `code`; with `persistent`
   /// all later ones too.
   void failAt(std::size_t n, int code, bool persistent = false);
+  /// The n-th operation, a write, does its first `bytes`, rounded down to whole sectors, and
+  /// answers `code`. Any other operation only answers it.
+  void tearAt(std::size_t n, int bytes, int code);
+  /// The same, but the process gets SIGKILL there.
+  void tearAndKillAt(std::size_t n, int bytes);
   /// Before the n-th operation the process gets SIGKILL.
   void killAt(std::size_t n);
   /// Before the n-th operation `action` is called, once; what it does itself does not come here
@@ -78,8 +67,14 @@ class FaultVFS {
   /// no store is open through it.
   void callBeforeWaits(std::function<void()> action) { beforeWaits_ = std::move(action); }
 
-  /// From now on nothing waits for the disk. For tests of many stores, whose machine stays alive.
+  /// From now on nothing waits for the disk, which says that it has done what it has not. For tests
+  /// of many stores, whose machine stays alive.
   void skipSyncs() noexcept { skipsSyncs_ = true; }
+  /// From now on each operation that counts takes that much longer.
+  void delay(std::chrono::microseconds time) noexcept { delay_ = time; }
+  /// From now on what files grow by is taken from there; SQLITE_FULL once it is used up. It must
+  /// outlive this.
+  void setSpace(DiskSpace* space) noexcept { space_ = space; }
 
   [[nodiscard]] std::size_t count() const;
   [[nodiscard]] bool faultWasReached() const;
@@ -87,11 +82,22 @@ class FaultVFS {
 
  private:
   friend struct FaultVFSCalls;
-  /// Counts the operation; the code that it is to answer, or SQLITE_OK.
-  [[nodiscard]] int note(FileOperation operation, const char* path, std::int64_t offset = 0,
-                         std::int64_t size = 0);
+  /// What is to come of an operation.
+  struct Verdict {
+    /// What it answers without being done; SQLITE_OK for one that is done.
+    int code = SQLITE_OK;
+    /// How much of a write is done before it answers.
+    int writtenBytes = 0;
+    /// Whether the process ends then.
+    bool isLast = false;
+  };
+  enum class Fault : std::uint8_t { none, fail, failFromThenOn, kill, call, tear, tearAndKill };
 
-  enum class Fault : std::uint8_t { none, fail, failFromThenOn, kill, call };
+  /// Counts the operation.
+  [[nodiscard]] Verdict judge(FileOperation operation, const char* path, std::int64_t offset = 0,
+                              std::int64_t size = 0);
+  [[nodiscard]] bool hits(std::size_t number) const noexcept;
+  void setFault(Fault fault, std::size_t at, int code = SQLITE_OK);
 
   sqlite3_vfs vfs_{};
   sqlite3_vfs* system_;
@@ -102,10 +108,13 @@ class FaultVFS {
   Fault fault_ = Fault::none;
   std::size_t faultAt_ = 0;
   int code_ = SQLITE_OK;
+  int tornBytes_ = 0;
   std::function<void()> action_;
   std::function<void()> beforeWaits_;
   std::atomic<bool> skipsWaits_{false};
   std::atomic<bool> skipsSyncs_{false};
+  std::atomic<std::chrono::microseconds> delay_{};
+  std::atomic<DiskSpace*> space_{nullptr};
 };
 
 }  // namespace support

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Foundation/Values/FunctionRef.h"
+#include "Tests/Support/FileFaults.h"
 #include "Tests/Support/MigrationPlace.h"
 #include "Tests/Support/StoreFiles.h"
 
@@ -30,5 +31,10 @@ class Scene {
 
 /// Runs `work` in a child; false, with what it said on the error stream, unless it returned.
 [[nodiscard]] bool succeeds(foundation::FunctionRef<void()> work);
+
+/// What `work` does to files, as far as the trouble can hit it; counted in a child. Throws when it
+/// throws.
+[[nodiscard]] FileOperationCount countOperations(const FileTrouble& trouble,
+                                                 foundation::FunctionRef<void()> work);
 
 }  // namespace support

@@ -117,10 +117,10 @@ TEST_F(UserDefaultsFileTest, IsNotWrittenForAValueThatItHasAlready) {
   const FaultyFileSystem files;
 
   place_.defaults()->set(1.0, "key");
-  EXPECT_EQ(files.changes(), 1U) << "the lock's file may be made";
+  EXPECT_EQ(files.count(), 1U) << "the lock's file may be made";
 
   place_.defaults()->set(1, "key");
-  EXPECT_GT(files.changes(), 2U);
+  EXPECT_GT(files.count(), 2U);
 }
 
 TEST_F(UserDefaultsFileTest, IsReadAgainWhenAnotherProcessHasChangedIt) {

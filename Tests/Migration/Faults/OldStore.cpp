@@ -20,7 +20,6 @@ namespace migrating {
 namespace fs = std::filesystem;
 using support::Acknowledgements;
 using support::bytesOf;
-using support::FileFaults;
 using support::filesIn;
 using support::StoreLook;
 using support::succeeds;
@@ -86,13 +85,7 @@ void OldStore::learn() {
 
 FileOperationCount OldStore::countOperations(const FileTrouble& trouble) const {
   scene_.lay();
-  const auto outcome = support::runInChild([&](const Acknowledgements& done) {
-    const FileFaults faults(trouble);
-    start();
-    done.send(std::to_string(faults.count().sqlite));
-    done.send(std::to_string(faults.count().others));
-  });
-  return {std::stoul(outcome.acknowledged.at(0)), std::stoul(outcome.acknowledged.at(1))};
+  return support::countOperations(trouble, [&] { start(); });
 }
 
 bool OldStore::starts() const {

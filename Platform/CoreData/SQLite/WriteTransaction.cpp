@@ -66,7 +66,10 @@ void WriteTransaction::begin() {
 }
 
 WriteTransaction::~WriteTransaction() {
-  if (isOpen_) finish();
+  if (!isOpen_) return;
+  // The keys that it was given are nobody's: the next one is to have them.
+  core().counters().forget();
+  finish();
 }
 
 void WriteTransaction::finish() noexcept {

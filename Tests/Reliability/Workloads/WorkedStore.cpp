@@ -12,13 +12,11 @@ namespace reliability {
 
 namespace {
 
-constexpr double kNow = 800'000'000;
+using coredata::NSManagedObjectContext;
+using foundation::Ref;
 
-/// A clock and a source of random numbers that are the same in each run.
-struct Fixed {
-  foundation::ManualClock clock{kNow};
-  foundation::SeededRandomSource random{7};
-};
+constexpr double kNow = 800'000'000;
+constexpr std::uint64_t kSeed = 7;
 
 void doInChild(foundation::FunctionRef<void()> work) {
   if (!support::succeeds(work)) throw std::runtime_error("the store was not worked on");
@@ -26,8 +24,7 @@ void doInChild(foundation::FunctionRef<void()> work) {
 
 }  // namespace
 
-foundation::Ref<coredata::NSManagedObjectContext> contextOver(const foundation::URL& store,
-                                                              const StoreMode& mode) {
+Ref<NSManagedObjectContext> contextOver(const foundation::URL& store, const StoreMode& mode) {
   const auto container = support::containerWithoutStore();
   coredata::NSPersistentStoreDescription description(store);
   description.setOption(true, coredata::NSPersistentHistoryTrackingKey);
@@ -39,6 +36,8 @@ foundation::Ref<coredata::NSManagedObjectContext> contextOver(const foundation::
 
 WorkedStore::WorkedStore(const Workload& workload, const StoreMode& mode)
     : workload_(workload), mode_(mode) {
+  // Once for all children: to load it is no part of the work.
+  static_cast<void>(support::currentModel());
   doInChild([this] { makeStore(); });
   scene_.remember();
   for (int saves = 0; saves <= kSaves; ++saves) {
@@ -53,12 +52,13 @@ std::filesystem::path WorkedStore::path() const {
   return scene_.place().directory() / "Model.sqlite";
 }
 
-foundation::Ref<coredata::NSManagedObjectContext> WorkedStore::opened() const {
+Ref<NSManagedObjectContext> WorkedStore::opened() const {
   return contextOver(scene_.place().storeURL(), mode_);
 }
 
 void WorkedStore::makeStore() const {
-  const Fixed fixed;
+  const foundation::ManualClock clock(kNow);
+  const foundation::SeededRandomSource random(kSeed);
   const auto context = opened();
   context->performBlockAndWait([&] {
     workload_.prepare(context);
@@ -66,13 +66,48 @@ void WorkedStore::makeStore() const {
   });
 }
 
+void WorkedStore::save(const Ref<NSManagedObjectContext>& context, int number) const {
+  // However often it is made, it draws the same.
+  const foundation::SeededRandomSource random(kSeed + static_cast<std::uint64_t>(number));
+  workload_.save(context, number);
+}
+
 void WorkedStore::work(foundation::FunctionRef<void(int)> saved, int saves) const {
-  const Fixed fixed;
+  const foundation::ManualClock clock(kNow);
   const auto context = opened();
   saved(0);
   context->performBlockAndWait([&] {
     for (int number = 1; number <= saves; ++number) {
-      workload_.save(context, number);
+      save(context, number);
+      saved(number);
+    }
+  });
+}
+
+void WorkedStore::persevere(
+    foundation::FunctionRef<void(int)> saved,
+    foundation::FunctionRef<Sequel(int, const foundation::Error&)> failed) const {
+  const foundation::ManualClock clock(kNow);
+  Ref<NSManagedObjectContext> context;
+  try {
+    context = opened();
+  } catch (const foundation::Error& error) {
+    static_cast<void>(failed(0, error));
+    context = opened();
+  }
+  saved(0);
+  context->performBlockAndWait([&] {
+    for (int number = 1; number <= kSaves; ++number) {
+      try {
+        save(context, number);
+      } catch (const foundation::Error& error) {
+        if (failed(number, error) == Sequel::next) {
+          context->reset();
+          continue;
+        }
+        context->rollback();
+        save(context, number);
+      }
       saved(number);
     }
   });

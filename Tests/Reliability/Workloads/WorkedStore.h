@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "Foundation/Values/Error.h"
 #include "Foundation/Values/FunctionRef.h"
 #include "Tests/Reliability/Workloads/Workload.h"
 #include "Tests/Support/Scene.h"
@@ -46,6 +48,17 @@ class WorkedStore {
   /// the opening. Throws what the engine throws.
   void work(foundation::FunctionRef<void(int)> saved, int saves = kSaves) const;
 
+  /// What becomes of a save that failed.
+  enum class Sequel : std::uint8_t {
+    again,  ///< the context drops its changes, and the save is made once more
+    next,   ///< the save is in the store all the same; the context forgets what it knew
+  };
+  /// Works to the end, in the same context of the same stack, whatever fails on the way: `failed`
+  /// is called with the number of the save, 0 for the opening, and mends the disk. Throws what
+  /// fails then.
+  void persevere(foundation::FunctionRef<void(int)> saved,
+                 foundation::FunctionRef<Sequel(int, const foundation::Error&)> failed) const;
+
   // In the process that has the scene.
 
   /// Puts the files back as they are before the work.
@@ -66,6 +79,7 @@ class WorkedStore {
  private:
   void makeStore() const;
   [[nodiscard]] foundation::Ref<coredata::NSManagedObjectContext> opened() const;
+  void save(const foundation::Ref<coredata::NSManagedObjectContext>& context, int number) const;
 
   support::Scene scene_;
   Workload workload_;

@@ -32,6 +32,7 @@ using foundation::Ref;
 using Context = Ref<coredata::NSManagedObjectContext>;
 
 constexpr std::size_t kPhotoBytes = 200'000;
+constexpr std::size_t kLargePhotoBytes = 2'000'000;
 constexpr int kWidgetItems = 20;
 constexpr int kErasedCheckins = 1000;
 
@@ -40,6 +41,11 @@ foundation::Date day(int number) { return support::localDate(2024, 3, number); }
 /// The activity that was added as the number-th, counted from 0.
 Ref<CDActivity> activity(const Context& context, int number = 0) {
   return context->fetch(CDActivity::fetchRequest())[static_cast<std::size_t>(number)];
+}
+
+/// The check-in of that day of the only habit.
+Ref<CDCheckin> checkin(const Context& context, int number) {
+  return context->fetch(CDCheckin::fetchRequest())[static_cast<std::size_t>(number - 1)];
 }
 
 void addHabit(const Context& context) { static_cast<void>(CDActivity::create(*context, "green")); }
@@ -65,20 +71,22 @@ void addCheckin(const Context& context, int number) {
   CoreDataCheckinUseCase(activity(context), context).addCheckin(day(number), CheckinType::standard);
 }
 
+/// Not by the use case: to its look-up, a failure to read and a day without a check-in are one.
 void countUp(const Context& context, int number) {
-  static_cast<void>(
-      CoreDataCheckinUseCase(activity(context), context).addCheckinCount(1, day(number)));
+  checkin(context, number)->increaseCount();
+  context->save();
 }
 
 void deleteCheckin(const Context& context, int number) {
   CoreDataCheckinUseCase(activity(context), context).deleteCheckin(day(number));
 }
 
+template <std::size_t kBytes>
 void addPhoto(const Context& context, int number) {
-  std::vector<std::uint8_t> bytes(kPhotoBytes, static_cast<std::uint8_t>(number));
+  std::vector<std::uint8_t> bytes(kBytes, static_cast<std::uint8_t>(number));
   const auto photo = make<CDPhoto>(*context);
   photo->setData(foundation::Data(std::move(bytes)));
-  photo->setCheckin(activity(context)->checkin(day(number)));
+  photo->setCheckin(checkin(context, number));
   context->save();
 }
 
@@ -106,11 +114,16 @@ std::span<const Workload> workloads() {
       {"AddCheckin", addHabit, addCheckin},
       {"CountUp", addHabitWithDays, countUp},
       {"DeleteCheckin", addHabitWithDays, deleteCheckin},
-      {"AddPhoto", addHabitWithDays, addPhoto},
+      {"AddPhoto", addHabitWithDays, addPhoto<kPhotoBytes>},
       {"AddWidgetGroup", addHabit, addWidgetGroup},
       {"Erase", addHabitsToErase, erase},
   }};
   return all;
+}
+
+const Workload& largePhotos() {
+  static const Workload workload{"AddLargePhoto", addHabitWithDays, addPhoto<kLargePhotoBytes>};
+  return workload;
 }
 
 }  // namespace reliability

@@ -31,4 +31,7 @@ struct Workload {
 /// erasure of 1,000 check-ins. The first two are what a person does all day.
 [[nodiscard]] std::span<const Workload> workloads();
 
+/// A photo of 2 MB, none of the six: for what depends on how much is written.
+[[nodiscard]] const Workload& largePhotos();
+
 }  // namespace reliability

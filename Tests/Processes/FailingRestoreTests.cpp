@@ -25,10 +25,11 @@ class FailingRestore : public testing::TestWithParam<DiskFailure> {
  protected:
   enum class Kind : std::uint8_t { succeeded, failed, failedAndLogged, stopped, other };
 
-  [[nodiscard]] Kind restoreAt(std::size_t point) const {
+  [[nodiscard]] Kind restoreAt(std::size_t point) const { return restoreWith(trouble_, point); }
+  [[nodiscard]] Kind restoreWith(const FileTrouble& trouble, std::size_t point) const {
     restored_.lay();
     const auto outcome = support::runInChild([&](const auto& done) {
-      const auto ending = restored_.restore(trouble_, point, count_);
+      const auto ending = restored_.restore(trouble, point, count_);
       done.send(ending.error.empty() ? "succeeded" : "failed");
       if (!ending.logged.empty()) done.send("logged");
     });
@@ -60,30 +61,59 @@ class FailingRestore : public testing::TestWithParam<DiskFailure> {
     }
   }
 
-  const RestoredStore restored_{GetParam().version};
-  const FileTrouble trouble_ = GetParam().trouble;
-  const support::FileOperationCount count_ = restored_.countOperations(trouble_);
-};
-
-TEST_P(FailingRestore, SaysSoWithTheOldStoreInPlaceOrSucceeds) {
-  std::map<Kind, int> kinds;
-  const auto points = support::points(count_.total(), 5, 1000);
-  for (const std::size_t point : points) {
-    const Kind kind = restoreAt(point);
-    ++kinds[kind];
+  /// The contract, and what the next start makes of what was left.
+  void expectAftermath(Kind kind, std::size_t point) {
+    ++kinds_[kind];
     expectContract(kind, point);
     EXPECT_TRUE(restored_.starts()) << point;
     const State after = restored_.state();
     EXPECT_TRUE(after == State::old || after == State::restored) << point;
     EXPECT_EQ(restored_.strangeLeftovers(after), std::set<std::string>()) << point;
+  }
+  /// Says how often what happened. Something must have failed.
+  void expectSomeErrors(std::size_t points, std::size_t of) {
+    std::printf(
+        "%zu points of %zu: %d errors, %d with the store not put back, %d stops, "
+        "%d successes\n",
+        points, of, kinds_[Kind::failed], kinds_[Kind::failedAndLogged], kinds_[Kind::stopped],
+        kinds_[Kind::succeeded]);
+    EXPECT_GT(kinds_[Kind::failed] + kinds_[Kind::failedAndLogged], 0);
+  }
+
+  const RestoredStore restored_{GetParam().version};
+  const FileTrouble trouble_ = GetParam().trouble;
+  const support::FileOperationCount count_ = restored_.countOperations(trouble_);
+  std::map<Kind, int> kinds_;
+};
+
+TEST_P(FailingRestore, SaysSoWithTheOldStoreInPlaceOrSucceeds) {
+  const auto points = support::points(count_.total(), 5, 1000);
+  for (const std::size_t point : points) {
+    expectAftermath(restoreAt(point), point);
     if (HasFailure()) break;
   }
-  std::printf(
-      "%zu points of %zu: %d errors, %d with the store not put back, %d stops, "
-      "%d successes\n",
-      points.size(), count_.total(), kinds[Kind::failed], kinds[Kind::failedAndLogged],
-      kinds[Kind::stopped], kinds[Kind::succeeded]);
-  EXPECT_GT(kinds[Kind::failed] + kinds[Kind::failedAndLogged], 0);
+  expectSomeErrors(points.size(), count_.total());
+}
+
+class RestoreOnAFullDisk : public FailingRestore {
+ protected:
+  /// Nothing is refused but room: files may grow by that many bytes.
+  [[nodiscard]] Kind restoreWithin(std::int64_t bytes) const {
+    FileTrouble trouble = trouble_;
+    trouble.room = bytes;
+    return restoreWith(trouble, 0);
+  }
+};
+
+TEST_P(RestoreOnAFullDisk, SaysSoWithTheOldStoreInPlaceOrSucceeds) {
+  constexpr std::size_t kSteps = 4096;
+  const auto steps = support::points(kSteps, 6, 512);
+  for (const std::size_t step : steps) {
+    expectAftermath(
+        restoreWithin(count_.bytes * static_cast<std::int64_t>(step - 1) / (kSteps - 1)), step);
+    if (HasFailure()) break;
+  }
+  expectSomeErrors(steps.size(), kSteps);
 }
 
 const DiskFailure kFailures[] = {
@@ -96,6 +126,14 @@ const DiskFailure kFailures[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Disk, FailingRestore, testing::ValuesIn(kFailures),
+                         [](const auto& tested) { return tested.param.name; });
+
+const DiskFailure kNoRoom[] = {
+    {"Version7", Version::version7, {FileFault::failOnce, SQLITE_FULL, ENOSPC}},
+    {"Version6", Version::version6, {FileFault::failOnce, SQLITE_FULL, ENOSPC}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Disk, RestoreOnAFullDisk, testing::ValuesIn(kNoRoom),
                          [](const auto& tested) { return tested.param.name; });
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <map>
 #include <regex>
 #include <string>
 
@@ -72,10 +73,11 @@ std::string literally(const std::string& text) {
 
 class FailingMigration : public testing::TestWithParam<DiskFailure> {
  protected:
-  [[nodiscard]] Ending endingAt(std::size_t point) const {
+  [[nodiscard]] Ending endingAt(std::size_t point) const { return endingWith(trouble_, point); }
+  [[nodiscard]] Ending endingWith(const FileTrouble& trouble, std::size_t point) const {
     lone_.scene.lay();
     return endingOf(stream_.path() / "stderr", [&] {
-      const FileFaults faults(trouble_, point, count_);
+      const FileFaults faults(trouble, point, count_);
       lone_.store.migrate();
     });
   }
@@ -119,31 +121,58 @@ class FailingMigration : public testing::TestWithParam<DiskFailure> {
     }
   }
 
+  /// The contract, and what the next start makes of what was left.
+  void expectAftermath(const Ending& ending, std::size_t point) {
+    const State state = lone_.store.state();
+    ++kinds_[ending.kind];
+    if (ending.kind == Ending::Kind::returned && lone_.store.wentOnWithoutWidgets()) return;
+    expectContract(ending, state, point);
+    EXPECT_TRUE(state == State::brought || lone_.store.photosAreInFiles()) << point;
+    EXPECT_TRUE(lone_.store.starts()) << point;
+    lone_.expectFinished("failed at " + std::to_string(point));
+  }
+  /// Says how often what happened. Something must have been thrown.
+  void expectSomeErrors(std::size_t points, std::size_t of) {
+    std::printf("%zu points of %zu: %d errors, %d stops\n", points, of, kinds_[Ending::Kind::threw],
+                kinds_[Ending::Kind::stopped]);
+    EXPECT_GT(kinds_[Ending::Kind::threw], 0);
+  }
+
   LoneStore lone_{{.version = GetParam().version}};
   support::TemporaryDirectory stream_;
   FileTrouble trouble_ = GetParam().trouble;
   FileOperationCount count_ = lone_.store.countOperations(trouble_);
+  std::map<Ending::Kind, int> kinds_;
 };
 
 TEST_P(FailingMigration, ThrowsOrStopsWithTheStoreWholeAndWorksOnceTheFaultIsGone) {
-  std::size_t thrown = 0;
-  std::size_t stops = 0;
   const auto points = support::points(count_.total(), 6, 500);
   for (const std::size_t point : points) {
-    const Ending ending = endingAt(point);
-    const State state = lone_.store.state();
-    if (ending.kind == Ending::Kind::returned && lone_.store.wentOnWithoutWidgets()) continue;
-    expectContract(ending, state, point);
-    thrown += ending.kind == Ending::Kind::threw ? 1 : 0;
-    stops += ending.kind == Ending::Kind::stopped ? 1 : 0;
-    EXPECT_TRUE(state == State::brought || lone_.store.photosAreInFiles()) << point;
-    EXPECT_TRUE(lone_.store.starts()) << point;
-    lone_.expectFinished("failed at " + std::to_string(point));
+    expectAftermath(endingAt(point), point);
     if (HasFailure()) break;
   }
-  std::printf("%zu points of %zu: %zu errors, %zu stops\n", points.size(), count_.total(), thrown,
-              stops);
-  EXPECT_GT(thrown, 0U);
+  expectSomeErrors(points.size(), count_.total());
+}
+
+class MigrationOnAFullDisk : public FailingMigration {
+ protected:
+  /// Nothing is refused but room: files may grow by that many bytes.
+  [[nodiscard]] Ending endingWithin(std::int64_t bytes) const {
+    FileTrouble trouble = trouble_;
+    trouble.room = bytes;
+    return endingWith(trouble, 0);
+  }
+};
+
+TEST_P(MigrationOnAFullDisk, ThrowsOrStopsWithTheStoreWholeAndWorksOnceThereIsRoom) {
+  constexpr std::size_t kSteps = 4096;
+  const auto steps = support::points(kSteps, 8, 512);
+  for (const std::size_t step : steps) {
+    expectAftermath(endingWithin(count_.bytes * static_cast<std::int64_t>(step - 1) / (kSteps - 1)),
+                    step);
+    if (HasFailure()) break;
+  }
+  expectSomeErrors(steps.size(), kSteps);
 }
 
 constexpr auto kSyncs = support::bit(support::FileOperation::sync);
@@ -160,6 +189,14 @@ const DiskFailure kFailures[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Disk, FailingMigration, testing::ValuesIn(kFailures),
+                         [](const auto& tested) { return tested.param.name; });
+
+const DiskFailure kNoRoom[] = {
+    {"Version1", Version::version1, {FileFault::failOnce, SQLITE_FULL, ENOSPC}},
+    {"Version6", Version::version6, {FileFault::failOnce, SQLITE_FULL, ENOSPC}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Disk, MigrationOnAFullDisk, testing::ValuesIn(kNoRoom),
                          [](const auto& tested) { return tested.param.name; });
 
 }  // namespace

@@ -194,8 +194,8 @@ class AdjacentVersions : public testing::TestWithParam<CoreDataMigrationVersion>
 
 TEST_P(AdjacentVersions, KeepEveryValueLinkAndKey) {
   constexpr std::uint64_t kQuickCount = 40;
-  const std::uint64_t first = support::environmentSetting("MIGRATION_SEED", 1);
-  const std::uint64_t count = support::environmentSetting("MIGRATION_COUNT", kQuickCount);
+  const std::uint64_t first = support::numberFrom("MIGRATION_SEED", 1);
+  const std::uint64_t count = support::numberFrom("MIGRATION_COUNT", kQuickCount);
   std::cout << "MIGRATION_SEED=" << first << " MIGRATION_COUNT=" << count << '\n';
   for (std::uint64_t seed = first; seed < first + count && !HasFailure(); ++seed) {
     SCOPED_TRACE("MIGRATION_SEED=" + std::to_string(seed) + " MIGRATION_COUNT=1");

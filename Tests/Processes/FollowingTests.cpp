@@ -168,7 +168,7 @@ class Following : public testing::Test {
   Companion application_{[&](Line& line) { followAndWrite(place_, line); }};
 };
 
-std::size_t numberOfCommits() { return support::environmentSetting("FOLLOWED_COMMITS", 300); }
+std::size_t numberOfCommits() { return support::numberFrom("FOLLOWED_COMMITS", 300); }
 
 void printDelays(std::vector<Shown> all) {
   std::ranges::sort(all, {}, &Shown::delay);
@@ -221,7 +221,7 @@ TEST_F(Following, MissesNoneThoughTheWritersClockIsPutBackAndForward) {
 }
 
 TEST_F(Following, HearsOfACommitWhoseWriterDiedBeforeItTold) {
-  const std::size_t kills = support::environmentSetting("FOLLOWED_KILLS", 20);
+  const std::size_t kills = support::numberFrom("FOLLOWED_KILLS", 20);
   for (std::size_t i = 1; i <= kills; ++i) {
     Companion extension([&](Line&) {
       const Program program(place_, "extension");

@@ -112,7 +112,7 @@ void runFor(std::chrono::milliseconds time, Round&& round) {
 }
 
 std::chrono::milliseconds timeGiven() {
-  return std::chrono::seconds(support::environmentSetting("LOG_RACE_SECONDS", 3)) / 2;
+  return std::chrono::seconds(support::numberFrom("LOG_RACE_SECONDS", 3)) / 2;
 }
 
 std::string nameOf(int process) { return "process " + std::to_string(process); }

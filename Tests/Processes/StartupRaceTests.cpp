@@ -16,7 +16,7 @@
 #include "Foundation/Internal/ManualClock.h"
 #include "Tests/Processes/Companion.h"
 #include "Tests/Processes/Program.h"
-#include "Tests/Support/Effort.h"
+#include "Tests/Support/EnvironmentSetting.h"
 #include "Tests/Support/MainQueueWait.h"
 #include "Tests/Support/RecordingLogger.h"
 #include "Tests/Support/Scene.h"

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "Tests/Support/EnvironmentSetting.h"  // IWYU pragma: export
+
 namespace support {
 
 /// How often tests that hit many points try: as the environment's `TEST_EFFORT` says, "full" or

@@ -60,7 +60,10 @@ FileResult<std::size_t> FaultyFileSystem::writeBeginning(int file,
                                                          int error) {
   const std::size_t part = std::min(tornBytes_ / kSectorBytes * kSectorBytes, bytes.size());
   const bool isTorn = fault_ == FileFault::tearOnce || fault_ == FileFault::tearAndKill;
-  if (isTorn && part > 0) static_cast<void>(system().write(file, bytes.first(part)));
+  if (isTorn && part > 0) {
+    const auto written = system().write(file, bytes.first(part));
+    if (!written) return written;
+  }
   if (fault_ == FileFault::tearAndKill) std::raise(SIGKILL);
   return std::unexpected(error);
 }

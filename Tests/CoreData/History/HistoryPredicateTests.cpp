@@ -80,8 +80,8 @@ class RandomConditions {
 class HistoryPredicateTest : public garden::HistoryTest {};
 
 TEST_F(HistoryPredicateTest, HoldsForThoseForWhichItHoldsInMemory) {
-  const std::uint64_t seed = support::environmentSetting("HISTORY_TEST_SEED", 20241122);
-  const std::uint64_t count = support::environmentSetting("HISTORY_TEST_PREDICATES", 2000);
+  const std::uint64_t seed = support::numberFrom("HISTORY_TEST_SEED", 20241122);
+  const std::uint64_t count = support::numberFrom("HISTORY_TEST_PREDICATES", 2000);
   std::cout << "HISTORY_TEST_SEED=" << seed << " HISTORY_TEST_PREDICATES=" << count << '\n';
   std::mt19937_64 random(seed);
   RandomConditions conditions(random);

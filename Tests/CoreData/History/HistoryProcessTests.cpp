@@ -65,7 +65,7 @@ class Writer {
 };
 
 TEST(HistoryProcesses, MissNoneOfWhatOthersSaveMeanwhile) {
-  const std::uint64_t saves = support::environmentSetting("HISTORY_TEST_SAVES", 400) / 2;
+  const std::uint64_t saves = support::numberFrom("HISTORY_TEST_SAVES", 400) / 2;
   const support::TemporaryDirectory directory;
   const auto url = foundation::URL::fileURL((directory.path() / "garden.sqlite").string());
   Writer one(url, "one", saves);

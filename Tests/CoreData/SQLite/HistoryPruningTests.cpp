@@ -66,7 +66,7 @@ class HistoryPruningTest : public testing::Test {
   }
 
   /// Which of the operations are hit: one in so many.
-  static std::size_t stride() { return support::environmentSetting("PRUNING_STRIDE", 61); }
+  static std::size_t stride() { return support::numberFrom("PRUNING_STRIDE", 61); }
 
  private:
   static inline std::unique_ptr<StoreFile> written;

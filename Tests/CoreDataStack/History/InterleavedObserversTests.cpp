@@ -11,6 +11,7 @@
 #include "Tests/CoreDataStack/History/Interplay.h"
 #include "Tests/CoreDataStack/History/Silence.h"
 #include "Tests/Support/Effort.h"
+#include "Tests/Support/EnvironmentSetting.h"
 
 // Two programs that observe and prune one history, and writers: every order of their larger steps,
 // and random orders of their smallest ones. What fails prints how to repeat it.

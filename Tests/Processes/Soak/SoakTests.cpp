@@ -135,8 +135,8 @@ class Soak : public testing::Test {
     }
   }
 
-  const std::uint64_t seed_ = support::environmentSetting("SOAK_SEED", std::random_device()());
-  const std::chrono::seconds time_{support::environmentSetting("SOAK_SECONDS", 5)};
+  const std::uint64_t seed_ = support::numberFrom("SOAK_SEED", std::random_device()());
+  const std::chrono::seconds time_{support::numberFrom("SOAK_SECONDS", 5)};
   support::MigrationPlace place_;
   support::SharedNumbers<soak::Occasions> occasions_;
   soak::Custom custom_ = soak::Custom::keepsHistory;

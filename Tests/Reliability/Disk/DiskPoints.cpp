@@ -14,7 +14,7 @@ constexpr const char* kOnePoint = "DISK_POINT";
 }
 
 std::vector<std::size_t> diskPoints(std::size_t count, std::size_t quick, std::size_t full) {
-  const std::size_t one = support::environmentSetting(kOnePoint, 0);
+  const std::size_t one = support::numberFrom(kOnePoint, 0);
   if (one != 0) return {one};
   return support::points(count, quick, full);
 }

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "Tests/Reliability/Power/LosingDisk.h"
-#include "Tests/Support/Effort.h"
+#include "Tests/Support/EnvironmentSetting.h"
 #include "Tests/Support/Scene.h"
 #include "Tests/Support/TemporaryDirectory.h"
 

@@ -10,7 +10,7 @@
 
 #include "Foundation/Values/Error.h"
 #include "Tests/Support/CrashRunner.h"
-#include "Tests/Support/Effort.h"
+#include "Tests/Support/EnvironmentSetting.h"
 #include "Tests/Support/FileDamage.h"
 #include "Tests/Support/MigrationPlace.h"
 #include "Tests/Tools/storecheck/CheckedStore.h"

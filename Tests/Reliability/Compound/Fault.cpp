@@ -6,19 +6,17 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <stdexcept>
 
 #include "Foundation/Values/Error.h"
 #include "Tests/Support/CrashRunner.h"
 #include "Tests/Support/Effort.h"
+#include "Tests/Support/Scene.h"
 
 namespace compound {
 
 using support::below;
 using support::FileFault;
 using support::FileFaults;
-using support::FileOperationCount;
-using support::FileOperations;
 
 namespace {
 
@@ -30,17 +28,6 @@ struct Code {
 };
 constexpr std::array kCodes = {Code{SQLITE_IOERR, EIO}, Code{SQLITE_IOERR_FSYNC, EIO},
                                Code{SQLITE_FULL, ENOSPC}, Code{SQLITE_CANTOPEN, EACCES}};
-
-FileOperationCount countOperations(FileOperations watched, foundation::FunctionRef<void()> work) {
-  const auto outcome = support::runInChild([&](const support::Acknowledgements& parent) {
-    const FileFaults faults({.watched = watched});
-    work();
-    parent.send(std::to_string(faults.count().sqlite));
-    parent.send(std::to_string(faults.count().others));
-  });
-  if (outcome.acknowledged.size() != 2) throw std::runtime_error("the undisturbed run failed");
-  return {std::stoul(outcome.acknowledged[0]), std::stoul(outcome.acknowledged[1])};
-}
 
 Ending endingOf(const support::ChildOutcome& outcome) {
   if (outcome.timedOut) return Ending::other;
@@ -60,6 +47,10 @@ std::string text(const Fault& fault) {
       return "error " + code + " from operation " + point + " on";
     case FileFault::killProcess:
       return "death at operation " + point;
+    case FileFault::tearOnce:
+      return "torn write at operation " + point;
+    case FileFault::tearAndKill:
+      return "death in the write of operation " + point;
   }
   return {};
 }
@@ -68,9 +59,9 @@ std::string text(const Fault& fault) {
 
 Operations::Operations(foundation::FunctionRef<void()> lay, foundation::FunctionRef<void()> work) {
   lay();
-  ofDeaths_ = countOperations(support::kMutating, work);
+  ofDeaths_ = support::countOperations({}, work);
   lay();
-  ofErrors_ = countOperations(support::kEverything, work);
+  ofErrors_ = support::countOperations({.watched = support::kEverything}, work);
 }
 
 Fault Operations::someDeath(support::Chance& chance) const {

@@ -26,7 +26,6 @@
 namespace {
 
 using coredatastack::AppTarget;
-using coredatastack::CDActivity;
 using coredatastack::CDCheckin;
 using coredatastack::CoreDataConfiguration;
 using coredatastack::CoreDataStack;

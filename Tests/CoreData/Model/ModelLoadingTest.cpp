@@ -176,7 +176,7 @@ TEST_F(ModelLoadingTest, GivesNoneForADirectoryWhoseListIsNone) {
 TEST_F(ModelLoadingTest, NeverFollowsAVersionNameOutOfTheDirectory) {
   compile("Library.json", "Library.omo");
   std::filesystem::create_directory(path("Bad.momd"));
-  write(path("Bad.momd/Info.json"), R"({"current": "../Library", "versions": {"../Library": ""}})");
+  write(path("Bad.momd/Info.json"), VersionInfo{"../Library", {{"../Library", ""}}}.text());
 
   EXPECT_THAT(reasonFor("Bad.momd"), HasSubstr("\"../Library\", which can be no file"));
 }

@@ -23,8 +23,8 @@ struct VersionInfo {
   [[nodiscard]] std::string text() const;
 };
 
-/// Whether a version's name can be that of its files: not empty, no slash, no control character, no
-/// point in front.
+/// Whether a version's name can be that of its files, and stand in a list as it is: some UTF-8, no
+/// slash, backslash, quotation mark or control character, no point in front.
 [[nodiscard]] bool isVersionName(std::string_view name) noexcept;
 
 }  // namespace coredata

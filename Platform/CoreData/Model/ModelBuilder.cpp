@@ -82,6 +82,8 @@ void ModelBuilder::describe(NSPropertyDescription& property, const Source& sourc
 }
 
 void ModelBuilder::addAttributes(Draft& draft) {
+  auto& properties = draft.entity->properties_;
+  draft.attributes.reserve(draft.source->attributes.size());
   for (const auto& source : draft.source->attributes) {
     auto attribute = Ref<NSAttributeDescription>::adopt(new NSAttributeDescription(source.name));
     describe(*attribute, source, draft);
@@ -91,12 +93,13 @@ void ModelBuilder::addAttributes(Draft& draft) {
     attribute->defaultValue_ = source.defaultValue;
     attribute->hashModifier_ = source.hashModifier;
     draft.attributes.push_back(attribute.get());
-    draft.entity->properties_.emplace(source.name, attribute.get());
+    properties.emplace_hint(properties.end(), source.name, attribute.get());
     handOver(attribute);
   }
 }
 
 void ModelBuilder::addRelationships(Draft& draft) {
+  draft.relationships.reserve(draft.source->relationships.size());
   for (const auto& source : draft.source->relationships) {
     auto relationship =
         Ref<NSRelationshipDescription>::adopt(new NSRelationshipDescription(source.name));
@@ -110,29 +113,35 @@ void ModelBuilder::addRelationships(Draft& draft) {
 }
 
 void ModelBuilder::numberProperties(Draft& draft) {
-  std::vector<NSPropertyDescription*> stored;
   auto& entity = *draft.entity;
-  for (auto* attribute : draft.attributes) {
-    if (!attribute->isTransient()) stored.push_back(attribute);
-  }
+  entity.slots_.reserve(draft.attributes.size() + draft.relationships.size());
+  // Both lists are in the order of names, and the numbers go by it.
+  auto attribute = draft.attributes.begin();
   for (auto* relationship : draft.relationships) {
-    if (relationship->isToMany()) {
-      relationship->toManyIndex_ = static_cast<ToManyIndex>(entity.toMany_.size());
-      entity.toMany_.push_back(relationship);
-    } else {
-      stored.push_back(relationship);
+    for (; attribute != draft.attributes.end(); ++attribute) {
+      if ((*attribute)->name() > relationship->name()) break;
+      number(entity, **attribute);
     }
+    number(entity, *relationship);
   }
-  std::ranges::sort(stored, {}, &NSPropertyDescription::name);
+  for (; attribute != draft.attributes.end(); ++attribute) number(entity, **attribute);
+}
 
-  entity.slots_.reserve(stored.size());
-  for (auto* property : stored) {
-    property->slot_ = static_cast<SlotIndex>(entity.slots_.size());
-    const auto* relationship = dynamic_cast<const NSRelationshipDescription*>(property);
-    if (relationship != nullptr) entity.toOneSlots_.push_back(property->slot_);
-    entity.slots_.push_back(
-        {property, dynamic_cast<const NSAttributeDescription*>(property), relationship});
+void ModelBuilder::number(NSEntityDescription& entity, NSAttributeDescription& attribute) {
+  if (attribute.isTransient()) return;
+  attribute.slot_ = static_cast<SlotIndex>(entity.slots_.size());
+  entity.slots_.push_back({&attribute, &attribute, nullptr});
+}
+
+void ModelBuilder::number(NSEntityDescription& entity, NSRelationshipDescription& relationship) {
+  if (relationship.isToMany()) {
+    relationship.toManyIndex_ = static_cast<ToManyIndex>(entity.toMany_.size());
+    entity.toMany_.push_back(&relationship);
+    return;
   }
+  relationship.slot_ = static_cast<SlotIndex>(entity.slots_.size());
+  entity.toOneSlots_.push_back(relationship.slot_);
+  entity.slots_.push_back({&relationship, nullptr, &relationship});
 }
 
 void ModelBuilder::addIndexes(Draft& draft) {

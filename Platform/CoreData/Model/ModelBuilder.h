@@ -44,6 +44,8 @@ class ModelBuilder {
   static void addIndexes(Draft& draft);
   void addConfigurations();
   static void numberProperties(Draft& draft);
+  static void number(NSEntityDescription& entity, NSAttributeDescription& attribute);
+  static void number(NSEntityDescription& entity, NSRelationshipDescription& relationship);
   void connect(Draft& draft);
   template <typename Source>
   static void describe(NSPropertyDescription& property, const Source& source, Draft& draft);

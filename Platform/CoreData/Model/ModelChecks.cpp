@@ -86,6 +86,7 @@ void requireDistinct(const Place& place, std::string_view what,
 
 template <typename Named>
 void appendNames(const std::vector<Named>& list, std::vector<std::string_view>& names) {
+  names.reserve(names.size() + list.size());
   for (const auto& element : list) names.push_back(element.name);
 }
 
@@ -167,18 +168,18 @@ void checkAttribute(const EntitySource& entity, const AttributeSource& attribute
 void checkInverse(const EntitySource& entity, const RelationshipSource& relationship,
                   const EntitySource& destination) {
   const Place place{&entity, relationship.name};
-  const auto there = quoted(destination.name + "." + relationship.inverse);
+  const auto there = [&] { return quoted(destination.name + "." + relationship.inverse); };
   const auto* inverse = find(destination.relationships, relationship.inverse);
-  if (inverse == nullptr) fail(place, "has the inverse " + there + ", which does not exist");
+  if (inverse == nullptr) fail(place, "has the inverse " + there() + ", which does not exist");
   if (inverse == &relationship) fail(place, "is its own inverse");
   if (inverse->destination != entity.name || inverse->inverse != relationship.name) {
     const auto back = inverse->inverse.empty()
                           ? "no inverse"
                           : "the inverse " + quoted(inverse->destination + "." + inverse->inverse);
-    fail(place, "has the inverse " + there + ", which has " + back);
+    fail(place, "has the inverse " + there() + ", which has " + back);
   }
   if (relationship.toMany && inverse->toMany) {
-    fail(place, "and its inverse " + there +
+    fail(place, "and its inverse " + there() +
                     " are both to-many; put an entity between the two, with a to-one to each");
   }
 }
@@ -199,14 +200,17 @@ void checkRelationship(const ModelSource& model, const EntitySource& entity,
 void checkIndexedProperty(const EntitySource& entity, const IndexSource& index,
                           const std::string& property) {
   const Place place{&entity, {}};
-  const auto what = "has the index " + quoted(index.name) + " over " + quoted(property);
+  const auto failOver = [&](std::string_view what) {
+    fail(place, "has the index " + quoted(index.name) + " over " + quoted(property) +
+                    ", which is " + std::string(what));
+  };
   if (const auto* attribute = find(entity.attributes, property)) {
-    if (attribute->transient) fail(place, what + ", which is transient");
+    if (attribute->transient) failOver("transient");
     return;
   }
   const auto* relationship = find(entity.relationships, property);
-  if (relationship == nullptr) fail(place, what + ", which is no property of it");
-  if (relationship->toMany) fail(place, what + ", which is to-many and has no column");
+  if (relationship == nullptr) return failOver("no property of it");
+  if (relationship->toMany) failOver("to-many and has no column");
 }
 
 void checkIndex(const EntitySource& entity, const IndexSource& index) {
@@ -287,14 +291,15 @@ void checkEntityNames(const ModelSource& model) {
 
 void checkConfiguration(const ModelSource& model, const ConfigurationSource& configuration) {
   checkName({}, "a configuration name", configuration.name);
-  const auto what = "has the configuration " + quoted(configuration.name) + ", which names ";
+  const auto failFor = [&](std::string_view name, std::string_view what) {
+    fail({}, "has the configuration " + quoted(configuration.name) + ", which names " +
+                 quoted(name) + std::string(what));
+  };
   for (const auto& name : configuration.entities) {
-    if (find(model.entities, name) == nullptr) {
-      fail({}, what + quoted(name) + ", but that is no entity");
-    }
+    if (find(model.entities, name) == nullptr) failFor(name, ", but that is no entity");
   }
   const auto twin = std::ranges::adjacent_find(configuration.entities);
-  if (twin != configuration.entities.end()) fail({}, what + quoted(*twin) + " twice");
+  if (twin != configuration.entities.end()) failFor(*twin, " twice");
 }
 
 }  // namespace

@@ -33,6 +33,8 @@ void normalizeDefault(AttributeSource& attribute) {
 
 template <typename Named>
 void sortByName(std::vector<Named>& list) {
+  // A compiled model has everything in order, and sorting moves even what stands where it belongs.
+  if (std::ranges::is_sorted(list, {}, &Named::name)) return;
   std::ranges::sort(list, {}, &Named::name);
 }
 

@@ -12,13 +12,21 @@ const NSPropertyDescription* NSEntityDescription::property(std::string_view name
   return found == properties_.end() ? nullptr : found->second;
 }
 
+// A slot knows the kind of what it holds; only what is not stored has to be asked itself.
+
 const NSAttributeDescription* NSEntityDescription::attribute(std::string_view name) const noexcept {
-  return dynamic_cast<const NSAttributeDescription*>(property(name));
+  const auto* found = property(name);
+  const bool isStored = found != nullptr && found->slot() != kNoSlot;
+  return isStored ? slots_[found->slot()].attribute
+                  : dynamic_cast<const NSAttributeDescription*>(found);
 }
 
 const NSRelationshipDescription* NSEntityDescription::relationship(
     std::string_view name) const noexcept {
-  return dynamic_cast<const NSRelationshipDescription*>(property(name));
+  const auto* found = property(name);
+  const bool isStored = found != nullptr && found->slot() != kNoSlot;
+  return isStored ? slots_[found->slot()].relationship
+                  : dynamic_cast<const NSRelationshipDescription*>(found);
 }
 
 }  // namespace coredata

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "Foundation/Values/FatalError.h"
@@ -70,24 +71,32 @@ bool isScalar(AccessorKind kind) noexcept {
   return false;
 }
 
-bool fits(const PropertyAccessor& accessor, const NSEntityDescription& entity) {
-  if (const NSAttributeDescription* attribute = entity.attribute(accessor.name)) {
-    return attribute->attributeType() == attributeTypeOf(accessor.kind) &&
-           attribute->usesScalarValueType() == isScalar(accessor.kind) &&
-           attribute->slot() != kNoSlot;
-  }
-  if (const NSRelationshipDescription* relationship = entity.relationship(accessor.name)) {
-    const AccessorKind kind = relationship->isToMany() ? AccessorKind::toMany : AccessorKind::toOne;
-    return accessor.kind == kind &&
-           relationship->destinationEntity().managedObjectClassName() == accessor.destination;
-  }
-  return false;
+bool reads(const PropertyAccessor& accessor, const NSAttributeDescription& attribute) noexcept {
+  return attribute.attributeType() == attributeTypeOf(accessor.kind) &&
+         attribute.usesScalarValueType() == isScalar(accessor.kind);
 }
 
-std::uint16_t indexOf(const PropertyAccessor& accessor, const NSEntityDescription& entity) {
-  if (accessor.kind == AccessorKind::toMany)
-    return entity.relationship(accessor.name)->toManyIndex();
-  return entity.property(accessor.name)->slot();
+bool reads(const PropertyAccessor& accessor, const NSRelationshipDescription& relationship) {
+  const AccessorKind kind = relationship.isToMany() ? AccessorKind::toMany : AccessorKind::toOne;
+  return accessor.kind == kind &&
+         relationship.destinationEntity().managedObjectClassName() == accessor.destination;
+}
+
+/// The number under which rows hold what the accessor reads; none where the entity has nothing of
+/// that name and kind.
+std::optional<std::uint16_t> indexOf(const PropertyAccessor& accessor,
+                                     const NSEntityDescription& entity) {
+  const NSPropertyDescription* property = entity.property(accessor.name);
+  if (property == nullptr) return std::nullopt;
+  if (property->slot() == kNoSlot) {
+    const NSRelationshipDescription* toMany = entity.relationship(accessor.name);
+    const bool isRead = toMany != nullptr && reads(accessor, *toMany);
+    return isRead ? std::optional(toMany->toManyIndex()) : std::nullopt;
+  }
+  const Slot& slot = entity.slots()[property->slot()];
+  const bool isRead = slot.attribute != nullptr ? reads(accessor, *slot.attribute)
+                                                : reads(accessor, *slot.relationship);
+  return isRead ? std::optional(property->slot()) : std::nullopt;
 }
 
 }  // namespace
@@ -117,12 +126,13 @@ bool EntityClass::bind(const NSEntityDescription& entity) {
   const std::scoped_lock lock(bindingMutex());
   if (bound_) return layout_ == entity.versionHash();
   for (PropertyAccessor* accessor : accessors_) {
-    if (!fits(*accessor, entity)) {
+    const std::optional<std::uint16_t> index = indexOf(*accessor, entity);
+    if (!index) {
       foundation::fatalError("the class " + std::string(className_) + " has an accessor \"" +
                              std::string(accessor->name) + "\" that does not fit the entity " +
                              entity.name());
     }
-    accessor->index = indexOf(*accessor, entity);
+    accessor->index = *index;
   }
   layout_ = entity.versionHash();
   bound_ = true;

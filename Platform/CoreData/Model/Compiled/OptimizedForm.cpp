@@ -158,28 +158,25 @@ class Reader {
 
   CompiledModel read() && {
     model_.hashes.fingerprint = readHash();
-    model_.source.identifiers = readTexts();
-    model_.source.entities = readList(kLeastEntity, &Reader::readEntity);
+    readList(model_.source.identifiers, kLeastText, &Reader::readText);
+    readList(model_.source.entities, kLeastEntity, &Reader::readEntity);
     if (!std::ranges::is_sorted(model_.source.entities, {}, &EntitySource::name)) {
       ByteReader::fail("its entities are out of order");
     }
-    model_.source.configurations = readList(kLeastConfiguration, &Reader::readConfiguration);
+    readList(model_.source.configurations, kLeastConfiguration, &Reader::readConfiguration);
     if (!bytes_.isAtEnd()) ByteReader::fail("something follows its end");
     return std::move(model_);
   }
 
  private:
   template <typename Element>
-  std::vector<Element> readList(std::size_t leastSize, Element (Reader::*readElement)()) {
-    const auto count = bytes_.takeCount(leastSize);
-    std::vector<Element> list;
-    list.reserve(count);
-    for (std::size_t i = 0; i < count; ++i) list.push_back((this->*readElement)());
-    return list;
+  void readList(std::vector<Element>& list, std::size_t leastSize,
+                void (Reader::*readElement)(Element&)) {
+    list.resize(bytes_.takeCount(leastSize));
+    for (auto& element : list) (this->*readElement)(element);
   }
 
-  std::string readText() { return std::string(bytes_.takeText()); }
-  std::vector<std::string> readTexts() { return readList(kLeastText, &Reader::readText); }
+  void readText(std::string& text) { text = bytes_.takeText(); }
 
   VersionHash readHash() {
     VersionHash hash{};
@@ -193,22 +190,19 @@ class Reader {
     return flags;
   }
 
-  EntitySource readEntity() {
-    EntitySource entity;
-    entity.name = readText();
-    entity.className = readText();
-    entity.renamedFrom = readText();
+  void readEntity(EntitySource& entity) {
+    readText(entity.name);
+    readText(entity.className);
+    readText(entity.renamedFrom);
     entity.abstract = readFlags(kAbstract) != 0;
     model_.hashes.entities.push_back(readHash());
-    entity.attributes = readList(kLeastAttribute, &Reader::readAttribute);
-    entity.relationships = readList(kLeastRelationship, &Reader::readRelationship);
-    entity.indexes = readList(kLeastIndex, &Reader::readIndex);
-    return entity;
+    readList(entity.attributes, kLeastAttribute, &Reader::readAttribute);
+    readList(entity.relationships, kLeastRelationship, &Reader::readRelationship);
+    readList(entity.indexes, kLeastIndex, &Reader::readIndex);
   }
 
-  AttributeSource readAttribute() {
-    AttributeSource attribute;
-    attribute.name = readText();
+  void readAttribute(AttributeSource& attribute) {
+    readText(attribute.name);
     const auto type = attributeTypeNumbered(bytes_.take<std::uint16_t>());
     if (!type) ByteReader::fail("it holds an unknown type");
     attribute.type = *type;
@@ -217,9 +211,8 @@ class Reader {
     attribute.scalar = (flags & kScalar) != 0;
     attribute.transient = (flags & kTransient) != 0;
     attribute.defaultValue = readDefault();
-    attribute.hashModifier = readText();
-    attribute.renamedFrom = readText();
-    return attribute;
+    readText(attribute.hashModifier);
+    readText(attribute.renamedFrom);
   }
 
   Value readDefault() {
@@ -233,16 +226,15 @@ class Reader {
       case DefaultKind::real:
         return std::bit_cast<double>(bytes_.take<std::uint64_t>());
       case DefaultKind::text:
-        return readText();
+        return std::string(bytes_.takeText());
     }
     ByteReader::fail("it holds an unknown kind of default");
   }
 
-  RelationshipSource readRelationship() {
-    RelationshipSource relationship;
-    relationship.name = readText();
-    relationship.destination = readText();
-    relationship.inverse = readText();
+  void readRelationship(RelationshipSource& relationship) {
+    readText(relationship.name);
+    readText(relationship.destination);
+    readText(relationship.inverse);
     const auto flags = readFlags(kOptional | kToMany);
     relationship.optional = (flags & kOptional) != 0;
     relationship.toMany = (flags & kToMany) != 0;
@@ -251,30 +243,25 @@ class Reader {
       ByteReader::fail("it holds an unknown delete rule");
     }
     relationship.deleteRule = static_cast<NSDeleteRule>(rule);
-    relationship.renamedFrom = readText();
-    return relationship;
+    readText(relationship.renamedFrom);
   }
 
-  IndexSource readIndex() {
-    IndexSource index;
-    index.name = readText();
-    index.properties = readTexts();
-    return index;
+  void readIndex(IndexSource& index) {
+    readText(index.name);
+    readList(index.properties, kLeastText, &Reader::readText);
   }
 
-  ConfigurationSource readConfiguration() {
-    ConfigurationSource configuration;
-    configuration.name = readText();
-    configuration.entities = readList(sizeof(std::uint16_t), &Reader::readEntityName);
-    return configuration;
+  void readConfiguration(ConfigurationSource& configuration) {
+    readText(configuration.name);
+    readList(configuration.entities, sizeof(std::uint16_t), &Reader::readEntityName);
   }
 
-  std::string readEntityName() {
+  void readEntityName(std::string& name) {
     const std::size_t place = bytes_.take<std::uint16_t>();
     if (place >= model_.source.entities.size()) {
       ByteReader::fail("a configuration names an entity that is not there");
     }
-    return model_.source.entities[place].name;
+    name = model_.source.entities[place].name;
   }
 
   ByteReader bytes_;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "Foundation/Internal/Hexadecimal.h"
 #include "Foundation/Values/FatalError.h"
 
 // entity       := text("entity/1") text(name) flag(abstract)
@@ -104,14 +105,6 @@ VersionHashes versionHashes(const ModelSource& model) {
   return hashes;
 }
 
-std::string hexadecimal(const VersionHash& hash) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const auto byte : hash) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 0xf];
-  }
-  return text;
-}
+std::string hexadecimal(const VersionHash& hash) { return foundation::hexadecimal(hash); }
 
 }  // namespace coredata

@@ -21,22 +21,20 @@ Expected byName(const std::vector<SchemaObject>& schema) {
   return result;
 }
 
-/// What SQLite adds by itself: indexes of keys, and the statistics that ANALYZE leaves for the
-/// planner.
-bool isSQLitesOwn(std::string_view type, std::string_view name, std::string_view sql) {
-  if (type == "index") return sql.empty();
-  return name == "sqlite_stat1" && sql == "CREATE TABLE sqlite_stat1(tbl,idx,stat)";
+/// What SQLite adds by itself: indexes of keys, which alone have no text, and the statistics that
+/// ANALYZE leaves for the planner.
+bool isSQLitesOwn(const SchemaEntry& entry) {
+  return entry.sql.empty() ||
+         (entry.name == "sqlite_stat1" && entry.sql == "CREATE TABLE sqlite_stat1(tbl,idx,stat)");
 }
-
-constexpr const char* kSelect = "SELECT type, name, sql FROM sqlite_master";
 
 /// Whether the file is as it was made, which is as good as every store's.
 bool isAsMade(Connection& connection, const NSManagedObjectModel& model) {
-  Statement statement(connection, kSelect);
+  Statement statement(connection, "SELECT name, sql FROM sqlite_master");
   const auto next = [&]() -> std::optional<SchemaEntry> {
     while (statement.step()) {
-      const SchemaEntry entry{statement.text(1), statement.text(2)};
-      if (!isSQLitesOwn(statement.text(0), entry.name, entry.sql)) return entry;
+      const SchemaEntry entry{statement.text(0), statement.text(1)};
+      if (!isSQLitesOwn(entry)) return entry;
     }
     return std::nullopt;
   };
@@ -54,17 +52,17 @@ SchemaCheck checkSchema(Connection& connection, const NSManagedObjectModel& mode
   const auto report = [&](std::string problem) {
     if (result.problem.empty()) result.problem = std::move(problem);
   };
-  Statement statement(connection, kSelect);
+  Statement statement(connection, "SELECT name, sql, type FROM sqlite_master");
   while (statement.step()) {
-    const std::string_view type = statement.text(0);
-    const std::string_view name = statement.text(1);
-    const std::string_view sql = statement.text(2);
+    const std::string_view name = statement.text(0);
+    const std::string_view sql = statement.text(1);
+    const std::string_view type = statement.text(2);
     const auto found = expected.find(name);
     const bool isKnown = found != expected.end() && found->second->sql == sql;
     if (isKnown) {
       if (name == "_metadata") result.hasMetadata = true;
       expected.erase(found);
-    } else if (isSQLitesOwn(type, name, sql)) {
+    } else if (isSQLitesOwn({name, sql})) {
       continue;
     } else if (type == "index") {
       result.indexChanges.push_back("DROP INDEX " + quoted(name));

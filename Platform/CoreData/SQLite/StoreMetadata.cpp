@@ -9,6 +9,7 @@
 #include "CoreData/SQLite/MetadataText.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreSchema.h"
+#include "CoreData/SQLite/TextPieces.h"
 #include "Foundation/Internal/Hexadecimal.h"
 
 namespace coredata {
@@ -44,15 +45,20 @@ class Checksum {
 
 constexpr const char* kSelect = "SELECT key, value FROM _metadata ORDER BY key";
 
-/// The hashes' text as `metadataText` makes it.
-std::string textOfHashes(const NSManagedObjectModel& model) {
-  std::string text = "{\"dictionary\":{";
-  for (const auto& [name, hash] : model.entityVersionHashesByName()) {
-    if (text.back() != '{') text += ',';
-    text.append("\"").append(name).append("\":{\"data\":\"");
-    text.append(foundation::hexadecimal(hash.data()->bytes())).append("\"}");
+/// The hashes' text as `metadataText` makes it, in pieces.
+template <typename Text>
+void giveHashes(const NSManagedObjectModel& model, Text& text) {
+  text("{\"dictionary\":{");
+  for (std::string_view separator; const NSEntityDescription* entity : model.entities()) {
+    text(separator);
+    text("\"");
+    text(entity->name());
+    text("\":{\"data\":\"");
+    text(foundation::hexadecimal(entity->versionHash()));
+    text("\"}");
+    separator = ",";
   }
-  return text += "}}";
+  text("}}");
 }
 
 void insert(Statement& statement, std::string_view key, std::string_view value) {
@@ -108,7 +114,9 @@ std::optional<UUID> identifierOfStore(Connection& connection, const NSManagedObj
     }
     checksum.add(key);
     checksum.add(text);
-    if (key == NSStoreModelVersionHashesKey) isOfModel = text == textOfHashes(model);
+    if (key == NSStoreModelVersionHashesKey) {
+      isOfModel = isText(text, [&](auto& piece) { giveHashes(model, piece); });
+    }
     if (key == NSStoreUUIDKey && text.size() > 2) {
       identifier = UUID::fromString(text.substr(1, text.size() - 2));
     }

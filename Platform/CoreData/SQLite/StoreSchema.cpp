@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "CoreData/SQLite/RowColumns.h"
+#include "CoreData/SQLite/TextPieces.h"
 
 namespace coredata {
 
@@ -55,32 +56,6 @@ std::string_view columnType(SlotTag kind) {
   }
   return "";
 }
-/// Takes the pieces of a text and puts them together.
-class TextMaker {
- public:
-  void operator()(std::string_view piece) { text_ += piece; }
-  [[nodiscard]] std::string take() && { return std::move(text_); }
-
- private:
-  std::string text_;
-};
-
-/// Takes the pieces of a text and compares them with another, of which nothing is copied.
-class TextMatcher {
- public:
-  explicit TextMatcher(std::string_view other) noexcept : rest_(other) {}
-
-  void operator()(std::string_view piece) noexcept {
-    matches_ = matches_ && rest_.starts_with(piece);
-    if (matches_) rest_.remove_prefix(piece.size());
-  }
-  [[nodiscard]] bool isWhole() const noexcept { return matches_ && rest_.empty(); }
-
- private:
-  std::string_view rest_;
-  bool matches_ = true;
-};
-
 // The texts in pieces, of which names and statements are made, and with which they are compared.
 
 template <typename Text>
@@ -122,20 +97,6 @@ void giveIndex(const NSEntityDescription& entity, const NSFetchIndexDescription&
     separator = ", ";
   }
   text(")");
-}
-
-template <typename Give>
-std::string textOf(Give&& give) {
-  TextMaker text;
-  give(text);
-  return std::move(text).take();
-}
-
-template <typename Give>
-bool isText(std::string_view other, Give&& give) {
-  TextMatcher text(other);
-  give(text);
-  return text.isWhole();
 }
 
 bool isTable(const SchemaEntry& entry, const NSEntityDescription& entity) {

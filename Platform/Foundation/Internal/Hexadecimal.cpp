@@ -9,11 +9,11 @@ constexpr std::string_view kDigits = "0123456789abcdef";
 }  // namespace
 
 std::string hexadecimal(std::span<const std::uint8_t> bytes) {
-  std::string text;
-  text.reserve(bytes.size() * 2);
+  std::string text(bytes.size() * 2, '0');
+  auto digit = text.begin();
   for (const std::uint8_t byte : bytes) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
+    *digit++ = kDigits[byte >> 4];
+    *digit++ = kDigits[byte & 15];
   }
   return text;
 }

@@ -54,6 +54,8 @@ struct CompiledQuery {
   std::vector<QueryParameter> parameters;
   /// Comparisons between arguments and literals alone.
   std::vector<foundation::PredicateNode> tests;
+  /// Whether the text calls functions of ours, which a connection has to be taught first.
+  bool callsFunctions = false;
 };
 
 }  // namespace coredata

@@ -67,10 +67,6 @@ bool isAbsentLiteral(const ExpressionNode& expression) noexcept {
   return expression.kind == ExpressionNode::Kind::literal && expression.literal.isNone();
 }
 
-std::string call(const char* function, const std::string& left, const std::string& right) {
-  return std::string(function) + "(" + left + ", " + right + ")";
-}
-
 }  // namespace
 
 SqlCondition PredicateCompiler::constantTest(Node comparison, bool wanted) {
@@ -101,7 +97,7 @@ SqlCondition PredicateCompiler::equal(const Side& left, const Side& right, Optio
         wanted);
   }
   if (option != Option::exact && left.type.kind == ColumnKind::text) {
-    return holdsOrNot(call(textFunction(Comparison::equal, option), left.sql, right.sql), wanted);
+    return holdsOrNot(textCall(Comparison::equal, option, left.sql, right.sql), wanted);
   }
   return {left.sql + (wanted ? " IS " : " IS NOT ") + right.sql};
 }
@@ -113,7 +109,7 @@ SqlCondition PredicateCompiler::equalToConstant(const Side& column, const Side& 
   }
   const std::string bound = parameter(constant, column, Role::equality);
   if (option != Option::exact && column.type.kind == ColumnKind::text) {
-    return holdsOrNot(call(textFunction(Comparison::equal, option), column.sql, bound), wanted);
+    return holdsOrNot(textCall(Comparison::equal, option, column.sql, bound), wanted);
   }
   // The plain form lets SQLite see that a joined row must be there, and start from its table.
   if (wanted && column.isJoined && isNeverAbsent(*constant.constant)) {
@@ -187,7 +183,13 @@ SqlCondition PredicateCompiler::textTest(Comparison comparison, const Side& left
     return given.constant == nullptr ? given.sql : parameter(given, column, Role::roundedDown);
   };
   const std::string whole = text(left);
-  return holdsOrNot(call(textFunction(comparison, option), whole, text(right)), wanted);
+  return holdsOrNot(textCall(comparison, option, whole, text(right)), wanted);
+}
+
+std::string PredicateCompiler::textCall(Comparison comparison, Option option,
+                                        const std::string& left, const std::string& right) {
+  draft_.noteFunction();
+  return std::string(textFunction(comparison, option)) + "(" + left + ", " + right + ")";
 }
 
 SqlCondition PredicateCompiler::prefixRange(const Side& column, const Side& prefix, bool wanted) {

@@ -21,7 +21,8 @@ SqlCondition exists(const MemberQuery& members, const SqlCondition& condition, b
   return result;
 }
 
-std::string listTable(const std::string& parameter) {
+std::string listTable(const std::string& parameter, QueryDraft& draft) {
+  draft.noteFunction();
   return std::string(kListTable) + "(" + parameter + ")";
 }
 
@@ -110,7 +111,7 @@ SqlCondition PredicateCompiler::isInList(const Side& column, const Expression& l
   parameter.index = list.argument;
   parameter.width = width(shape.form);
   std::string members = draft_.add(std::move(parameter));
-  if (shape.form == ListForm::table) members = "SELECT value FROM " + listTable(members);
+  if (shape.form == ListForm::table) members = "SELECT value FROM " + listTable(members, draft_);
   members = "(" + members + ")";
   SqlCondition isMember{column.sql + " IN " + members};
   if (shape.hasAbsent) {
@@ -126,11 +127,10 @@ SqlCondition PredicateCompiler::isInTable(const Side& column, const Expression& 
   parameter.source = QueryParameter::Source::list;
   parameter.type = column.type;
   parameter.index = list.argument;
-  const std::string table = listTable(draft_.add(std::move(parameter)));
+  const std::string table = listTable(draft_.add(std::move(parameter)), draft_);
   const bool isFolded = option != Option::exact && column.type.kind == ColumnKind::text;
-  const std::string matches =
-      isFolded ? textFunction(Comparison::equal, option) + ("(value, " + column.sql + ")")
-               : "value IS " + column.sql;
+  const std::string matches = isFolded ? textCall(Comparison::equal, option, "value", column.sql)
+                                       : "value IS " + column.sql;
   return holdsOrNot("EXISTS (SELECT 1 FROM " + table + " WHERE " + matches + ")", wanted);
 }
 

@@ -72,6 +72,9 @@ class PredicateCompiler {
   [[nodiscard]] SqlCondition between(const Side& value, const Expression& bounds, bool wanted);
   [[nodiscard]] SqlCondition textTest(Comparison comparison, const Side& left, const Side& right,
                                       Option option, bool wanted);
+  /// A call of `textFunction`.
+  [[nodiscard]] std::string textCall(Comparison comparison, Option option, const std::string& left,
+                                     const std::string& right);
   [[nodiscard]] SqlCondition prefixRange(const Side& column, const Side& prefix, bool wanted);
 
   // Comparisons with members.

@@ -7,12 +7,7 @@
 namespace coredata {
 
 QueryCache& QueryCache::of(Connection& connection) {
-  if (connection.queries == nullptr) {
-    int result = installTextFunctions(connection.handle());
-    if (result == SQLITE_OK) result = installListTable(connection.handle());
-    if (result != SQLITE_OK) connection.fail(result, {});
-    connection.queries = std::make_shared<QueryCache>(connection);
-  }
+  if (connection.queries == nullptr) connection.queries = std::make_shared<QueryCache>(connection);
   return *connection.queries;
 }
 
@@ -49,11 +44,20 @@ QueryCache::Kept& QueryCache::kept(const FetchPlan& plan, const QueryVariant& va
 const QueryCache::Query& QueryCache::query(const FetchPlan& plan, const QueryVariant& variant) {
   Kept& found = kept(plan, variant);
   if (found.statement == nullptr || found.statementDrops != connection_.statementDrops()) {
+    provideFor(found.compiled);
     found.statement = &connection_.statement({StatementKind::query, found.number, plan.serial()},
                                              [&] { return found.compiled.sql; });
     found.statementDrops = connection_.statementDrops();
   }
   return found;
+}
+
+void QueryCache::provideFor(const CompiledQuery& query) {
+  if (hasFunctions_ || !query.callsFunctions) return;
+  int result = installTextFunctions(connection_.handle());
+  if (result == SQLITE_OK) result = installListTable(connection_.handle());
+  if (result != SQLITE_OK) connection_.fail(result, {});
+  hasFunctions_ = true;
 }
 
 bool QueryCache::indexGivesOrder(const FetchPlan& plan) { return ofPlan(plan).indexGivesOrder; }

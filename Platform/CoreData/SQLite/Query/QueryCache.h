@@ -20,7 +20,7 @@ class QueryCache {
   /// More variants than this are not kept: requests put together at run time would fill the memory.
   static constexpr std::size_t kMaxQueries = 512;
 
-  /// The connection's own, made at the first use together with the functions that queries call.
+  /// The connection's own, made at the first use.
   [[nodiscard]] static QueryCache& of(Connection& connection);
   explicit QueryCache(Connection& connection) noexcept : connection_(connection) {}
 
@@ -31,6 +31,8 @@ class QueryCache {
   /// The query, with its statement prepared. Stays valid until the next call, and as long as the
   /// connection prepares nothing else.
   [[nodiscard]] const Query& query(const FetchPlan& plan, const QueryVariant& variant);
+  /// Teaches the connection the functions that the query calls. Most programs' queries call none.
+  void provideFor(const CompiledQuery& query);
   /// As the function of that name, once for each plan.
   [[nodiscard]] bool indexGivesOrder(const FetchPlan& plan);
 
@@ -57,6 +59,7 @@ class QueryCache {
   PlanQueries* lastQueries_ = nullptr;
   std::size_t size_ = 0;
   std::uint32_t lastNumber_ = 0;
+  bool hasFunctions_ = false;
 };
 
 }  // namespace coredata

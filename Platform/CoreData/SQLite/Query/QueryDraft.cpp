@@ -50,7 +50,7 @@ CompiledQuery QueryDraft::finish(std::string sql) && {
   std::erase_if(parameters_, [&](const QueryParameter& parameter) {
     return !isUsed[static_cast<std::size_t>(parameter.number)];
   });
-  return {&model_, std::move(sql), std::move(parameters_), std::move(tests_)};
+  return {&model_, std::move(sql), std::move(parameters_), std::move(tests_), callsFunctions_};
 }
 
 std::string tableAlias(std::uint32_t table) { return "t" + std::to_string(table); }

@@ -32,6 +32,9 @@ class QueryDraft {
     return argument < kTellableArguments && (absentArguments_ >> argument & 1U) == 0;
   }
 
+  /// Notes that the query calls a function of ours.
+  void noteFunction() noexcept { callsFunctions_ = true; }
+
   [[nodiscard]] CompiledQuery finish(std::string sql) &&;
 
  private:
@@ -42,6 +45,7 @@ class QueryDraft {
   std::vector<foundation::PredicateNode> tests_;
   std::uint32_t tables_ = 0;
   int lastNumber_ = 0;
+  bool callsFunctions_ = false;
 };
 
 /// The alias of a table, "t0".

@@ -71,8 +71,9 @@ Store::Store() : session_(opened(directory_.path())) {}
 std::string Store::explanation(const Fetch& fetch, coredata::QueryVariant variant) {
   coredata::Reading reading(session_);
   coredata::Connection& connection = reading.connection();
-  (void)coredata::QueryCache::of(connection);
-  const std::string sql = "EXPLAIN QUERY PLAN " + compiled(fetch, std::move(variant)).sql;
+  const coredata::CompiledQuery query = compiled(fetch, std::move(variant));
+  coredata::QueryCache::of(connection).provideFor(query);
+  const std::string sql = "EXPLAIN QUERY PLAN " + query.sql;
   coredata::Statement statement(connection, sql);
   std::string text;
   while (statement.step()) text += std::string(statement.text(3)) + "\n";

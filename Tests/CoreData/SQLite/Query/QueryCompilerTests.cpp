@@ -14,6 +14,8 @@ using coredata::QueryResult;
 using coredata::QueryVariant;
 using foundation::NSPredicate;
 using foundation::Ref;
+using foundation::Value;
+using foundation::ValueList;
 
 std::string sql(const FetchPlan& plan, const QueryVariant& variant) {
   return coredata::compileQuery(plan, variant).sql;
@@ -49,6 +51,20 @@ TEST(QueryCompiler, ReadsRowsInTheOrderOfTheirSlots) {
   EXPECT_EQ(
       sql(*habits::everything("Photo"), {QueryResult::rows, false, false, QueryOrder::none, {}}),
       R"(SELECT t0._id,t0._version,t0."checkin",t0."name",t0."size" FROM "Photo" t0)");
+}
+
+TEST(QueryCompiler, TellsWhichQueriesCallFunctions) {
+  const auto calls = [](const NSPredicate& predicate) {
+    const QueryVariant keys{QueryResult::keys, false, false, QueryOrder::none, {}};
+    return habits::compiled(habits::fetch("Photo", predicate), keys).callsFunctions;
+  };
+
+  EXPECT_FALSE(calls(NSPredicate::format("size = %d AND name BEGINSWITH %@", 1, "a")));
+  EXPECT_FALSE(calls(NSPredicate::format("size IN %@", ValueList{1, 2})));
+  EXPECT_TRUE(calls(NSPredicate::format("size IN %@", ValueList(100, Value(1)))));
+  EXPECT_TRUE(calls(NSPredicate::format("name CONTAINS %@", "a")));
+  EXPECT_TRUE(calls(NSPredicate::format("name =[c] %@", "a")));
+  EXPECT_TRUE(calls(NSPredicate::format("name IN[c] %@", ValueList{"a", "b"})));
 }
 
 TEST(QueryCompiler, SortsByKeyWithoutASort) {

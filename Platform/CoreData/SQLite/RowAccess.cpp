@@ -94,7 +94,7 @@ std::string updateText(const NSEntityDescription& entity, SlotMask changed) {
 Ref<Row> selectRow(Connection& connection, const RowColumns& columns, ObjectKey key) {
   const NSEntityDescription& entity = columns.entity();
   Statement& statement = connection.statement(keyOf(StatementKind::selectRow, entity), [&] {
-    return "SELECT " + columns.list() + " FROM " + quoted(entity.name()) + " WHERE _id=?";
+    return "SELECT * FROM " + quoted(entity.name()) + " WHERE _id=?";
   });
   const StatementUse use(statement);
   statement.bindInteger(1, key);

@@ -48,6 +48,7 @@ SlotTag slotKind(const Slot& slot) noexcept {
 }
 
 RowColumns::RowColumns(const NSEntityDescription& entity) : entity_(&entity) {
+  kinds_.reserve(entity.slots().size());
   for (const Slot& slot : entity.slots()) {
     const SlotTag kind = slotKind(slot);
     if (kind == SlotTag::text || kind == SlotTag::bytes || kind == SlotTag::identifier) {
@@ -58,7 +59,7 @@ RowColumns::RowColumns(const NSEntityDescription& entity) : entity_(&entity) {
 }
 
 std::string RowColumns::list(std::string_view alias) const {
-  const std::string prefix = alias.empty() ? std::string() : std::string(alias) + ".";
+  const std::string prefix = std::string(alias) + ".";
   std::string result = prefix + "_id," + prefix + "_version";
   for (const Slot& slot : entity_->slots()) result += "," + prefix + quoted(slot.property->name());
   return result;

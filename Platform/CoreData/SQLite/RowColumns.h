@@ -18,13 +18,13 @@ class RowColumns {
   explicit RowColumns(const NSEntityDescription& entity);
 
   [[nodiscard]] const NSEntityDescription& entity() const noexcept { return *entity_; }
-  /// `_id`, `_version` and the slots, as they stand behind SELECT: each column quoted, and
-  /// qualified by the table's alias if one is given.
-  [[nodiscard]] std::string list(std::string_view alias = {}) const;
+  /// `_id`, `_version` and the slots, which are all columns of a table that fits the model, in
+  /// their order; each quoted and qualified by the table's alias, for tables that may not fit.
+  [[nodiscard]] std::string list(std::string_view alias) const;
   /// How many columns `list` names.
   [[nodiscard]] int count() const noexcept { return static_cast<int>(kinds_.size()) + 2; }
 
-  /// The row on which the statement stands, whose columns are those of `list`; in memory of its
+  /// The row on which the statement stands, whose columns are the table's; in memory of its
   /// own, or next to the others in `blocks`. Throws when a column cannot be what the model says.
   [[nodiscard]] foundation::Ref<Row> read(const Statement& statement,
                                           RowBlocks* blocks = nullptr) const;

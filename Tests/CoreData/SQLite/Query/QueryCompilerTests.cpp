@@ -50,7 +50,7 @@ coredata::FetchColumn shown(std::string_view keyPath, Aggregate aggregate = Aggr
 TEST(QueryCompiler, ReadsRowsInTheOrderOfTheirSlots) {
   EXPECT_EQ(
       sql(*habits::everything("Photo"), {QueryResult::rows, false, false, QueryOrder::none, {}}),
-      R"(SELECT t0._id,t0._version,t0."checkin",t0."name",t0."size" FROM "Photo" t0)");
+      R"(SELECT t0.* FROM "Photo" t0)");
 }
 
 TEST(QueryCompiler, TellsWhichQueriesCallFunctions) {

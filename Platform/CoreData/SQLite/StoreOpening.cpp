@@ -79,7 +79,7 @@ UUID requireIdentifier(Connection& connection, const NSManagedObjectModel& model
   throw storeError(StoreErrorCode::damaged, "The store " + path + " has no identifier.");
 }
 
-/// Looks through schema and metadata, in the read transaction that is open, and ends it.
+/// Looks through schema and metadata, in the state that is being read, and ends the reading.
 void verify(OpenedStore& store, const StoreOptions& options, const NSManagedObjectModel& model) {
   Connection& connection = *store.connection;
   const SchemaCheck check = checkSchema(connection, model);
@@ -93,7 +93,7 @@ void verify(OpenedStore& store, const StoreOptions& options, const NSManagedObje
   }
   store.schemaVersion = connection.schemaVersion();
   connection.seenDataVersion = connection.dataVersion();
-  connection.commit();
+  connection.rollBack();
   if (check.indexChanges.empty() || options.readOnly || !options.buildsIndexes) return;
   rebuildIndexes(connection, model);
   store.schemaVersion = connection.schemaVersion();
@@ -175,16 +175,16 @@ OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& m
     store.connection = std::make_unique<Connection>(store.path, store.settings);
     Connection& connection = *store.connection;
     if (!options.readOnly) requireWritable(connection, store.path);
-    // One transaction from here to the end of the check: else another process could make the store
+    // One state of the store from here to the end of the check: else another process could make it
     // in between.
-    connection.begin();
+    connection.beginReading();
     if (contentOf(connection, store.path) == StoreContent::nothing) {
       connection.rollBack();
       if (options.readOnly) {
         throw storeError(StoreErrorCode::missing, "There is no store in " + store.path + ".");
       }
       createStore(connection, options, model);
-      connection.begin();
+      connection.beginReading();
     }
     verify(store, options, model);
     if (!options.readOnly) chooseJournal(store, options);

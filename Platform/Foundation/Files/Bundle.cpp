@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <mutex>
+#include <ranges>
 #include <utility>
 
 #include "Foundation/Files/Internal/BundleInfo.h"
@@ -47,13 +49,10 @@ URL urlOf(const std::string& path, Kind kind) {
 
 /// Whether a name leads to something below where it is looked for, and nowhere else.
 bool staysBelow(std::string_view relative) {
-  if (relative.find('\0') != std::string_view::npos) return false;
-  const std::filesystem::path path(relative);
-  if (path.is_absolute()) return false;
-  for (const auto& component : path) {
-    if (component == "..") return false;
-  }
-  return true;
+  if (relative.starts_with('/') || relative.find('\0') != std::string_view::npos) return false;
+  return std::ranges::none_of(std::views::split(relative, '/'), [](const auto& component) {
+    return std::string_view(component) == "..";
+  });
 }
 
 std::string joined(std::string path, std::string_view relative) {

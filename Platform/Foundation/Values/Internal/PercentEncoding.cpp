@@ -1,5 +1,6 @@
 #include "Foundation/Values/Internal/PercentEncoding.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 
@@ -42,10 +43,12 @@ bool isUrlText(std::string_view text, std::string_view further) noexcept {
 
 std::string percentEncodedPath(std::string_view bytes) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
+  const auto isPlain = [](char c) { return standsForItself(c, kPathMarks); };
+  if (std::ranges::all_of(bytes, isPlain)) return std::string(bytes);
   std::string text;
   text.reserve(bytes.size());
   for (const char c : bytes) {
-    if (standsForItself(c, kPathMarks)) {
+    if (isPlain(c)) {
       text += c;
       continue;
     }
@@ -58,6 +61,7 @@ std::string percentEncodedPath(std::string_view bytes) {
 }
 
 std::string percentDecoded(std::string_view text) {
+  if (!text.contains('%')) return std::string(text);
   std::string bytes;
   bytes.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {

@@ -4,7 +4,6 @@
 
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "CoreData/SQLite/StoreVFS.h"
 #include "CoreDataStack/Model/CDActivity.h"
@@ -35,9 +34,10 @@ class UseCaseTest : public testing::Test {
     return activity;
   }
   foundation::Ref<CDCheckin> addCheckin(const foundation::Ref<CDActivity>& activity,
-                                        std::optional<std::string> day, double count = 1) const {
+                                        const std::optional<std::string>& day,
+                                        double count = 1) const {
     auto checkin = foundation::make<CDCheckin>(context());
-    checkin->setDate(std::move(day));
+    checkin->setDate(day);
     checkin->setCount(count);
     checkin->setActivity(activity);
     context().save();

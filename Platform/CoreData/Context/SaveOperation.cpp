@@ -4,6 +4,7 @@
 
 #include "CoreData/Context/RowMerging.h"
 #include "CoreData/Context/SaveError.h"
+#include "CoreData/Rows/RowVersion.h"
 #include "Foundation/Values/FatalError.h"
 
 namespace coredata {
@@ -157,7 +158,7 @@ void SaveOperation::writeUpdated(WriteTransaction& transaction) {
     const SlotMask changed = object->row_->differencesFrom(*object->committed_);
     if (changed == 0) continue;
     const std::int64_t expected = object->committed_->version();
-    object->row_->setVersion(expected + 1);
+    object->row_->setVersion(versionAfter(expected));
     if (transaction.update(*object->row_, changed, expected)) {
       written_.push_back(object.get());
     } else if (state_.mergePolicy == NSMergePolicy::error) {
@@ -179,7 +180,7 @@ void SaveOperation::mergeUpdate(NSManagedObject& object, WriteTransaction& trans
   releaseFormerPartners(*object.row_, *object.committed_, *current, transaction);
   const SlotMask changed = merged->differencesFrom(*current);
   if (changed != 0) {
-    merged->setVersion(current->version() + 1);
+    merged->setVersion(versionAfter(current->version()));
     requireWritten(transaction.update(*merged, changed, current->version()));
     written_.push_back(&object);
   }
@@ -205,7 +206,7 @@ void SaveOperation::releaseReference(const NSEntityDescription& entity, ObjectKe
   if (!current || current->reference(slot) != expected) return;
   Ref<Row> released = current->copy();
   released->setReference(slot, kNoObject);
-  released->setVersion(current->version() + 1);
+  released->setVersion(versionAfter(current->version()));
   requireWritten(transaction.update(*released, SlotMask{1} << slot, current->version()));
   releasedStrangers_.push_back(std::move(released));
 }

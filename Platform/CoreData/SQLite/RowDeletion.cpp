@@ -4,6 +4,7 @@
 #include <bit>
 #include <string>
 
+#include "CoreData/Rows/RowVersion.h"
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/RowColumns.h"
 #include "CoreData/SQLite/RowFeed.h"
@@ -27,7 +28,7 @@ std::string referencesText(const NSEntityDescription& entity) {
 }
 
 std::string clearingText(const NSEntityDescription& entity, SlotMask slots) {
-  std::string text = "UPDATE " + quoted(entity.name()) + " SET _version=_version+1";
+  std::string text = "UPDATE " + quoted(entity.name()) + " SET _version=" + kNextVersion;
   for (SlotMask rest = slots; rest != 0; rest &= rest - 1) {
     text += "," + quoted(nameOf(entity, static_cast<SlotIndex>(std::countr_zero(rest)))) + "=NULL";
   }

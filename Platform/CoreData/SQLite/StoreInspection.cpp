@@ -47,31 +47,35 @@ std::optional<FileIdentity> identityOf(const std::optional<FileState>& state) {
 
 std::int64_t sizeOf(const std::optional<FileState>& state) { return state ? state->size : 0; }
 
-/// Whether a log begins with what SQLite takes for the beginning of one, or with nothing. For a
-/// damaged one it would look for ten seconds, in an index that may only be read, for whoever
-/// is changing it. Locks are on the index and not on the log, so closing that loses none.
+/// Whether SQLite finds the salts of a log where they are. Where it does not, since the log's head
+/// is damaged or nothing follows it, it would look for them for ten seconds, in an index that may
+/// only be read, for whoever is changing it. Locks are on the index and not on the log, so closing
+/// that loses none.
 bool hasReadableHeader(const std::string& log) {
   constexpr std::uint32_t kMagic = 0x377f0682;
   constexpr std::size_t kPageSize = 8;
-  std::array<std::uint8_t, kPageSize + sizeof(std::uint32_t)> header{};
+  constexpr std::size_t kSalts = 16;
+  constexpr std::size_t kSize = 32;
+  std::array<std::uint8_t, kSize + 1> bytes{};
   const auto file = foundation::FileDescriptor::open(AT_FDCWD, log.c_str(), O_RDONLY);
   if (!file) return true;
-  const auto size = foundation::FileSystem::current().read(file->get(), header);
+  const auto size = foundation::FileSystem::current().read(file->get(), bytes);
   // What cannot be read is SQLite's to complain of.
-  if (!size || *size < header.size()) return true;
+  if (!size) return true;
   const auto number = [&](std::size_t at) {
-    return std::accumulate(header.begin() + static_cast<std::ptrdiff_t>(at),
-                           header.begin() + static_cast<std::ptrdiff_t>(at + sizeof(std::uint32_t)),
+    return std::accumulate(bytes.begin() + static_cast<std::ptrdiff_t>(at),
+                           bytes.begin() + static_cast<std::ptrdiff_t>(at + sizeof(std::uint32_t)),
                            std::uint32_t{0},
                            [](std::uint32_t sum, std::uint8_t byte) { return sum << 8U | byte; });
   };
-  if (number(0) == 0 && number(kPageSize) == 0) return true;
+  // Room for a log has none, nor has a log without a head.
+  if (number(kSalts) == 0 && number(kSalts + sizeof(std::uint32_t)) == 0) return true;
   constexpr std::uint32_t kSmallest = 512;
   constexpr std::uint32_t kLargest = 65536;
   const std::uint32_t pageSize = number(kPageSize);
   // The lowest bit of the first number tells the order of the bytes in checksums.
-  return (number(0) & ~1U) == kMagic && std::has_single_bit(pageSize) && pageSize >= kSmallest &&
-         pageSize <= kLargest;
+  return *size > kSize && (number(0) & ~1U) == kMagic && std::has_single_bit(pageSize) &&
+         pageSize >= kSmallest && pageSize <= kLargest;
 }
 }  // namespace
 

@@ -1,13 +1,17 @@
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "Foundation/Predicate/Internal/FormatParser.h"
+#include "Foundation/Predicate/Internal/ShapePrinter.h"
 #include "Foundation/Predicate/NSPredicate.h"
 #include "Foundation/Predicate/PredicateEvaluation.h"
 #include "Foundation/Predicate/ValueReader.h"
 #include "Foundation/Values/Error.h"
+#include "Fuzz/Support/SameTree.h"
+#include "Fuzz/Support/Tolerance.h"
 
 namespace {
 
@@ -54,6 +58,16 @@ bool evaluates(const foundation::PredicateShape& shape) {
   }
 }
 
+/// What is printed reads as the same tree, and prints as the same text. Past the table of shapes,
+/// which would take two trees of one text for the same.
+void requireSameTreeAgain(std::string_view format) {
+  const auto read = foundation::FormatParser(format, {}).parse();
+  const std::string printed = foundation::printedFormat(read.root, read.rules);
+  const auto again = foundation::FormatParser(printed, {}).parse();
+  fuzz::require(fuzz::areSame(again, read));
+  fuzz::require(foundation::printedFormat(again.root, again.rules) == printed);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -61,7 +75,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view format(reinterpret_cast<const char*>(data), size);
   try {
     const auto shape = foundation::PredicateShape::parse(format);
-    if (foundation::PredicateShape::parse(shape->format()) != shape) std::abort();
+    fuzz::require(foundation::PredicateShape::parse(shape->format()) == shape);
+    requireSameTreeAgain(format);
     static_cast<void>(evaluates(*shape));
   } catch (const Error&) {
     // A format may be bad; it may only not do harm.

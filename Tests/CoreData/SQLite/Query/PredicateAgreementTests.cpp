@@ -62,7 +62,7 @@ TEST(PredicateAgreement, FindsInTheStoreWhatHoldsInMemory) {
     habits::Store store;
     store.insert(world.all());
     store.session().begin();
-    habits::RandomPredicates predicates(random);
+    habits::RandomPredicates predicates{habits::RandomValues(random)};
     for (std::uint64_t n = 0; n < kPredicatesPerWorld;) {
       const char* entityName = kEntities[random() % kEntities.size()];
       const auto fetch = fetchOf(entityName, predicates.about(entityName));

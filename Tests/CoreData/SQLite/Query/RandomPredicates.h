@@ -1,8 +1,8 @@
 #pragma once
 
-#include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Foundation/Values/Value.h"
@@ -20,7 +20,7 @@ struct RandomPredicate {
 /// some make no sense and are refused.
 class RandomPredicates {
  public:
-  explicit RandomPredicates(std::mt19937_64& random) : values_(random) {}
+  explicit RandomPredicates(RandomValues values) : values_(std::move(values)) {}
 
   [[nodiscard]] RandomPredicate about(std::string_view entityName);
 

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
+#include <utility>
 
 #include "Foundation/Values/Value.h"
 
@@ -11,9 +13,14 @@ namespace habits {
 /// Values from small pools, so that equal ones meet, with everything at which comparisons go wrong.
 class RandomValues {
  public:
-  explicit RandomValues(std::mt19937_64& random) : random_(random) {}
+  /// Draws any number.
+  using Draw = std::function<std::uint64_t()>;
 
-  [[nodiscard]] std::size_t below(std::size_t bound) { return random_() % bound; }
+  /// The generator must outlive this.
+  explicit RandomValues(std::mt19937_64& random) : draw_(std::ref(random)) {}
+  explicit RandomValues(Draw draw) : draw_(std::move(draw)) {}
+
+  [[nodiscard]] std::size_t below(std::size_t bound) { return draw_() % bound; }
 
   [[nodiscard]] std::int64_t wholeNumber();
   [[nodiscard]] double realNumber();
@@ -23,7 +30,7 @@ class RandomValues {
   [[nodiscard]] foundation::UUID identifier();
 
  private:
-  std::mt19937_64& random_;
+  Draw draw_;
 };
 
 }  // namespace habits

@@ -1,10 +1,9 @@
 #include "CoreDataStack/UseCases/CoreDataCheckinUseCase.h"
 
-#include <absl/container/flat_hash_set.h>
-
 #include <utility>
 
 #include "Domain/DateFormat.h"
+#include "Foundation/Internal/HashTables.h"
 #include "Foundation/Predicate/PredicateTemplate.h"
 #include "Foundation/Text/DateFormatter.h"
 
@@ -70,7 +69,7 @@ LastCheckins lastDays(const DictionaryRows& rows, const NSEntityDescription& act
   const std::size_t activities = rows.column(kActivity);
   const std::size_t dates = rows.column(kDate);
   const foundation::DateFormatter days(DateFormat(DateFormat::day).pattern());
-  absl::flat_hash_set<ObjectKey> done;
+  foundation::HashSet<ObjectKey> done;
   for (std::size_t row = rows.size(); row-- > 0;) {
     const ObjectKey key = rows.reference(row, activities);
     if (rows.tag(row, activities) != SlotTag::reference || done.contains(key)) continue;

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "CoreData/SQLite/RowDeletion.h"
-#include "absl/container/flat_hash_set.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -32,7 +32,7 @@ class BatchDeletion {
     bool referencesMatter = false;
     /// Those that go, as they were found.
     std::vector<ObjectKey> condemned;
-    absl::flat_hash_set<ObjectKey> isCondemned;
+    foundation::HashSet<ObjectKey> isCondemned;
     /// How many of them were asked what goes with them.
     std::size_t judged = 0;
     /// Those that lead to one that goes, with the references by which they do.

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "CoreData/Object/NSManagedObject.h"
+#include "Foundation/Values/RoomForOneMore.h"
 
 namespace coredata {
 
@@ -12,26 +13,28 @@ ChangeList::ChangeList() = default;
 ChangeList::~ChangeList() = default;
 
 void ChangeList::add(NSManagedObject& object) {
-  object.changePosition_ = static_cast<std::uint32_t>(objects_.size());
   objects_.emplace_back(&object);
+  object.changePosition_ = static_cast<std::uint32_t>(objects_.size() - 1);
   ++live_;
 }
 
-void ChangeList::remove(NSManagedObject& object) {
+void ChangeList::makeRoom() { foundation::makeRoomForOneMore(objects_); }
+
+void ChangeList::remove(NSManagedObject& object) noexcept {
   const Ref<NSManagedObject> keptAlive = std::move(objects_[object.changePosition_]);
   objects_[object.changePosition_] = nullptr;
   --live_;
   if (objects_.size() > 32 && live_ < objects_.size() / 2) closeHoles();
 }
 
-void ChangeList::closeHoles() {
+void ChangeList::closeHoles() noexcept {
   std::erase(objects_, nullptr);
   for (std::size_t i = 0; i < objects_.size(); ++i) {
     objects_[i]->changePosition_ = static_cast<std::uint32_t>(i);
   }
 }
 
-std::vector<Ref<NSManagedObject>> ChangeList::take() {
+std::vector<Ref<NSManagedObject>> ChangeList::take() noexcept {
   if (live_ != objects_.size()) closeHoles();
   live_ = 0;
   return std::exchange(objects_, {});

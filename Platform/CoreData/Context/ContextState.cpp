@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <new>
 #include <utility>
 
 #include "CoreData/Context/ObjectsDidChange.h"
@@ -142,25 +143,25 @@ Ref<NSManagedObject> ContextState::object(const NSEntityDescription& entity, Obj
 }
 
 void ContextState::noteInserted(NSManagedObject& object) {
-  object.state_.inserted = true;
   touch(object);
   inserted.add(object);
+  object.state_.inserted = true;
   ++dirty(object.entity()).inserted;
 }
 
 void ContextState::noteUpdated(NSManagedObject& object) {
-  object.state_.updated = true;
   updated.add(object);
+  object.state_.updated = true;
   ++dirty(object.entity()).updated;
 }
 
 void ContextState::noteDeleted(NSManagedObject& object) {
-  object.state_.deleted = true;
   deleted.add(object);
+  object.state_.deleted = true;
   ++dirty(object.entity()).deleted;
 }
 
-void ContextState::forgetChanges(NSManagedObject& object) {
+void ContextState::forgetChanges(NSManagedObject& object) noexcept {
   DirtyCounts& counts = dirty(object.entity());
   // The lists may hold the last handle.
   const Ref<NSManagedObject> keptAlive(&object);
@@ -181,7 +182,7 @@ void ContextState::forgetChanges(NSManagedObject& object) {
 
 void ContextState::forgetAllChanges() noexcept { std::ranges::fill(dirty_, DirtyCounts()); }
 
-void ContextState::detach(NSManagedObject& object) {
+void ContextState::detach(NSManagedObject& object) noexcept {
   const Ref<NSManagedObject> keptAlive(&object);
   forgetChanges(object);
   registry->remove(object);
@@ -233,25 +234,37 @@ void ContextState::releaseChangedRelationships(NSManagedObject& object) {
 void ContextState::remember(NSManagedObject& touched) {
   // Made now: once it has left the context nobody can say which object it was.
   static_cast<void>(touched.objectID());
-  touched_.emplace(&touched);
+  touched_.insert(Ref<NSManagedObject>(&touched));
 }
 
 void ContextState::tellObservers() {
   foundation::NSNotificationCenter& center = foundation::NSNotificationCenter::defaultCenter();
-  const auto touched = std::exchange(touched_, {});
   isObserved_ = center.hasObservers(NSManagedObjectContextObjectsDidChangeNotification);
-  if (touched.empty() || !isObserved_) return;
+  if (!isObserved_) touched_.clear();
+  if (touched_.empty()) return;
+  foundation::NSNotification::UserInfo userInfo;
+  try {
+    userInfo = touchedByKind();
+  } catch (const std::bad_alloc&) {
+    // Whoever made the changes is not to be stopped: they are made. What was touched stays noted.
+    return;
+  }
+  const auto told = std::exchange(touched_, {});
+  center.post(NSManagedObjectContextObjectsDidChangeNotification, Ref<foundation::Object>(&context),
+              std::move(userInfo));
+}
+
+foundation::NSNotification::UserInfo ContextState::touchedByKind() const {
   const auto keyFor = [](const NSManagedObject& object) {
     if (object.state_.detached || object.isDeleted()) return NSDeletedObjectsKey;
     if (object.state_.inserted) return NSInsertedObjectsKey;
     return object.state_.updated ? NSUpdatedObjectsKey : NSRefreshedObjectsKey;
   };
   std::map<std::string_view, foundation::ValueList> lists;
-  for (const Ref<NSManagedObject>& object : touched) lists[keyFor(*object)].emplace_back(object);
+  for (const Ref<NSManagedObject>& object : touched_) lists[keyFor(*object)].emplace_back(object);
   foundation::ValueDictionary userInfo;
   for (auto& [key, list] : lists) userInfo.emplace(key, std::move(list));
-  center.post(NSManagedObjectContextObjectsDidChangeNotification, Ref<foundation::Object>(&context),
-              std::make_shared<const foundation::ValueDictionary>(std::move(userInfo)));
+  return std::make_shared<const foundation::ValueDictionary>(std::move(userInfo));
 }
 
 Ref<NSManagedObject> ContextState::changedElsewhere(const NSEntityDescription& entity,
@@ -262,11 +275,20 @@ Ref<NSManagedObject> ContextState::changedElsewhere(const NSEntityDescription& e
   return result;
 }
 
+void ContextState::outdateEverything() noexcept {
+  for (std::uint64_t& epoch : epochs_) ++epoch;
+  for (std::uint64_t& epoch : rowEpochs_) ++epoch;
+  registry->forEachUnderLock([](NSManagedObject& object) {
+    if (!object.hasChanges() && !object.state_.gone) object.row_ = nullptr;
+  });
+}
+
 void ContextState::markGone(NSManagedObject& object) {
+  Ref<Row> absent = Row::make(object.entity());
   touch(object);
   releaseChangedRelationships(object);
   forgetChanges(object);
-  object.row_ = Row::make(object.entity());
+  object.row_ = std::move(absent);
   object.committed_ = nullptr;
   object.toMany_ = nullptr;
   object.state_.gone = true;

@@ -89,16 +89,18 @@ class ContextState final : public ObjectArguments {
   [[nodiscard]] bool hasChanges() const noexcept {
     return !inserted.empty() || !updated.empty() || !deleted.empty();
   }
+  // The first three do nothing when there is no memory for it; none needs any once its list has
+  // made room.
   void noteInserted(NSManagedObject& object);
   void noteUpdated(NSManagedObject& object);
   void noteDeleted(NSManagedObject& object);
   /// Takes the object out of the list that it is in and marks it as unchanged.
-  void forgetChanges(NSManagedObject& object);
+  void forgetChanges(NSManagedObject& object) noexcept;
   /// As `forgetChanges` of each of the objects, which are all that have changes and are in no list
   /// any more.
   void forgetAllChanges() noexcept;
   /// Takes the object out of the context for good.
-  void detach(NSManagedObject& object);
+  void detach(NSManagedObject& object) noexcept;
   /// Takes back the insertion of an object whose constructor throws.
   void abandon(NSManagedObject& object);
   /// Drops what the owner's to-many relationship has noted of the member, if the owner is alive.
@@ -108,12 +110,12 @@ class ContextState final : public ObjectArguments {
 
   /// Whether somebody waits to be told of changes. May be asked from any thread.
   [[nodiscard]] bool isObserved() const noexcept { return isObserved_; }
-  /// The object is to be told of the next time.
+  /// The object is to be told of the next time. A second touch takes no memory.
   void touch(NSManagedObject& object) {
     if (isObserved_) remember(object);
   }
   /// Tells whoever observes what was touched since the last time, and finds out whether somebody
-  /// does.
+  /// does. Where there is no memory to say it with, they are told the next time.
   void tellObservers();
   /// The live object that somebody else has changed, or null; a fault rather than null while
   /// somebody waits to be told of it.
@@ -131,6 +133,10 @@ class ContextState final : public ObjectArguments {
   }
   /// Rows of the entity were written: fetched lists must not show the ones they hold any more.
   void outdateRows(const NSEntityDescription& entity) { ++rowEpochs_[entity.index()]; }
+  /// For when there is no memory to find out what others have changed: everything without changes
+  /// of its own is read anew when it is looked at. What has changes meets the others' as a
+  /// conflict.
+  void outdateEverything() noexcept;
   [[nodiscard]] std::uint64_t rowEpoch(const NSEntityDescription& entity) const noexcept {
     return rowEpochs_[entity.index()];
   }
@@ -162,6 +168,8 @@ class ContextState final : public ObjectArguments {
   /// Saves of other contexts that wait to be merged.
   std::mutex inboxMutex;
   std::vector<std::shared_ptr<const SaveBroadcast>> inbox;  // guarded by inboxMutex
+  /// Whether there was a save that found no room in the inbox.
+  std::atomic<bool> hasMissedSaves{false};
 
   /// The classes that serve the model's entities, null for plain objects.
   std::vector<const EntityClass*> classes;
@@ -173,6 +181,8 @@ class ContextState final : public ObjectArguments {
   void releaseChangedRelationships(NSManagedObject& object);
 
   void remember(NSManagedObject& touched);
+  /// What there is to tell of what was touched.
+  [[nodiscard]] foundation::NSNotification::UserInfo touchedByKind() const;
 
   std::atomic<bool> isObserved_{false};
   std::unordered_set<foundation::Ref<NSManagedObject>> touched_;

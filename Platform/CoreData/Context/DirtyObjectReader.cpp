@@ -59,6 +59,7 @@ bool DirtyObjectReader::walk(const Ref<NSManagedObject>& object, const ResolvedP
   if (link == path.links.size()) return visit(*object);
   const NSRelationshipDescription& relationship = *path.links[link];
   if (!relationship.isToMany()) {
+    object->load();
     const Ref<NSManagedObject> next = object->toOne(relationship.slot());
     return !next || walk(next, path, link + 1, visit);
   }
@@ -76,7 +77,9 @@ Operand DirtyObjectReader::endOf(const NSManagedObject& object, const ResolvedPa
     case ResolvedPath::End::self:
       return Operand::identity(predicateIdentity(object.entity(), object.key_));
     case ResolvedPath::End::slot:
-      return operand(object.row(), path.slot, keep);
+      // Throws what the store throws, where a look would show it empty.
+      object.load();
+      return operand(*object.row_, path.slot, keep);
     case ResolvedPath::End::toMany:
       return Operand::many();
   }

@@ -5,7 +5,7 @@
 
 #include "CoreData/Context/FetchedObjects.h"
 #include "CoreData/Object/ObjectRegistry.h"
-#include "absl/container/flat_hash_map.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -17,7 +17,7 @@ struct FetchedContent {
   std::vector<foundation::Ref<Row>> rows;
   std::vector<ObjectKey> keys;
   /// Objects that had unsaved changes, by position.
-  absl::flat_hash_map<std::size_t, foundation::Ref<NSManagedObject>> pinned;
+  foundation::HashMap<std::size_t, foundation::Ref<NSManagedObject>> pinned;
   /// The context's count of written rows when the list was made: once it has moved on, the rows may
   /// be old.
   std::uint64_t rowEpoch = 0;

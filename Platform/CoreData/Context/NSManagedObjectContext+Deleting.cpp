@@ -1,6 +1,7 @@
 #include "CoreData/Context/ContextState.h"
 #include "CoreData/Context/NSManagedObjectContext.h"
 #include "Foundation/Values/FatalError.h"
+#include "Foundation/Values/RoomForOneMore.h"
 
 namespace coredata {
 
@@ -17,7 +18,14 @@ void NSManagedObjectContext::delete_(NSManagedObject& object) {
   object.load();
   if (object.state_.gone) return;
   const Ref<NSManagedObject> keptAlive(&object);
+  // All memory that it takes is taken first: an object that is deleted by half would have its
+  // delete rules applied and stay.
   state_->touch(object);
+  foundation::makeRoomForOneMore(state_->condemned);
+  state_->deleted.makeRoom();
+  forEachInverse(object, [&](const NSRelationshipDescription& relationship, ObjectKey target) {
+    object.prepareToLeaveInverse(relationship, target);
+  });
   state_->condemned.push_back(keptAlive);
   const bool wasInserted = object.state_.inserted;
   state_->forgetChanges(object);
@@ -26,11 +34,19 @@ void NSManagedObjectContext::delete_(NSManagedObject& object) {
   } else {
     state_->noteDeleted(object);
   }
+  forEachInverse(object, [&](const NSRelationshipDescription& relationship, ObjectKey target) {
+    object.leaveInverse(relationship, target);
+  });
+}
+
+void NSManagedObjectContext::forEachInverse(
+    const NSManagedObject& object,
+    foundation::FunctionRef<void(const NSRelationshipDescription&, ObjectKey)> visit) {
   for (const SlotIndex slot : object.entity().toOneSlots()) {
     const NSRelationshipDescription& relationship = *object.entity().slots()[slot].relationship;
     const ObjectKey target = object.row().reference(slot);
     if (target != kNoObject && relationship.inverseRelationship() != nullptr) {
-      object.leaveInverse(relationship, target);
+      visit(relationship, target);
     }
   }
 }

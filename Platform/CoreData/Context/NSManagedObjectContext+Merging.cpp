@@ -1,3 +1,5 @@
+#include <new>
+
 #include "CoreData/Context/ContextState.h"
 #include "CoreData/Context/NSManagedObjectContext.h"
 #include "Foundation/Values/Error.h"
@@ -15,14 +17,32 @@ bool NSManagedObjectContext::listens() const {
   return state_->mergesAutomatically && (state_->isObserved() || !state_->registry->empty());
 }
 
-void NSManagedObjectContext::otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) {
-  {
+void NSManagedObjectContext::otherDidSave(
+    const std::shared_ptr<const SaveBroadcast>& broadcast) noexcept {
+  try {
+    {
+      const std::scoped_lock lock(state_->inboxMutex);
+      state_->inbox.push_back(broadcast);
+      // Whoever finds the inbox filled knows that somebody is on the way to empty it.
+      if (state_->inbox.size() > 1) return;
+    }
+    performBlock([this] { emptyInbox(); });
+  } catch (const std::exception&) {
+    // Nobody is on the way.
     const std::scoped_lock lock(state_->inboxMutex);
-    state_->inbox.push_back(broadcast);
-    // Whoever finds the inbox filled knows that somebody is on the way to empty it.
-    if (state_->inbox.size() > 1) return;
+    state_->inbox.clear();
+    missedSave();
   }
-  performBlock([this] { emptyInbox(); });
+}
+
+void NSManagedObjectContext::missedSave() noexcept { state_->hasMissedSaves = true; }
+
+void NSManagedObjectContext::catchUp(foundation::FunctionRef<void()> work) {
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+    state_->outdateEverything();
+  }
 }
 
 void NSManagedObjectContext::emptyInbox() {
@@ -31,7 +51,9 @@ void NSManagedObjectContext::emptyInbox() {
     const std::scoped_lock lock(state_->inboxMutex);
     arrived.swap(state_->inbox);
   }
-  for (const std::shared_ptr<const SaveBroadcast>& broadcast : arrived) merge(*broadcast);
+  catchUp([&] {
+    for (const std::shared_ptr<const SaveBroadcast>& broadcast : arrived) merge(*broadcast);
+  });
 }
 
 void NSManagedObjectContext::merge(const SaveBroadcast& broadcast) {
@@ -62,6 +84,10 @@ void NSManagedObjectContext::mergeChangesFromContextDidSave(
     const foundation::NSNotification& notification) {
   assertQueue();
   state_->seeNewest();
+  catchUp([&] { mergeFrom(notification); });
+}
+
+void NSManagedObjectContext::mergeFrom(const foundation::NSNotification& notification) {
   const auto forEachIdentifier = [&](std::string_view key, auto&& visit) {
     const Value* listed = notification.userInfoValue(key);
     if (listed == nullptr || listed->list() == nullptr) return;

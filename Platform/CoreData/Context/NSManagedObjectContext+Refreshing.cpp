@@ -150,31 +150,36 @@ void NSManagedObjectContext::refreshAllObjects() {
 
 void NSManagedObjectContext::rollback() {
   assertQueue();
+  for (const ChangeList* list : {&state_->inserted, &state_->updated, &state_->deleted}) {
+    list->forEach([&](NSManagedObject& object) { state_->touch(object); });
+  }
+  dropAllChanges();
+}
+
+void NSManagedObjectContext::dropAllChanges() noexcept {
   for (const Ref<NSManagedObject>& object : std::exchange(state_->condemned, {})) {
     if (!isTemporary(object->key_)) continue;
     object->state_.deleted = false;
     state_->detach(*object);
   }
-  for (const Ref<NSManagedObject>& object : state_->inserted.objects()) {
-    state_->touch(*object);
-    state_->detach(*object);
-  }
-  for (const ChangeList* list : {&state_->updated, &state_->deleted}) {
-    for (const Ref<NSManagedObject>& object : list->objects()) {
-      state_->touch(*object);
-      state_->forgetChanges(*object);
-      object->row_ = nullptr;
-      object->committed_ = nullptr;
-      object->toMany_ = nullptr;
-    }
+  state_->inserted.drain([&](NSManagedObject& object) { state_->detach(object); });
+  for (ChangeList* list : {&state_->updated, &state_->deleted}) {
+    list->drain([&](NSManagedObject& object) {
+      state_->forgetChanges(object);
+      object.row_ = nullptr;
+      object.committed_ = nullptr;
+      object.toMany_ = nullptr;
+    });
   }
 }
 
 void NSManagedObjectContext::reset() {
-  rollback();
-  for (const Ref<NSManagedObject>& object : state_->registry->objects()) {
-    state_->touch(*object);
-    state_->detach(*object);
+  assertQueue();
+  const std::vector<Ref<NSManagedObject>> objects = state_->registry->objects();
+  for (const Ref<NSManagedObject>& object : objects) state_->touch(*object);
+  dropAllChanges();
+  for (const Ref<NSManagedObject>& object : objects) {
+    if (!object->state_.detached) state_->detach(*object);
   }
 }
 

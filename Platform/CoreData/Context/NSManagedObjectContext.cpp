@@ -1,6 +1,7 @@
 #include "CoreData/Context/NSManagedObjectContext.h"
 
 #include <atomic>
+#include <new>
 
 #include "CoreData/Context/ContextState.h"
 #include "CoreData/Coordinator/StoreError.h"
@@ -31,7 +32,11 @@ NSManagedObjectContext::NSManagedObjectContext(
 NSManagedObjectContext::~NSManagedObjectContext() {
   state_->coordinator->detach(*this);
   // Objects may live on in others' hands; they read as absent from now on.
-  for (const Ref<NSManagedObject>& object : state_->registry->objects()) object->neutralise();
+  try {
+    for (const Ref<NSManagedObject>& object : state_->registry->objects()) object->neutralise();
+  } catch (const std::bad_alloc&) {
+    while (const Ref<NSManagedObject> object = state_->registry->takeAny()) object->neutralise();
+  }
   state_->registry->forgetContext();
 }
 
@@ -91,7 +96,11 @@ void NSManagedObjectContext::takeTurn(foundation::FunctionRef<void()> block) {
 void NSManagedObjectContext::runBlock(foundation::FunctionRef<void()> block) {
   struct Nesting {
     explicit Nesting(ContextState& state) : state_(state) {
-      if (state_.depth++ == 0) state_.beginReading();
+      if (state_.depth++ != 0) return;
+      state_.beginReading();
+      if (!state_.hasMissedSaves) return;
+      state_.hasMissedSaves = false;
+      state_.outdateEverything();
     }
     ~Nesting() {
       if (--state_.depth == 0) state_.endReading();
@@ -126,7 +135,9 @@ const NSEntityDescription* NSManagedObjectContext::entity(std::string_view name)
   return state_->coordinator->managedObjectModel().entity(name);
 }
 
-void NSManagedObjectContext::insert(NSManagedObject& object) {
+void NSManagedObjectContext::insert(NSManagedObject& object) { insert(object, nextTemporaryKey()); }
+
+void NSManagedObjectContext::insert(NSManagedObject& object, ObjectKey temporary) {
   assertQueue();
   const NSEntityDescription& entity = object.entity();
   if (&entity.managedObjectModel() != &state_->coordinator->managedObjectModel()) {
@@ -137,12 +148,23 @@ void NSManagedObjectContext::insert(NSManagedObject& object) {
   if (!prototype) prototype = NSManagedObject::newRow(entity);
   object.row_ = prototype->copy(NSManagedObject::kRoomForChanges);
   object.registry_ = state_->registry;
-  object.key_ = nextTemporaryKey();
+  object.key_ = temporary;
+  state_->inserted.makeRoom();
   state_->registry->add(object);
-  state_->noteInserted(object);
+  try {
+    state_->noteInserted(object);
+  } catch (...) {
+    state_->registry->remove(object);
+    throw;
+  }
 }
 
 Ref<NSManagedObject> NSManagedObjectContext::insertNewObject(std::string_view entityName) {
+  return insertNewObjectAt(entityName, nextTemporaryKey());
+}
+
+Ref<NSManagedObject> NSManagedObjectContext::insertNewObjectAt(std::string_view entityName,
+                                                               ObjectKey temporary) {
   const NSEntityDescription* found = entity(entityName);
   if (found == nullptr) {
     throw fetchError(FetchErrorCode::unknownEntity,
@@ -154,15 +176,15 @@ Ref<NSManagedObject> NSManagedObjectContext::insertNewObject(std::string_view en
       entityClass == nullptr
           ? new NSManagedObject(ObjectSeed{*found, *state_->registry, kNoObject, nullptr})
           : entityClass->factory()(ObjectSeed{*found, *state_->registry, kNoObject, nullptr}));
-  insert(*object);
+  insert(*object, temporary);
   return object;
 }
 
 Ref<NSManagedObject> NSManagedObjectContext::insertNewObject(std::string_view entityName,
                                                              ObjectKey key) {
-  Ref<NSManagedObject> object = insertNewObject(entityName);
-  state_->chosenKeys.emplace(object->key_, key);
-  return object;
+  const ObjectKey temporary = nextTemporaryKey();
+  state_->chosenKeys.emplace(temporary, key);
+  return insertNewObjectAt(entityName, temporary);
 }
 
 Ref<NSManagedObject> NSManagedObjectContext::object(const NSEntityDescription& entity,

@@ -39,6 +39,8 @@ enum class NSManagedObjectContextConcurrencyType : std::uint8_t {
 ///   with changes are held by the context.
 /// - `save()` commits everything or nothing. When it throws, the changes are still pending in the
 /// context.
+/// - What runs out of memory throws `std::bad_alloc`, and leaves the context fit for use: see
+/// docs/architecture.md.
 /// - Everything read inside one perform block sees one state of the store, until a save or a
 /// refresh.
 ///
@@ -121,7 +123,8 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// `refresh` with `mergeChanges` for every live object.
   void refreshAllObjects();
   /// Drops every pending change: new objects vanish, deleted ones come back, changed ones become
-  /// faults.
+  /// faults. Takes no memory unless somebody observes the context's objects, and so is the way out
+  /// for whoever has run out of it.
   void rollback();
   /// Drops every change and forgets every object.
   void reset();
@@ -140,12 +143,14 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// Writes all changes as one transaction; returns at once when there are none. Throws validation
   /// and conflict errors
   /// (`SaveErrorCode`) and the store's own; the store is then unchanged and the context as it was
-  /// before.
+  /// before. Once the transaction is committed nothing throws any more but a receiver of the
+  /// notification.
   void save();
   /// Brings the context up to date with what another one saved, as its did-save notification tells:
   /// refreshes live objects that were updated, keeping local changes, and removes deleted ones.
   /// Repeating it is harmless. Never throws: an object whose row cannot be read now becomes a fault
-  /// if it has no changes of its own, so that it reads anew when it is looked into.
+  /// if it has no changes of its own, so that it reads anew when it is looked into. Where memory
+  /// runs out, all objects without changes become faults.
   void mergeChangesFromContextDidSave(const foundation::NSNotification& notification);
 
   /// Posted after a save on the thread that saved; the object is the context, the user info lists
@@ -201,6 +206,9 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
 
   /// Takes in an object that is being made.
   void insert(NSManagedObject& object);
+  void insert(NSManagedObject& object, ObjectKey temporary);
+  foundation::Ref<NSManagedObject> insertNewObjectAt(std::string_view entityName,
+                                                     ObjectKey temporary);
   void requireClass(const NSFetchRequestBase& request, const EntityClass& entityClass) const;
 
   /// Runs the block in the context's turn, on the thread that the context's blocks run on.
@@ -211,6 +219,10 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// Debug builds stop when the calling thread is not inside the context's turn.
   void assertQueue() const noexcept;
 
+  /// The to-ones that have an inverse and lead somewhere, and where they lead.
+  static void forEachInverse(
+      const NSManagedObject& object,
+      foundation::FunctionRef<void(const NSRelationshipDescription&, ObjectKey)> visit);
   void applyDeleteRules(NSManagedObject& object);
   void releaseMembers(NSManagedObject& owner, const NSRelationshipDescription& relationship);
   /// The members with their rows read.
@@ -227,6 +239,8 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// Takes a row that is newer than the object's, and applies the object's own changes on top.
   void takeFreshRow(NSManagedObject& object, foundation::Ref<Row> fresh);
   void dropChanges(NSManagedObject& object);
+  /// `rollback` once observers are taken care of.
+  void dropAllChanges() noexcept;
   /// After a fresh row came in: notes in the to-many relationships concerned that the object
   /// belongs where it was put here (`mine`, null if it was not changed), and not where the store
   /// has it now; `before` is what the store had until then.
@@ -238,10 +252,15 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   // CoordinatorClient
   [[nodiscard]] foundation::Ref<foundation::Object> keepAlive() override;
   [[nodiscard]] bool listens() const override;
-  void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) override;
+  void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) noexcept override;
+  void missedSave() noexcept override;
   void storeWillBeRemoved() override;
   void emptyInbox();
   void merge(const SaveBroadcast& broadcast);
+  /// Runs what takes others' changes in. It cannot be repeated by anybody, so where there is no
+  /// memory for it, everything is taken for out of date.
+  void catchUp(foundation::FunctionRef<void()> work);
+  void mergeFrom(const foundation::NSNotification& notification);
 
   std::unique_ptr<ContextState> state_;
 };

@@ -61,8 +61,13 @@ std::vector<ObjectKey> PendingFetch::overruledKeys() const {
   return result;
 }
 
+const Row& PendingFetch::loadedRow(const NSManagedObject& object) {
+  object.load();
+  return *object.row_;
+}
+
 Operand PendingFetch::sortValue(const Element& element, const SortTerm& term, Value& keep) const {
-  const Row* row = element.object ? &element.object->row() : element.row.get();
+  const Row* row = element.object ? &loadedRow(*element.object) : element.row.get();
   Ref<NSManagedObject> linked = element.object;
   Ref<Row> linkedRow;
   // Somebody may have deleted it since its key was read.
@@ -71,7 +76,7 @@ Operand PendingFetch::sortValue(const Element& element, const SortTerm& term, Va
     if (linked) {
       linked = linked->toOne(link->slot());
       if (!linked) return {};
-      row = &linked->row();
+      row = &loadedRow(*linked);
     } else {
       const ObjectKey next = row->reference(link->slot());
       linkedRow = next == kNoObject ? nullptr : state_.readRow(link->destinationEntity(), next);

@@ -50,6 +50,8 @@ class PendingFetch {
   [[nodiscard]] bool comesBefore(const Element& left, const Element& right) const;
   /// The same for a stored element, whose row is read for the while if it is needed.
   [[nodiscard]] bool storedComesBefore(const Element& stored, const Element& changed) const;
+  /// A fetch throws what the store throws, where a look at the object would show it empty.
+  [[nodiscard]] static const Row& loadedRow(const NSManagedObject& object);
   [[nodiscard]] foundation::Operand sortValue(const Element& element, const SortTerm& term,
                                               foundation::Value& keep) const;
 

@@ -27,6 +27,7 @@ void SaveOperation::run() {
     WriteTransaction transaction(state_.session());
     write(transaction);
     throwConflicts();
+    prepareToPublish();
     transaction.commit({state_.author, state_.name});
   } catch (...) {
     putChangesBack();

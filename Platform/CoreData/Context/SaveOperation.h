@@ -1,18 +1,25 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "CoreData/Context/ContextState.h"
+#include "CoreData/Coordinator/ObjectIDTable.h"
 #include "CoreData/SQLite/WriteTransaction.h"
 #include "Foundation/Values/Error.h"
 
 namespace coredata {
 
 /// One save of a context: writes everything that is pending as one transaction and then makes the
-/// context agree with it. When `run` throws, the store is unchanged and the context is as it was.
+/// context agree with it. When `run` throws, the store is unchanged and the context is as it was;
+/// but for what a receiver of the notification throws, which comes when all is done.
+///
+/// What follows the commit must not fail, so all memory that it needs is taken before. Where that
+/// cannot be foreseen, as when the save met others' changes, everything is taken for out of date
+/// instead.
 class SaveOperation {
  public:
   explicit SaveOperation(ContextState& state) : state_(state) {}
@@ -75,14 +82,19 @@ class SaveOperation {
   void noteConflict(const NSEntityDescription& entity, ObjectKey key, std::string_view what);
   void throwConflicts() const;
 
+  /// Takes what the rest needs.
+  void prepareToPublish();
+
   // After it.
-  void publish();
-  void publishInserted();
-  void publishUpdated();
-  void publishDeleted();
+  void publish() noexcept;
+  void publishInserted() noexcept;
+  void publishUpdated() noexcept;
+  void publishDeleted() noexcept;
   void publishStrangers();
   void putChangesBack() noexcept;
-  void tellOthers() const;
+  [[nodiscard]] std::shared_ptr<const SaveBroadcast> broadcast() const;
+  void tellOthers() const noexcept;
+  [[nodiscard]] foundation::NSNotification::UserInfo savedByKind() const;
   void notify() const;
 
   ContextState& state_;
@@ -104,8 +116,9 @@ class SaveOperation {
   std::vector<foundation::Ref<Row>> deletedRows_;
   std::vector<std::string> conflicts_;
   std::pair<const NSEntityDescription*, ObjectKey> lastTarget_{nullptr, kNoObject};
-  /// Whether somebody wants to hear which objects were saved.
-  bool isObserved_ = false;
+  std::optional<ObjectIDTable::Room> identifiers_;
+  /// What observers are told; null when there are none.
+  foundation::NSNotification::UserInfo userInfo_;
 };
 
 }  // namespace coredata

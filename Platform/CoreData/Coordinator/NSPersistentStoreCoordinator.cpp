@@ -271,4 +271,12 @@ void NSPersistentStoreCoordinator::tellOthers(
   }
 }
 
+void NSPersistentStoreCoordinator::tellOthersOfMissedSave(
+    const CoordinatorClient& sender) noexcept {
+  const std::scoped_lock lock(state_->clientsMutex);
+  for (CoordinatorClient* client : state_->clients) {
+    if (client != &sender && client->listens()) client->missedSave();
+  }
+}
+
 }  // namespace coredata

@@ -93,6 +93,8 @@ class NSPersistentStoreCoordinator final : public foundation::Object {
   [[nodiscard]] bool hasListenersBeside(const CoordinatorClient& client) const;
   void tellOthers(const CoordinatorClient& sender,
                   const std::shared_ptr<const SaveBroadcast>& broadcast);
+  /// The same where there is no memory to tell it with.
+  void tellOthersOfMissedSave(const CoordinatorClient& sender) noexcept;
 
  private:
   ~NSPersistentStoreCoordinator() override;

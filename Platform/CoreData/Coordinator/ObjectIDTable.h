@@ -4,7 +4,7 @@
 
 #include "CoreData/Coordinator/NSManagedObjectID.h"
 #include "CoreData/Model/NSManagedObjectModel.h"
-#include "absl/container/flat_hash_map.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -19,10 +19,25 @@ class ObjectIDTable final : public foundation::Object {
   [[nodiscard]] foundation::Ref<NSManagedObjectID> identifier(
       const foundation::Ref<NSPersistentStore>& store, const NSEntityDescription& entity,
       ObjectKey key);
-  /// Turns a temporary identifier permanent in place. `store` and `key` are those of the row just
-  /// saved.
-  void makePermanent(NSManagedObjectID& identifier, const foundation::Ref<NSPersistentStore>& store,
-                     ObjectKey key);
+
+  /// Room for identifiers that are to become permanent, made before the commit that makes them so:
+  /// what follows a commit cannot fail any more.
+  class Room {
+   public:
+    Room(ObjectIDTable& table, std::size_t count);
+    ~Room();
+    Room(const Room&) = delete;
+    Room& operator=(const Room&) = delete;
+
+    /// Turns a temporary identifier permanent in place. `store` and `key` are those of the row just
+    /// saved. For as many identifiers as there is room for.
+    void makePermanent(NSManagedObjectID& identifier,
+                       const foundation::Ref<NSPersistentStore>& store, ObjectKey key) noexcept;
+
+   private:
+    ObjectIDTable& table_;
+    std::size_t left_;
+  };
 
  private:
   friend class NSManagedObjectID;
@@ -37,13 +52,20 @@ class ObjectIDTable final : public foundation::Object {
       return H::combine(std::move(state), place.store, place.entity, place.key);
     }
   };
+  /// With the mutex held: beside what is promised.
+  void makeRoomFor(std::size_t more);
+  /// Keeps one promise.
+  void makePermanent(NSManagedObjectID& identifier, const foundation::Ref<NSPersistentStore>& store,
+                     ObjectKey key) noexcept;
   static Place placeOf(const NSManagedObjectID& identifier) noexcept;
   void remove(const NSManagedObjectID& identifier) noexcept;
 
   // Entities belong to the model, and identifiers may outlive the coordinator.
   foundation::Ref<const NSManagedObjectModel> model_;
   std::mutex mutex_;
-  absl::flat_hash_map<Place, NSManagedObjectID*> identifiers_;
+  foundation::HashMap<Place, NSManagedObjectID*> identifiers_;
+  /// How many may yet come that must not be refused.
+  std::size_t promised_ = 0;
 };
 
 }  // namespace coredata

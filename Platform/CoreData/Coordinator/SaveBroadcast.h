@@ -33,7 +33,9 @@ class CoordinatorClient {
   /// Whether the client would do anything with what others save now.
   [[nodiscard]] virtual bool listens() const = 0;
   /// Another client of the same coordinator has committed this. Only for clients that listen.
-  virtual void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) = 0;
+  virtual void otherDidSave(const std::shared_ptr<const SaveBroadcast>& broadcast) noexcept = 0;
+  /// The same where there is no memory to say what. With the list of clients locked.
+  virtual void missedSave() noexcept = 0;
   /// The store is about to go; what was read from it must not be shown any more.
   virtual void storeWillBeRemoved() = 0;
 

@@ -7,7 +7,7 @@
 #include "CoreData/Fetching/FetchPlan.h"
 #include "CoreData/Fetching/NSFetchRequest.h"
 #include "CoreData/Model/NSManagedObjectModel.h"
-#include "absl/container/flat_hash_map.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -44,7 +44,7 @@ class FetchPlanCache {
 
   foundation::Ref<const NSManagedObjectModel> model_;
   std::mutex mutex_;
-  absl::flat_hash_map<std::uint64_t, std::vector<Form>> forms_;
+  foundation::HashMap<std::uint64_t, std::vector<Form>> forms_;
   std::size_t size_ = 0;
 };
 

@@ -7,7 +7,7 @@ void InstanceAssociations::add(ObjectKey source, foundation::Ref<NSManagedObject
   byDestination_.emplace(destination.get(), source);
   pairs_.push_back({source, std::move(destination)});
   next_.push_back(kNone);
-  const auto [found, isNew] = bySource_.try_emplace(source, position, position);
+  const auto [found, isNew] = bySource_.emplace(source, {position, position});
   if (isNew) return;
   next_[found->second.second] = position;
   found->second.second = position;

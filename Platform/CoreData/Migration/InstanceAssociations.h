@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "CoreData/Coordinator/NSManagedObjectID.h"
-#include "absl/container/flat_hash_map.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -41,8 +41,8 @@ class InstanceAssociations {
   /// For each pair the next one of the same source.
   std::vector<std::size_t> next_;
   /// The first and the last pair of each source.
-  absl::flat_hash_map<ObjectKey, std::pair<std::size_t, std::size_t>> bySource_;
-  absl::flat_hash_map<const NSManagedObjectID*, ObjectKey> byDestination_;
+  foundation::HashMap<ObjectKey, std::pair<std::size_t, std::size_t>> bySource_;
+  foundation::HashMap<const NSManagedObjectID*, ObjectKey> byDestination_;
 };
 
 }  // namespace coredata

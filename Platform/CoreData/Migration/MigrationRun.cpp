@@ -1,6 +1,7 @@
 #include "CoreData/Migration/MigrationRun.h"
 
 #include <algorithm>
+#include <new>
 
 #include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
 #include "CoreData/Fetching/NSFetchRequest.h"
@@ -28,11 +29,15 @@ Ref<NSManagedObjectContext> contextOver(const Ref<NSPersistentStoreCoordinator>&
                                       NSManagedObjectContextConcurrencyType::privateQueue);
 }
 
-void removeStores(const Ref<NSManagedObjectContext>& context) {
+/// Without memory for it the store is closed by the last who holds the context, which is nearly
+/// always the run.
+void removeStores(const Ref<NSManagedObjectContext>& context) noexcept {
   if (!context) return;
   const Ref<NSPersistentStoreCoordinator>& coordinator = context->persistentStoreCoordinator();
-  for (const auto& store : coordinator->persistentStores()) {
-    coordinator->removePersistentStore(store);
+  try {
+    if (const auto store = coordinator->store()) coordinator->removePersistentStore(store);
+  } catch (const std::bad_alloc&) {
+    return;
   }
 }
 

@@ -4,8 +4,8 @@
 #include "CoreData/Context/NSManagedObjectContext.h"
 #include "CoreData/Object/NSManagedObject.h"
 #include "CoreData/Object/ObjectRegistry.h"
+#include "Foundation/Internal/HashTables.h"
 #include "Foundation/Values/FatalError.h"
-#include "absl/container/flat_hash_set.h"
 
 namespace coredata {
 
@@ -38,12 +38,16 @@ void NSManagedObject::setReference(SlotIndex slot, ObjectKey key) {
 
 void NSManagedObject::setToOne(SlotIndex slot, NSManagedObject* target) {
   if (target != nullptr) requireSameContext(*target);
-  const ObjectKey before = row().reference(slot);
+  if (rowForWriting() == nullptr) return;
+  // Not before: a look at a row that cannot be read shows an object without relationships.
+  const ObjectKey before = row_->reference(slot);
   const ObjectKey after = target == nullptr ? kNoObject : target->key_;
-  if (rowForWriting() == nullptr || before == after) return;
-  row_->setReference(slot, after);
+  if (before == after) return;
   const NSRelationshipDescription& relationship = *entity_->slots()[slot].relationship;
-  if (relationship.inverseRelationship() == nullptr) return;
+  if (relationship.inverseRelationship() == nullptr) return row_->setReference(slot, after);
+  if (before != kNoObject) prepareToLeaveInverse(relationship, before);
+  if (target != nullptr) prepareToEnterInverse(relationship, *target);
+  row_->setReference(slot, after);
   if (before != kNoObject) leaveInverse(relationship, before);
   if (target != nullptr) enterInverse(relationship, *target);
 }
@@ -60,6 +64,37 @@ void NSManagedObject::leaveInverse(const NSRelationshipDescription& relationship
   } else if (other->row().reference(inverse.slot()) == key_) {
     other->setReference(inverse.slot(), kNoObject);
   }
+}
+
+void NSManagedObject::prepareToLeaveInverse(const NSRelationshipDescription& relationship,
+                                            ObjectKey target) {
+  const NSRelationshipDescription& inverse = *relationship.inverseRelationship();
+  const Ref<NSManagedObject> other = context()->object(relationship.destinationEntity(), target);
+  if (other->state_.deleted) return;
+  if (inverse.isToMany()) {
+    other->toManyState(inverse.toManyIndex()).makeRoomToRemove();
+    other->markUpdated();
+    return;
+  }
+  other->load();
+  if (other->row_->reference(inverse.slot()) == key_) static_cast<void>(other->rowForWriting());
+}
+
+void NSManagedObject::prepareToEnterInverse(const NSRelationshipDescription& relationship,
+                                            NSManagedObject& target) {
+  const NSRelationshipDescription& inverse = *relationship.inverseRelationship();
+  if (inverse.isToMany()) {
+    target.toManyState(inverse.toManyIndex()).makeRoomToAdd();
+    target.markUpdated();
+    return;
+  }
+  target.load();
+  const ObjectKey displaced = target.row_->reference(inverse.slot());
+  if (displaced == key_) return;
+  if (displaced != kNoObject) {
+    static_cast<void>(context()->object(*entity_, displaced)->rowForWriting());
+  }
+  static_cast<void>(target.rowForWriting());
 }
 
 void NSManagedObject::enterInverse(const NSRelationshipDescription& relationship,
@@ -113,13 +148,14 @@ void NSManagedObject::addToMany(ToManyIndex index, NSManagedObject& member) {
 void NSManagedObject::removeFromMany(ToManyIndex index, NSManagedObject& member) {
   requireSameContext(member);
   const SlotIndex slot = toManyOf(*entity_, index).inverseRelationship()->slot();
-  if (member.row().reference(slot) == key_) member.setToOne(slot, nullptr);
+  member.load();
+  if (member.row_->reference(slot) == key_) member.setToOne(slot, nullptr);
   markUpdated();
 }
 
 void NSManagedObject::setToMany(ToManyIndex index, const ObjectSet& members) {
   std::vector<Ref<NSManagedObject>> wanted;
-  absl::flat_hash_set<const NSManagedObject*> known;
+  foundation::HashSet<const NSManagedObject*> known;
   for (std::size_t i = 0; i < members.count(); ++i) {
     wanted.push_back(members.at(i));
     known.insert(wanted.back().get());

@@ -88,9 +88,10 @@ Row* NSManagedObject::rowForWriting() {
     ContextState::report("a change to a " + entity_->name() + " that is gone is ignored");
     return nullptr;
   }
-  committed_ = std::move(row_);
-  row_ = committed_->copy(kRoomForChanges);
+  Ref<Row> changed = row_->copy(kRoomForChanges);
   markUpdated();
+  committed_ = std::move(row_);
+  row_ = std::move(changed);
   return row_.get();
 }
 

@@ -140,6 +140,11 @@ class NSManagedObject : public foundation::Object {
   void leaveInverse(const NSRelationshipDescription& relationship, ObjectKey target);
   /// Puts this object into the inverse of one of its to-ones, which now leads to `target`.
   void enterInverse(const NSRelationshipDescription& relationship, NSManagedObject& target);
+  /// Take the memory that the two above need, which do not fail after that: both sides of a
+  /// relationship change or none. The objects concerned count as updated from then on.
+  void prepareToLeaveInverse(const NSRelationshipDescription& relationship, ObjectKey target);
+  void prepareToEnterInverse(const NSRelationshipDescription& relationship,
+                             NSManagedObject& target);
   void setAttribute(const NSAttributeDescription& attribute, const foundation::Value& value);
   void setRelationship(const NSRelationshipDescription& relationship,
                        const foundation::Value& value);

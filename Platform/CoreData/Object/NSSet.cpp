@@ -5,7 +5,7 @@
 #include "CoreData/Context/NSManagedObjectContext.h"
 #include "CoreData/Object/NSManagedObject.h"
 #include "CoreData/Object/ObjectRegistry.h"
-#include "absl/container/flat_hash_set.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -13,7 +13,7 @@ using foundation::Ref;
 
 ObjectSet::ObjectSet() noexcept = default;
 ObjectSet::ObjectSet(std::vector<Ref<NSManagedObject>> objects) {
-  absl::flat_hash_set<const NSManagedObject*> known;
+  foundation::HashSet<const NSManagedObject*> known;
   for (Ref<NSManagedObject>& object : objects) {
     if (object && known.insert(object.get()).second) objects_.push_back(std::move(object));
   }

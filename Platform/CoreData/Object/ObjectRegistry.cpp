@@ -48,8 +48,20 @@ void ObjectRegistry::remove(const NSManagedObject& object) noexcept {
   if (found != known.end() && found->second == &object) known.erase(found);
 }
 
+void ObjectRegistry::expect(std::span<const Ref<NSManagedObject>> objects, bool keepsUnheld) {
+  std::vector<std::size_t> more(saved_.size());
+  for (const Ref<NSManagedObject>& object : objects) {
+    // The others cannot come to be held by somebody else any more.
+    if (keepsUnheld || !object->isHeldOnce()) ++more[object->entity().index()];
+  }
+  const std::scoped_lock lock(mutex_);
+  for (std::size_t i = 0; i < more.size(); ++i) {
+    if (more[i] != 0) saved_[i].makeRoomFor(more[i]);
+  }
+}
+
 void ObjectRegistry::makePermanent(std::span<const Ref<NSManagedObject>> objects,
-                                   std::span<const ObjectKey> keys, bool keepsUnheld) {
+                                   std::span<const ObjectKey> keys, bool keepsUnheld) noexcept {
   const std::scoped_lock lock(mutex_);
   const bool areAll = objects.size() == inserted_.size();
   for (std::size_t i = 0; i < objects.size(); ++i) {
@@ -76,6 +88,31 @@ std::vector<Ref<NSManagedObject>> ObjectRegistry::objects() {
   add(inserted_);
   std::ranges::for_each(saved_, add);
   return result;
+}
+
+Ref<NSManagedObject> ObjectRegistry::takeAny() noexcept {
+  const std::scoped_lock lock(mutex_);
+  const auto take = [](Objects& known) {
+    Ref<NSManagedObject> taken;
+    while (!taken && !known.empty()) {
+      const auto first = known.begin();
+      if (first->second->retainIfAlive()) taken = Ref<NSManagedObject>::adopt(first->second);
+      known.erase(first);
+    }
+    return taken;
+  };
+  Ref<NSManagedObject> taken = take(inserted_);
+  for (std::size_t i = 0; !taken && i < saved_.size(); ++i) taken = take(saved_[i]);
+  return taken;
+}
+
+void ObjectRegistry::forEachUnderLock(foundation::FunctionRef<void(NSManagedObject&)> visit) {
+  const auto visitAll = [&](const Objects& known) {
+    for (const auto& [key, object] : known) visit(*object);
+  };
+  const std::scoped_lock lock(mutex_);
+  visitAll(inserted_);
+  std::ranges::for_each(saved_, visitAll);
 }
 
 bool ObjectRegistry::empty() {

@@ -7,8 +7,8 @@
 
 #include "CoreData/Model/NSManagedObjectModel.h"
 #include "CoreData/Object/NSManagedObject.h"
+#include "Foundation/Internal/HashTables.h"
 #include "Foundation/Values/FunctionRef.h"
-#include "absl/container/flat_hash_map.h"
 
 namespace coredata {
 
@@ -42,10 +42,20 @@ class ObjectRegistry final : public foundation::Object {
   /// Gives inserted objects the keys under which they were saved, if `keepsUnheld` to all of them,
   /// else only to those that somebody beside the caller holds: the others leave the registry now,
   /// because they end with the caller's handles.
+  ///
+  /// `expect` with the same objects comes before it, and between the two the context makes no other
+  /// objects: a commit lies there, after which nothing may fail.
   void makePermanent(std::span<const foundation::Ref<NSManagedObject>> objects,
-                     std::span<const ObjectKey> keys, bool keepsUnheld);
+                     std::span<const ObjectKey> keys, bool keepsUnheld) noexcept;
+  void expect(std::span<const foundation::Ref<NSManagedObject>> objects, bool keepsUnheld);
 
   [[nodiscard]] std::vector<foundation::Ref<NSManagedObject>> objects();
+  /// Takes a live object out, for a context that ends; null when there is none left. Costs no
+  /// memory, but where there are many objects the time of a walk past those that were there.
+  [[nodiscard]] foundation::Ref<NSManagedObject> takeAny() noexcept;
+  /// Calls `visit` with each object under the lock, those included that are about to die: it may
+  /// look at them and drop what they hold, but nothing else.
+  void forEachUnderLock(foundation::FunctionRef<void(NSManagedObject&)> visit);
   [[nodiscard]] bool empty();
 
  private:
@@ -53,7 +63,7 @@ class ObjectRegistry final : public foundation::Object {
   // Objects point to entities, which belong to the model.
   foundation::Ref<const NSManagedObjectModel> model_;
   std::mutex mutex_;
-  using Objects = absl::flat_hash_map<ObjectKey, NSManagedObject*>;
+  using Objects = foundation::HashMap<ObjectKey, NSManagedObject*>;
   [[nodiscard]] Objects& objects(const NSEntityDescription& entity, ObjectKey key) noexcept {
     return isTemporary(key) ? inserted_ : saved_[entity.index()];
   }

@@ -24,7 +24,7 @@ void ToMany::remove(ObjectKey member) {
   if (place == removed.end() || *place != member) removed.insert(place, member);
 }
 
-void ToMany::forget(ObjectKey member) {
+void ToMany::forget(ObjectKey member) noexcept {
   std::erase(added, member);
   std::erase(removed, member);
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "CoreData/Rows/ObjectKey.h"
+#include "Foundation/Values/RoomForOneMore.h"
 
 namespace coredata {
 
@@ -26,10 +27,13 @@ struct ToMany {
   std::vector<ObjectKey> removed;
 
   [[nodiscard]] bool hasChanges() const noexcept { return !added.empty() || !removed.empty(); }
+  /// The next `add`, or `remove`, takes no memory, and so does not fail.
+  void makeRoomToAdd() { foundation::makeRoomForOneMore(added); }
+  void makeRoomToRemove() { foundation::makeRoomForOneMore(removed); }
   void add(ObjectKey member);
   void remove(ObjectKey member);
   /// Drops what was noted of the member: it is here if the store says so.
-  void forget(ObjectKey member);
+  void forget(ObjectKey member) noexcept;
 };
 
 }  // namespace coredata

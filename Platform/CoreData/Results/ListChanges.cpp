@@ -1,10 +1,8 @@
 #include "CoreData/Results/ListChanges.h"
+#include "Foundation/Internal/HashTables.h"
 
 #include <algorithm>
 #include <limits>
-
-#include "absl/container/flat_hash_map.h"
-#include "absl/container/flat_hash_set.h"
 
 namespace coredata {
 
@@ -21,7 +19,7 @@ class Comparison {
   Comparison(const SectionedList& before, const SectionedList& after, const ChangedObjects& changed)
       : before_(before), after_(after), changed_(changed) {
     const auto& identifiers = before.identifiers();
-    oldPositions_.reserve(identifiers.size());
+    oldPositions_.makeRoomFor(identifiers.size());
     for (std::size_t i = 0; i < identifiers.size(); ++i) {
       oldPositions_.emplace(identifiers[i].get(), i);
     }
@@ -76,7 +74,7 @@ class Comparison {
 
   static void onlyIn(const Sections& these, const Sections& those, NSFetchedResultsChangeType type,
                      ListChanges& result) {
-    absl::flat_hash_set<std::string_view> others;
+    foundation::HashSet<std::string_view> others;
     for (const auto& section : those) others.insert(section.name);
     for (std::size_t i = 0; i < these.size(); ++i) {
       if (!others.contains(these[i].name)) result.sections.push_back({type, these[i], i});
@@ -111,7 +109,7 @@ class Comparison {
   const SectionedList& before_;
   const SectionedList& after_;
   const ChangedObjects& changed_;
-  absl::flat_hash_map<const NSManagedObjectID*, std::size_t> oldPositions_;
+  foundation::HashMap<const NSManagedObjectID*, std::size_t> oldPositions_;
   /// Where each object of the new list was in the old one.
   std::vector<std::size_t> origins_;
   std::vector<bool> stays_;

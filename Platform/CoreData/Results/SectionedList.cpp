@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "CoreData/Fetching/FetchError.h"
-#include "absl/container/flat_hash_set.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -54,7 +54,7 @@ void SectionedList::cut(NSManagedObjectContext& context, const NSFetchRequestBas
                         const std::string& keyPath) {
   const FetchedObjects objects = context.fetchObjects(request);
   identifiers_.reserve(objects.size());
-  absl::flat_hash_set<std::string> finished;
+  foundation::HashSet<std::string> finished;
   for (std::size_t i = 0; i < objects.size(); ++i) {
     const auto object = objects.at(i);
     std::string name = nameOf(object, keyPath);

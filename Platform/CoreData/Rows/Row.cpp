@@ -185,6 +185,24 @@ void Row::setReference(SlotIndex slot, ObjectKey key) noexcept {
   words()[slot].integer = key;
 }
 
+/// A row without one of its values, which need not come along into a copy. It gets it back: there
+/// may be no memory for the copy.
+class Row::ValueLeftOut {
+ public:
+  ValueLeftOut(Row& row, SlotIndex slot) noexcept
+      : row_(&row), slot_(slot), tag_(std::exchange(row.tags()[slot], SlotTag::none)) {}
+  ~ValueLeftOut() { row_->tags()[slot_] = tag_; }
+  ValueLeftOut(const ValueLeftOut&) = delete;
+  ValueLeftOut& operator=(const ValueLeftOut&) = delete;
+
+  [[nodiscard]] const Row& row() const noexcept { return *row_; }
+
+ private:
+  const Ref<Row> row_;
+  const SlotIndex slot_;
+  const SlotTag tag_;
+};
+
 void Row::setRange(Ref<Row>& row, SlotIndex slot, SlotTag tag, const void* source,
                    std::size_t size) {
   assert(row->isUnshared());
@@ -193,10 +211,9 @@ void Row::setRange(Ref<Row>& row, SlotIndex slot, SlotTag tag, const void* sourc
   std::uint32_t offset = word.range.offset;
   if (!fitsInPlace) {
     if (size > kMaxPayload || row->payloadSize_ + size > row->payloadCapacity_) {
-      // The slot's own old text need not come along; growing by half again keeps repeated edits
-      // cheap.
-      row->setNone(slot);
-      row = row->copy(size + row->payloadSize_ / 2);
+      // Growing by half again keeps repeated edits cheap.
+      const ValueLeftOut leftOut(*row, slot);
+      row = leftOut.row().copy(size + row->payloadSize_ / 2);
     }
     offset = row->payloadSize_;
     row->payloadSize_ += static_cast<std::uint32_t>(size);

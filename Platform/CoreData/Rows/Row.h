@@ -127,6 +127,7 @@ class Row {
   void destroy() const noexcept;
   static foundation::Ref<Row> allocate(RowBlocks* blocks, const NSEntityDescription& entity,
                                        std::size_t payloadCapacity);
+  class ValueLeftOut;
   static void setRange(foundation::Ref<Row>& row, SlotIndex slot, SlotTag tag, const void* source,
                        std::size_t size);
 

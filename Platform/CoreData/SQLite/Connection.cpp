@@ -134,7 +134,7 @@ Statement& Connection::statement(const StatementKey& key,
 void Connection::dropStatements() {
   ++statementDrops_;
   // Only those whose number has no bound. The others may be in a caller's hands between two runs.
-  absl::erase_if(statements_, [](const auto& entry) {
+  statements_.eraseIf([](const auto& entry) {
     const StatementKind kind = entry.first.kind;
     return (kind == StatementKind::query || kind == StatementKind::updateRow) &&
            !entry.second->isRunning();

@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "CoreData/SQLite/Statement.h"
+#include "Foundation/Internal/HashTables.h"
 #include "Foundation/Values/FunctionRef.h"
-#include "absl/container/flat_hash_map.h"
 
 namespace coredata {
 
@@ -186,7 +186,7 @@ class Connection {
   std::uint64_t serial_;
   std::uint64_t forkGeneration_;
   std::array<std::unique_ptr<Statement>, kControlCount> controls_;
-  absl::flat_hash_map<StatementKey, std::unique_ptr<Statement>> statements_;
+  foundation::HashMap<StatementKey, std::unique_ptr<Statement>> statements_;
   std::uint64_t statementDrops_ = 0;
   int busyTimeoutMs_;
   int logPages_ = -1;

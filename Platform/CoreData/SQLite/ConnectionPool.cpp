@@ -12,6 +12,8 @@ ConnectionPool::ConnectionPool(std::string path, ConnectionSettings settings,
       file_(FileIdentity::of(path_)),
       forkGeneration_(forkGeneration()),
       log_(path_) {
+  // So that giving one back takes no memory.
+  idle_.reserve(kMaxIdle);
   idle_.push_back(std::move(first));
 }
 
@@ -61,7 +63,7 @@ void ConnectionPool::requireSameFile() const {
                    "Another file has taken the place of the store " + path_ + ".");
 }
 
-bool ConnectionPool::keep(std::unique_ptr<Connection>& connection) {
+bool ConnectionPool::keep(std::unique_ptr<Connection>& connection) noexcept {
   const std::scoped_lock lock(mutex_);
   if (closed_ || !connection->isUsable() || !connection->isOurs() || idle_.size() >= kMaxIdle)
     return false;

@@ -44,7 +44,7 @@ class ConnectionPool final : public std::enable_shared_from_this<ConnectionPool>
   [[nodiscard]] std::unique_ptr<Connection> takeIdle();
   [[nodiscard]] std::unique_ptr<Connection> connect();
   void takeBack(std::unique_ptr<Connection> connection) noexcept;
-  [[nodiscard]] bool keep(std::unique_ptr<Connection>& connection);
+  [[nodiscard]] bool keep(std::unique_ptr<Connection>& connection) noexcept;
   /// Ends a connection that is lent no more, without the lock held: folding the log takes time.
   void retire(std::unique_ptr<Connection> connection) noexcept;
 

@@ -8,7 +8,7 @@
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/HistoryNames.h"
 #include "CoreData/SQLite/StoreCore.h"
-#include "absl/container/flat_hash_map.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -121,8 +121,8 @@ class Filling {
   Connection& connection_;
   const NSManagedObjectModel& model_;
   HistoryRecords records_;
-  absl::flat_hash_map<HistoryNameId, HistoryName> names_;
-  absl::flat_hash_map<HistoryNameId, std::optional<EntityIndex>> entities_;
+  foundation::HashMap<HistoryNameId, HistoryName> names_;
+  foundation::HashMap<HistoryNameId, std::optional<EntityIndex>> entities_;
   HistoryNameId lastId_ = 0;
   std::optional<EntityIndex> lastEntity_;
 };
@@ -201,8 +201,7 @@ void Filling::readChanges(Run run) {
 
 HistoryName Filling::name(HistoryNameId id) {
   if (id == 0) return 0;
-  const auto [found, isNew] =
-      names_.try_emplace(id, static_cast<HistoryName>(records_.names.size()));
+  const auto [found, isNew] = names_.emplace(id, static_cast<HistoryName>(records_.names.size()));
   if (isNew) records_.names.emplace_back(nameText(connection_, id));
   return found->second;
 }
@@ -210,7 +209,7 @@ HistoryName Filling::name(HistoryNameId id) {
 std::optional<EntityIndex> Filling::entity(HistoryNameId id) {
   // Mostly the same again.
   if (id == lastId_) return lastEntity_;
-  const auto [found, isNew] = entities_.try_emplace(id);
+  const auto [found, isNew] = entities_.emplace(id, std::nullopt);
   if (isNew) {
     if (const auto* known = model_.entity(nameText(connection_, id)))
       found->second = known->index();

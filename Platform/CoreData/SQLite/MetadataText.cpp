@@ -3,21 +3,25 @@
 #include <cmath>
 #include <cstdint>
 #include <nlohmann/json.hpp>
+#include <utility>
 #include <vector>
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "Foundation/Internal/Hexadecimal.h"
+#include "Foundation/Internal/JSONScalar.h"
+#include "Foundation/Json/NSJSONSerialization.h"
 
 namespace coredata {
 
+using foundation::appendJSON;
 using foundation::Data;
 using foundation::Date;
+using foundation::NSJSONSerialization;
 using foundation::NSNumber;
 using foundation::UUID;
 using foundation::Value;
 using foundation::ValueDictionary;
 using foundation::ValueList;
-using Json = nlohmann::json;
 
 namespace {
 constexpr int kMaxDepth = 32;
@@ -26,51 +30,76 @@ constexpr int kMaxDepth = 32;
   throw storeError(StoreErrorCode::invalidMetadata, "Store metadata cannot hold " + what + ".");
 }
 
-Json realNumber(double value) {
+void appendReal(std::string& text, double value) {
   if (!std::isfinite(value)) refuse("a number that is not finite");
-  return value;
+  appendJSON(text, value);
 }
 
-Json number(const NSNumber& value) {
+void append(std::string& text, const NSNumber& value) {
   switch (value.kind()) {
     case NSNumber::Kind::boolean:
-      return value.boolValue();
+      return appendJSON(text, value.boolValue());
     case NSNumber::Kind::integer:
-      return value.int64Value();
+      return appendJSON(text, value.int64Value());
     case NSNumber::Kind::real:
-      return realNumber(value.doubleValue());
+      return appendReal(text, value.doubleValue());
   }
-  return nullptr;
 }
 
-Json encode(const Value& value, int depth) {
+void append(std::string& text, const Value& value, int depth);
+
+void append(std::string& text, const ValueList& list, int depth) {
+  const char* separator = "[";
+  for (const Value& element : list) {
+    text += std::exchange(separator, ",");
+    append(text, element, depth + 1);
+  }
+  text += list.empty() ? "[]" : "]";
+}
+
+void append(std::string& text, const ValueDictionary& dictionary, int depth) {
+  const char* separator = "{";
+  for (const auto& [key, element] : dictionary) {
+    text += std::exchange(separator, ",");
+    appendJSON(text, key);
+    text += ':';
+    append(text, element, depth + 1);
+  }
+  text += dictionary.empty() ? "{}" : "}";
+}
+
+void append(std::string& text, const Value& value, int depth) {
   if (depth > kMaxDepth) refuse("values nested this deep");
-  if (value.isNone()) return nullptr;
-  if (const auto* it = value.text()) return *it;
-  if (const auto* it = value.number()) return number(*it);
-  if (const auto* it = value.date()) {
-    return {{"date", realNumber(it->timeIntervalSinceReferenceDate())}};
+  if (value.isNone()) {
+    text += "null";
+  } else if (const auto* string = value.text()) {
+    appendJSON(text, *string);
+  } else if (const auto* number = value.number()) {
+    append(text, *number);
+  } else if (const auto* date = value.date()) {
+    text += R"({"date":)";
+    appendReal(text, date->timeIntervalSinceReferenceDate());
+    text += '}';
+  } else if (const auto* data = value.data()) {
+    text.append(R"({"data":")").append(foundation::hexadecimal(data->bytes())).append(R"("})");
+  } else if (const auto* uuid = value.uuid()) {
+    text.append(R"({"uuid":")").append(uuid->uuidString()).append(R"("})");
+  } else if (const auto* list = value.list()) {
+    append(text, *list, depth);
+  } else if (const auto* dictionary = value.dictionary()) {
+    text += R"({"dictionary":)";
+    append(text, *dictionary, depth);
+    text += '}';
+  } else {
+    refuse("an object");
   }
-  if (const auto* it = value.data()) return {{"data", foundation::hexadecimal(it->bytes())}};
-  if (const auto* it = value.uuid()) return {{"uuid", it->uuidString()}};
-  if (const auto* list = value.list()) {
-    Json result = Json::array();
-    for (const Value& element : *list) result.push_back(encode(element, depth + 1));
-    return result;
-  }
-  if (const auto* dictionary = value.dictionary()) {
-    Json entries = Json::object();
-    for (const auto& [key, element] : *dictionary) entries[key] = encode(element, depth + 1);
-    return {{"dictionary", std::move(entries)}};
-  }
-  refuse("an object");
 }
 
-std::optional<Value> decode(const Json& json, int depth);
+std::optional<Value> decode(const Value& plain, int depth);
 
-std::optional<Value> decodeList(const Json& json, int depth) {
+std::optional<Value> decodeList(const ValueList& plain, int depth) {
   ValueList result;
-  for (const Json& element : json) {
+  for (const Value& element : plain) {
     auto value = decode(element, depth);
     if (!value) return std::nullopt;
     result.push_back(std::move(*value));
@@ -78,9 +107,9 @@ std::optional<Value> decodeList(const Json& json, int depth) {
   return Value(std::move(result));
 }
 
-std::optional<Value> decodeDictionary(const Json& json, int depth) {
+std::optional<Value> decodeDictionary(const ValueDictionary& plain, int depth) {
   ValueDictionary result;
-  for (const auto& [key, element] : json.items()) {
+  for (const auto& [key, element] : plain) {
     auto value = decode(element, depth);
     if (!value) return std::nullopt;
     result.emplace(key, std::move(*value));
@@ -88,63 +117,56 @@ std::optional<Value> decodeDictionary(const Json& json, int depth) {
   return Value(std::move(result));
 }
 
-std::optional<Value> decodeTagged(const Json& json, int depth) {
-  if (json.size() != 1) return std::nullopt;
-  const std::string& tag = json.begin().key();
-  const Json& content = json.begin().value();
-  if (tag == "dictionary" && content.is_object()) return decodeDictionary(content, depth);
-  if (tag == "date" && content.is_number())
-    return Value(Date::fromReference(content.get<double>()));
-  if (tag == "data" && content.is_string()) {
-    if (auto bytes = foundation::bytesInHexadecimal(content.get_ref<const std::string&>())) {
+std::optional<Value> decodeTagged(const ValueDictionary& plain, int depth) {
+  if (plain.size() != 1) return std::nullopt;
+  const auto& [tag, content] = *plain.begin();
+  if (tag == "dictionary" && content.dictionary() != nullptr) {
+    return decodeDictionary(*content.dictionary(), depth);
+  }
+  const NSNumber* number = content.number();
+  if (tag == "date" && number != nullptr && number->kind() != NSNumber::Kind::boolean) {
+    return Value(Date::fromReference(number->doubleValue()));
+  }
+  if (content.text() == nullptr) return std::nullopt;
+  if (tag == "data") {
+    if (auto bytes = foundation::bytesInHexadecimal(*content.text())) {
       return Value(Data(std::move(*bytes)));
     }
   }
-  if (tag == "uuid" && content.is_string()) {
-    if (auto uuid = UUID::fromString(content.get_ref<const std::string&>())) return Value(*uuid);
+  if (tag == "uuid") {
+    if (auto uuid = UUID::fromString(*content.text())) return Value(*uuid);
   }
   return std::nullopt;
 }
 
-std::optional<Value> decode(const Json& json, int depth) {
+std::optional<Value> decode(const Value& plain, int depth) {
   if (depth > kMaxDepth) return std::nullopt;
-  switch (json.type()) {
-    case Json::value_t::null:
-      return Value();
-    case Json::value_t::boolean:
-      return Value(json.get<bool>());
-    case Json::value_t::number_integer:
-      return Value(json.get<std::int64_t>());
-    case Json::value_t::number_unsigned:
-      if (json.get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX)) return std::nullopt;
-      return Value(json.get<std::int64_t>());
-    case Json::value_t::number_float:
-      return Value(json.get<double>());
-    case Json::value_t::string:
-      return Value(json.get_ref<const std::string&>());
-    case Json::value_t::array:
-      return decodeList(json, depth + 1);
-    case Json::value_t::object:
-      return decodeTagged(json, depth + 1);
-    case Json::value_t::binary:
-    case Json::value_t::discarded:
-      return std::nullopt;
-  }
-  return std::nullopt;
+  if (plain.list() != nullptr) return decodeList(*plain.list(), depth + 1);
+  if (plain.dictionary() != nullptr) return decodeTagged(*plain.dictionary(), depth + 1);
+  return plain;
 }
 }  // namespace
 
 std::string metadataText(const Value& value) {
   try {
-    return encode(value, 0).dump();
-  } catch (const Json::type_error&) {
+    std::string text;
+    append(text, value, 0);
+    return text;
+  } catch (const nlohmann::json::type_error&) {
     refuse("text that is not UTF-8");
   }
 }
 
 std::optional<Value> metadataValue(std::string_view text) {
-  const Json json = Json::parse(text, nullptr, false);
-  return decode(json, 0);
+  try {
+    // In a list, for the value may be a single one.
+    const Value plain =
+        NSJSONSerialization::JSONObject(Data::fromText("[" + std::string(text) + "]"));
+    const ValueList& values = *plain.list();
+    return values.size() == 1 ? decode(values.front(), 0) : std::nullopt;
+  } catch (const foundation::Error&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace coredata

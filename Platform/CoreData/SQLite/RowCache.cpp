@@ -1,5 +1,7 @@
 #include "CoreData/SQLite/RowCache.h"
 
+#include <new>
+
 namespace coredata {
 
 using foundation::Ref;
@@ -39,7 +41,7 @@ CacheEpoch RowCache::outdate(CacheEpoch readerEpoch) {
   return readerEpoch == before ? before + 1 : kNoEpoch;
 }
 
-void RowCache::willCommit(std::span<const RowChange> changes) {
+void RowCache::willCommit(std::span<const RowChange> changes) noexcept {
   const std::scoped_lock lock(mutex_);
   ++commitsUnderWay_;
   for (const RowChange& change : changes) {
@@ -47,9 +49,20 @@ void RowCache::willCommit(std::span<const RowChange> changes) {
   }
 }
 
-void RowCache::didCommit(std::span<const RowChange> changes) {
+void RowCache::didCommit(std::span<const RowChange> changes) noexcept {
   const std::scoped_lock lock(mutex_);
   const CacheEpoch now = epoch_.load(std::memory_order_relaxed) + 1;
+  try {
+    take(changes, now);
+  } catch (const std::bad_alloc&) {
+    // The commit stands; that a cache knows nothing is never wrong.
+    forgetAll();
+  }
+  epoch_.store(now, std::memory_order_release);
+  --commitsUnderWay_;
+}
+
+void RowCache::take(std::span<const RowChange> changes, CacheEpoch now) {
   const bool isTooMuch = changes.size() > limits_.rows / 2;
   for (const RowChange& change : changes) {
     const Place place{change.entity->index(), change.key};
@@ -59,11 +72,9 @@ void RowCache::didCommit(std::span<const RowChange> changes) {
       drop(place);
     }
   }
-  epoch_.store(now, std::memory_order_release);
-  --commitsUnderWay_;
 }
 
-void RowCache::commitFailed() {
+void RowCache::commitFailed() noexcept {
   const std::scoped_lock lock(mutex_);
   forgetAll();
   epoch_.fetch_add(1, std::memory_order_release);
@@ -129,7 +140,7 @@ void RowCache::erase(Generation& generation, const Place& place) {
   generation.rows.erase(found);
 }
 
-void RowCache::forgetAll() {
+void RowCache::forgetAll() noexcept {
   young_ = {};
   old_ = {};
 }

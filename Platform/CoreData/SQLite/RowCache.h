@@ -9,7 +9,7 @@
 #include "CoreData/Rows/Row.h"
 #include "CoreData/SQLite/CacheEpoch.h"
 #include "CoreData/SQLite/RowChange.h"
-#include "absl/container/flat_hash_map.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -46,10 +46,11 @@ class RowCache {
 
   /// Brackets a commit: the rows that it changes are withheld from before the store has it until it
   /// is known. The rows of a commit that alone would push out everything else are not kept.
-  void willCommit(std::span<const RowChange> changes);
-  void didCommit(std::span<const RowChange> changes);
+  /// Nor are any where memory does not suffice: a commit is not to fail over that.
+  void willCommit(std::span<const RowChange> changes) noexcept;
+  void didCommit(std::span<const RowChange> changes) noexcept;
   /// Nobody knows what the store holds now.
-  void commitFailed();
+  void commitFailed() noexcept;
 
   [[nodiscard]] std::size_t rowCount() const;
   [[nodiscard]] std::size_t byteCount() const;
@@ -70,7 +71,7 @@ class RowCache {
     CacheEpoch since;
   };
   struct Generation {
-    absl::flat_hash_map<Place, Entry> rows;
+    foundation::HashMap<Place, Entry> rows;
     std::size_t bytes = 0;
   };
 
@@ -81,12 +82,13 @@ class RowCache {
   [[nodiscard]] bool isTooLarge(std::size_t size) const noexcept {
     return size > limits_.bytes / 8;
   }
+  void take(std::span<const RowChange> changes, CacheEpoch now);
   void put(const Place& place, Entry entry);
   void replace(const Place& place, Entry entry);
   void withhold(const Place& place);
   void drop(const Place& place);
   static void erase(Generation& generation, const Place& place);
-  void forgetAll();
+  void forgetAll() noexcept;
 
   const Limits limits_;
   std::atomic<CacheEpoch> epoch_{1};

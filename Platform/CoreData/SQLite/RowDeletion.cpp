@@ -8,7 +8,7 @@
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/RowColumns.h"
 #include "CoreData/SQLite/RowFeed.h"
-#include "absl/container/flat_hash_set.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -140,8 +140,8 @@ std::int64_t RowDeletion::remove(const NSEntityDescription& entity,
   const StatementUse use(statement);
   KeyFeed feed(keys);
   bindFeed(feed, statement);
-  absl::flat_hash_set<ObjectKey> removed;
-  removed.reserve(keys.size());
+  foundation::HashSet<ObjectKey> removed;
+  removed.makeRoomFor(keys.size());
   while (statement.step()) removed.insert(statement.integer(0));
   // In the order of the keys, which is that of the history, and not in SQLite's.
   for (const ObjectKey key : keys) {

@@ -6,17 +6,17 @@
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/RowColumns.h"
 #include "CoreData/SQLite/StoreSchema.h"
-#include "absl/container/flat_hash_map.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
 namespace {
 using Kind = SchemaObject::Kind;
-using Expected = absl::flat_hash_map<std::string_view, const SchemaObject*>;
+using Expected = foundation::HashMap<std::string_view, const SchemaObject*>;
 
 Expected byName(const std::vector<SchemaObject>& schema) {
   Expected result;
-  result.reserve(schema.size());
+  result.makeRoomFor(schema.size());
   for (const SchemaObject& object : schema) result.emplace(object.name, &object);
   return result;
 }

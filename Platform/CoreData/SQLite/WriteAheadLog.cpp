@@ -91,7 +91,7 @@ void WriteAheadLog::makeRoom(Connection& connection) {
   if (size >= 0 && size - endOf(pages_) < kRoomForASave) fillWithZeros(file, size, size + kGrowth);
 }
 
-void WriteAheadLog::committed(Connection& connection) {
+void WriteAheadLog::committed(Connection& connection) noexcept {
   if (!enabled_) return;
   pages_ = connection.logPages();
   if (pages_ < nextCheckpointAt_) return;
@@ -107,7 +107,7 @@ void WriteAheadLog::committed(Connection& connection) {
   nextCheckpointAt_ = pages_ + longLogPages_ / 4;
 }
 
-bool WriteAheadLog::checkpoint(Connection& connection, int mode, int& pages) {
+bool WriteAheadLog::checkpoint(Connection& connection, int mode, int& pages) noexcept {
   int copied = 0;
   const int result = connection.withoutWaiting([&] {
     return sqlite3_wal_checkpoint_v2(connection.handle(), "main", mode, &pages, &copied);
@@ -118,8 +118,7 @@ bool WriteAheadLog::checkpoint(Connection& connection, int mode, int& pages) {
   }
   if ((result & 0xff) != SQLITE_BUSY && (result & 0xff) != SQLITE_LOCKED) {
     connection.abandon();
-    lastFailure_.emplace(std::string(foundation::kSQLiteErrorDomain), result,
-                         sqlite3_errmsg(connection.handle()));
+    lastFailure_ = result;
   }
   return false;
 }

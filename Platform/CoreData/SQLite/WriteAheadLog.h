@@ -6,7 +6,6 @@
 
 #include "CoreData/SQLite/SideLock.h"
 #include "CoreData/SQLite/StoreFile.h"
-#include "Foundation/Values/Error.h"
 
 namespace coredata {
 
@@ -34,16 +33,14 @@ class WriteAheadLog {
   /// nobody else may be writing to the file.
   void makeRoom(Connection& connection);
   /// Makes a checkpoint if the log has become long. After a commit.
-  void committed(Connection& connection);
+  void committed(Connection& connection) noexcept;
   /// Copies the log into the main file and leaves it empty, as far as others let us. By the last
   /// connection to close.
   void fold(Connection& connection) noexcept;
 
-  /// Why the last checkpoint failed, other than because somebody was using the store. The log goes
-  /// on growing until one succeeds, and nothing is lost.
-  [[nodiscard]] const std::optional<foundation::Error>& lastFailure() const noexcept {
-    return lastFailure_;
-  }
+  /// With which of SQLite's codes the last checkpoint failed, other than because somebody was using
+  /// the store. The log goes on growing until one succeeds, and nothing is lost.
+  [[nodiscard]] std::optional<int> lastFailure() const noexcept { return lastFailure_; }
 
   /// A log of this many pages is copied into the main file.
   static constexpr int kLongLogPages = 1000;
@@ -63,7 +60,7 @@ class WriteAheadLog {
   };
 
  private:
-  [[nodiscard]] bool checkpoint(Connection& connection, int mode, int& pages);
+  [[nodiscard]] bool checkpoint(Connection& connection, int mode, int& pages) noexcept;
   void foldUnderLock(Connection& connection);
 
   SideLock lock_;
@@ -72,7 +69,7 @@ class WriteAheadLog {
   const int longLogPages_;
   int nextCheckpointAt_ = longLogPages_;
   bool enabled_ = true;
-  std::optional<foundation::Error> lastFailure_;
+  std::optional<int> lastFailure_;
 };
 
 }  // namespace coredata

@@ -7,8 +7,8 @@
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreCore.h"
 #include "CoreData/SQLite/StoreMarks.h"
+#include "Foundation/Internal/HashTables.h"
 #include "Foundation/Internal/TestPoint.h"
-#include "absl/container/flat_hash_map.h"
 
 namespace coredata {
 
@@ -125,7 +125,7 @@ bool WriteTransaction::remove(const NSEntityDescription& entity, ObjectKey key,
 }
 
 void WriteTransaction::keepMarks() {
-  absl::flat_hash_map<const NSEntityDescription*, ObjectKey> removed;
+  foundation::HashMap<const NSEntityDescription*, ObjectKey> removed;
   for (const RowChange& change : changes_) {
     if (change.kind != RowChangeKind::remove) continue;
     ObjectKey& highest = removed[change.entity];

@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "Foundation/Internal/JSONScalar.h"
 #include "Foundation/Values/Error.h"
 
 namespace foundation {
@@ -29,41 +30,58 @@ Error tooDeep() {
 
 // Writing.
 
-Json jsonOf(const Value& value, int depth);
+void append(std::string& text, const Value& value, int depth);
 
-Json jsonOf(const NSNumber& number) {
-  if (number.kind() == NSNumber::Kind::boolean) return number.boolValue();
-  if (const auto whole = number.exactInt64()) return *whole;
+void append(std::string& text, const NSNumber& number) {
+  if (number.kind() == NSNumber::Kind::boolean) return appendJSON(text, number.boolValue());
+  if (const auto whole = number.exactInt64()) return appendJSON(text, *whole);
   if (!std::isfinite(number.doubleValue()))
     throw jsonError(JSONErrorCode::unwritable, "JSON has no number that is not finite.");
-  return number.doubleValue();
+  appendJSON(text, number.doubleValue());
 }
 
-Json jsonOf(const ValueList& list, int depth) {
-  Json array = Json::array();
-  for (const Value& element : list) array.push_back(jsonOf(element, depth + 1));
-  return array;
+void append(std::string& text, const ValueList& list, int depth) {
+  const char* separator = "[";
+  for (const Value& element : list) {
+    text += std::exchange(separator, ",");
+    append(text, element, depth + 1);
+  }
+  text += list.empty() ? "[]" : "]";
 }
 
-Json jsonOf(const ValueDictionary& dictionary, int depth) {
-  Json object = Json::object();
-  for (const auto& [key, value] : dictionary) object[key] = jsonOf(value, depth + 1);
-  return object;
+void append(std::string& text, const ValueDictionary& dictionary, int depth) {
+  const char* separator = "{";
+  for (const auto& [key, value] : dictionary) {
+    text += std::exchange(separator, ",");
+    appendJSON(text, key);
+    text += ':';
+    append(text, value, depth + 1);
+  }
+  text += dictionary.empty() ? "{}" : "}";
 }
 
-Json jsonOf(const Value& value, int depth) {
+void append(std::string& text, const Value& value, int depth) {
   if (depth > NSJSONSerialization::kMaximumDepth) throw tooDeep();
-  if (value.isNone()) return nullptr;
-  if (const auto* text = value.text()) return *text;
-  if (const auto* number = value.number()) return jsonOf(*number);
-  if (const auto* list = value.list()) return jsonOf(*list, depth);
-  if (const auto* dictionary = value.dictionary()) return jsonOf(*dictionary, depth);
-  throw jsonError(JSONErrorCode::unwritable, "JSON has no such kind of value.");
+  if (value.isNone()) {
+    text += "null";
+  } else if (const auto* string = value.text()) {
+    appendJSON(text, *string);
+  } else if (const auto* number = value.number()) {
+    append(text, *number);
+  } else if (const auto* list = value.list()) {
+    append(text, *list, depth);
+  } else if (const auto* dictionary = value.dictionary()) {
+    append(text, *dictionary, depth);
+  } else {
+    throw jsonError(JSONErrorCode::unwritable, "JSON has no such kind of value.");
+  }
 }
 
-std::string compactText(const Json& json) {
+std::string compactText(const Value& value) {
   try {
-    return json.dump(-1, ' ', false, Json::error_handler_t::strict);
+    std::string text;
+    append(text, value, 1);
+    return text;
   } catch (const Json::type_error&) {
     throw jsonError(JSONErrorCode::unwritable, "A text is not valid UTF-8.");
   }
@@ -166,7 +184,7 @@ class ValueBuilder final : public nlohmann::json_sax<Json> {
 Data NSJSONSerialization::data(const Value& withJSONObject) {
   if (withJSONObject.list() == nullptr && withJSONObject.dictionary() == nullptr)
     throw jsonError(JSONErrorCode::unwritable, "Only a list or a dictionary is written as JSON.");
-  return Data::fromText(withSlashesEscaped(compactText(jsonOf(withJSONObject, 1))));
+  return Data::fromText(withSlashesEscaped(compactText(withJSONObject)));
 }
 
 Value NSJSONSerialization::JSONObject(const Data& withData) {

@@ -1,6 +1,7 @@
 #include "Foundation/Notifications/NSNotificationCenter.h"
 
 #include <mutex>
+#include <new>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -75,6 +76,14 @@ struct NSNotificationCenter::State {
     replaced = std::exchange(found->second, without(*found->second, ended));
     if (found->second == nullptr) byName.erase(found);
   }
+
+  void removeThoseOver(const NSNotificationName& name) noexcept {
+    try {
+      remove(name, [](const Registration&) { return false; });
+    } catch (const std::bad_alloc&) {
+      // Everybody was told; the next post tidies up.
+    }
+  }
 };
 
 NSNotificationCenter::NSNotificationCenter() : state_(std::make_unique<State>()) {}
@@ -144,7 +153,7 @@ void NSNotificationCenter::post(const NSNotification& notification) {
       someAreOver = true;
     }
   }
-  if (someAreOver) state_->remove(notification.name(), [](const Registration&) { return false; });
+  if (someAreOver) state_->removeThoseOver(notification.name());
 }
 
 bool NSNotificationCenter::hasObservers(const NSNotificationName& name) const noexcept {

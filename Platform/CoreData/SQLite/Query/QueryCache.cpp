@@ -15,8 +15,9 @@ QueryCache::PlanQueries& QueryCache::ofPlan(const FetchPlan& plan) {
   if (plan.serial() == lastPlan_) return *lastQueries_;
   std::unique_ptr<PlanQueries>& queries = plans_[plan.serial()];
   if (queries == nullptr) {
-    queries = std::make_unique<PlanQueries>();
-    queries->indexGivesOrder = coredata::indexGivesOrder(plan);
+    auto made = std::make_unique<PlanQueries>();
+    made->indexGivesOrder = coredata::indexGivesOrder(plan);
+    queries = std::move(made);
   }
   lastPlan_ = plan.serial();
   lastQueries_ = queries.get();

@@ -7,7 +7,7 @@
 
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/Query/CompiledQuery.h"
-#include "absl/container/flat_hash_map.h"
+#include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
@@ -54,7 +54,7 @@ class QueryCache {
   [[nodiscard]] Kept& kept(const FetchPlan& plan, const QueryVariant& variant);
 
   Connection& connection_;
-  absl::flat_hash_map<std::uint64_t, std::unique_ptr<PlanQueries>> plans_;
+  foundation::HashMap<std::uint64_t, std::unique_ptr<PlanQueries>> plans_;
   std::uint64_t lastPlan_ = 0;
   PlanQueries* lastQueries_ = nullptr;
   std::size_t size_ = 0;

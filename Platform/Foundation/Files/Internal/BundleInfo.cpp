@@ -7,11 +7,14 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
-#include <nlohmann/json.hpp>
+#include <optional>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "Foundation/Internal/FileSystem.h"
+#include "Foundation/Json/NSJSONSerialization.h"
+#include "Foundation/Values/Error.h"
 
 namespace foundation {
 
@@ -30,16 +33,27 @@ BundleInfoResult damaged(const std::string& path, const char* reason) {
 }
 
 /// The text under `key`, empty when there is none.
-std::string textOf(const nlohmann::json& object, const char* key) {
+std::string textOf(const ValueDictionary& object, std::string_view key) {
   const auto found = object.find(key);
-  return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+  const std::string* text = found == object.end() ? nullptr : found->second.text();
+  return text == nullptr ? std::string() : *text;
 }
 
-BundleInfoResult parse(const std::string& path, const std::vector<std::uint8_t>& bytes) {
-  const auto json = nlohmann::json::parse(bytes.begin(), bytes.end(), nullptr, false);
-  if (json.is_discarded()) return damaged(path, "this is not JSON");
-  if (!json.is_object()) return damaged(path, "this is not a JSON object");
-  BundleInfo info{textOf(json, "identifier"), textOf(json, "name")};
+/// None for what is no JSON. Not the parser's own values: their destructors take memory.
+std::optional<Value> parsed(std::vector<std::uint8_t> bytes) {
+  try {
+    return NSJSONSerialization::JSONObject(Data(std::move(bytes)));
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
+BundleInfoResult parse(const std::string& path, std::vector<std::uint8_t> bytes) {
+  const std::optional<Value> json = parsed(std::move(bytes));
+  if (!json) return damaged(path, "this is not JSON");
+  const ValueDictionary* object = json->dictionary();
+  if (object == nullptr) return damaged(path, "this is not a JSON object");
+  BundleInfo info{textOf(*object, "identifier"), textOf(*object, "name")};
   if (info.identifier.empty()) return damaged(path, "the bundle's identifier is missing");
   return {BundleInfoState::good, std::move(info)};
 }
@@ -48,8 +62,8 @@ BundleInfoResult parse(const std::string& path, const std::vector<std::uint8_t>&
 
 BundleInfoResult readBundleInfo(const std::string& directory) {
   const std::string path = directory + "/Info.json";
-  const auto bytes = readFile(AT_FDCWD, path.c_str(), kLargestInfo);
-  if (bytes) return parse(path, *bytes);
+  auto bytes = readFile(AT_FDCWD, path.c_str(), kLargestInfo);
+  if (bytes) return parse(path, *std::move(bytes));
   if (bytes.error() == ENOENT || bytes.error() == ENOTDIR) return {};
   return damaged(path, std::strerror(bytes.error()));
 }

@@ -147,7 +147,7 @@ void MainQueueState::startWatch(Clock::time_point arrival) {
   try {
     GlobalQueue::userInitiated().async([this, deadline = arrival + patience_] { watch(deadline); });
     isWatched_ = true;
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     // Without a thread to watch it the queue works all the same.
   }
 }

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
-#include <system_error>
+#include <exception>
 #include <thread>
 #include <utility>
 
@@ -56,7 +56,7 @@ void WorkerPool::startWorkerIfPossible() noexcept {
   if (workers_ >= kMaximumWorkers) return;
   try {
     startWorker();
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     // There is one worker at least, and it will come to the job.
   }
 }

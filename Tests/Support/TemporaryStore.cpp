@@ -9,8 +9,6 @@ using coredata::NSPersistentContainer;
 using foundation::Ref;
 using foundation::URL;
 
-namespace {
-
 Ref<const NSManagedObjectModel> loadedModel() {
   const std::string path = TEST_RESOURCE_DIR "/CoreDataStackModel.bundle/Model.momd/";
   std::string why;
@@ -19,8 +17,6 @@ Ref<const NSManagedObjectModel> loadedModel() {
   if (!model) throw std::runtime_error("no model in " + path + ": " + why);
   return model;
 }
-
-}  // namespace
 
 Ref<const NSManagedObjectModel> currentModel() {
   static const auto* const model = new Ref<const NSManagedObjectModel>(loadedModel());

@@ -11,6 +11,9 @@ namespace support {
 /// The compiled model of the current version, as the library's bundle ships it. Loaded once.
 [[nodiscard]] foundation::Ref<const coredata::NSManagedObjectModel> currentModel();
 
+/// The same, loaded anew.
+[[nodiscard]] foundation::Ref<const coredata::NSManagedObjectModel> loadedModel();
+
 /// A container over the current model without a store: objects can be made, and every fetch, count
 /// and save fails.
 [[nodiscard]] foundation::Ref<coredata::NSPersistentContainer> containerWithoutStore();

@@ -42,6 +42,12 @@ function(cds_add_library name)
     set(scope PUBLIC)
     cds_configure_target(${name})
     target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+    if(COREDATASTACK_COVERAGE)
+      # Relocated counters lie in the file that they end up in: processes that are killed count as well.
+      target_compile_options(${name} PRIVATE -fprofile-instr-generate -fcoverage-mapping
+                                             "SHELL:-mllvm -runtime-counter-relocation")
+      target_link_options(${name} INTERFACE -fprofile-instr-generate)
+    endif()
   else()
     add_library(${name} INTERFACE)
     set(scope INTERFACE)

@@ -194,7 +194,7 @@ class AdjacentVersions : public testing::TestWithParam<CoreDataMigrationVersion>
 
 TEST_P(AdjacentVersions, KeepEveryValueLinkAndKey) {
   constexpr std::uint64_t kQuickCount = 40;
-  const std::uint64_t first = support::numberFrom("MIGRATION_SEED", 1);
+  const std::uint64_t first = support::numberFrom("MIGRATION_SEED", support::runSeed(1));
   const std::uint64_t count = support::numberFrom("MIGRATION_COUNT", kQuickCount);
   std::cout << "MIGRATION_SEED=" << first << " MIGRATION_COUNT=" << count << '\n';
   for (std::uint64_t seed = first; seed < first + count && !HasFailure(); ++seed) {

@@ -186,7 +186,8 @@ class StartupRace : public testing::Test {
     });
   }
 
-  const std::uint64_t seed_ = support::numberFrom("STARTUP_SEED", std::random_device()());
+  const std::uint64_t seed_ =
+      support::numberFrom("STARTUP_SEED", support::runSeed(std::random_device()()));
   std::mt19937_64 random_{seed_};
   support::Scene scene_;
   std::vector<std::unique_ptr<Companion>> starters_;

@@ -13,4 +13,10 @@ namespace support {
   return text == nullptr ? otherwise : std::stoull(text);
 }
 
+/// The seed of all tests of a run (`TEST_SEED`), which a test's own variable goes before; `usual`
+/// where none is set.
+[[nodiscard]] inline std::uint64_t runSeed(std::uint64_t usual) {
+  return numberFrom("TEST_SEED", usual);
+}
+
 }  // namespace support

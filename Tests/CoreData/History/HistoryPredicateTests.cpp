@@ -80,7 +80,7 @@ class RandomConditions {
 class HistoryPredicateTest : public garden::HistoryTest {};
 
 TEST_F(HistoryPredicateTest, HoldsForThoseForWhichItHoldsInMemory) {
-  const std::uint64_t seed = support::numberFrom("HISTORY_TEST_SEED", 20241122);
+  const std::uint64_t seed = support::numberFrom("HISTORY_TEST_SEED", support::runSeed(20241122));
   const std::uint64_t count = support::numberFrom("HISTORY_TEST_PREDICATES", 2000);
   std::cout << "HISTORY_TEST_SEED=" << seed << " HISTORY_TEST_PREDICATES=" << count << '\n';
   std::mt19937_64 random(seed);

@@ -135,7 +135,8 @@ TEST_F(InterleavedObservers, KeepTheirPromisesInEveryOrder) {
 
 TEST_F(InterleavedObservers, KeepTheirPromisesInRandomOrders) {
   const char* given = std::getenv("INTERLEAVING_SEED");
-  const std::uint64_t first = support::numberFrom("INTERLEAVING_SEED", std::random_device()());
+  const std::uint64_t first =
+      support::numberFrom("INTERLEAVING_SEED", support::runSeed(std::random_device()()));
   const std::uint64_t count = given != nullptr ? 1 : support::numberFrom("INTERLEAVINGS", 200);
   for (std::uint64_t i = 0; i < count && !HasFailure(); ++i) play(first + i);
   std::printf("%llu orders, waited %zu times\n", static_cast<unsigned long long>(count), waits_);

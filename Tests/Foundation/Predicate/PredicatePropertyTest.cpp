@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <initializer_list>
 #include <optional>
 #include <random>
@@ -13,14 +12,13 @@
 #include "Foundation/Predicate/NSCompoundPredicate.h"
 #include "Foundation/Values/Error.h"
 #include "Tests/Foundation/Predicate/TestObject.h"
+#include "Tests/Support/EnvironmentSetting.h"
 
 namespace foundation {
 namespace {
 
-/// The seed of this run: the environment's `PREDICATE_TEST_SEED`, else a fixed one.
 std::uint64_t seed() {
-  const char* text = std::getenv("PREDICATE_TEST_SEED");
-  return text == nullptr ? 20240210 : std::strtoull(text, nullptr, 10);
+  return support::numberFrom("PREDICATE_TEST_SEED", support::runSeed(20240210));
 }
 
 /// Makes random formats over a fixed set of keys, with the values for their arguments.

@@ -135,7 +135,8 @@ class Soak : public testing::Test {
     }
   }
 
-  const std::uint64_t seed_ = support::numberFrom("SOAK_SEED", std::random_device()());
+  const std::uint64_t seed_ =
+      support::numberFrom("SOAK_SEED", support::runSeed(std::random_device()()));
   const std::chrono::seconds time_{support::numberFrom("SOAK_SECONDS", 5)};
   support::MigrationPlace place_;
   support::SharedNumbers<soak::Occasions> occasions_;

@@ -98,7 +98,8 @@ void forEachSeed(std::size_t count, foundation::FunctionRef<bool(std::uint64_t)>
     look(support::numberFrom(kSeed, 0));
     return;
   }
-  for (std::uint64_t seed = 1; seed <= count; ++seed) {
+  const std::uint64_t first = support::runSeed(1);
+  for (std::uint64_t seed = first; seed < first + count; ++seed) {
     if (!look(seed)) return;
   }
 }

@@ -59,14 +59,15 @@ std::vector<PowerLosses::Moment> PowerLosses::moments(std::size_t seeds) const {
     return {{support::numberFrom(kPoint, 0), support::numberFrom(kSeed, 0)}};
   }
   std::vector<Moment> result;
+  const std::uint64_t first = support::runSeed(0);
   std::size_t begin = 0;
   for (std::size_t i = 0; i <= operations_.size(); ++i) {
     const bool isLast = i == operations_.size();
     const bool isMark = !isLast && operations_[i].kind == Kind::mark;
     if (!isLast && !isMark && !isSync(operations_[i])) continue;
     const std::size_t end = isMark ? i + 1 : i;
-    Chance chance(i);
-    for (std::uint64_t seed = 0; seed < seeds; ++seed) {
+    Chance chance(mixed(first, i));
+    for (std::uint64_t seed = first; seed < first + seeds; ++seed) {
       const bool isAtEnd = seed % 2 == 0 || end == begin;
       result.push_back({isAtEnd ? end : begin + below(chance, end - begin), seed});
     }

@@ -43,7 +43,7 @@ class Damage : public testing::Test {
  protected:
   Damage() { std::cout << "DAMAGE_SEED=" << seed << " DAMAGE_COUNT=" << count << "\n"; }
 
-  const std::uint64_t seed = support::numberFrom("DAMAGE_SEED", 20241122);
+  const std::uint64_t seed = support::numberFrom("DAMAGE_SEED", support::runSeed(20241122));
   const std::uint64_t count = support::numberFrom("DAMAGE_COUNT", 500);
 };
 

@@ -79,7 +79,8 @@ void reportRunning(int) {
 }
 
 TEST(RandomOperations, LeaveTwoContextsAndTheFileAsTheModelSays) {
-  const std::uint64_t master = support::numberFrom("RANDOM_OPERATIONS_SEED", 20240901);
+  const std::uint64_t master =
+      support::numberFrom("RANDOM_OPERATIONS_SEED", support::runSeed(20240901));
   const std::uint64_t count = support::numberFrom("RANDOM_OPERATIONS_COUNT", 2000);
   std::cout << "RANDOM_OPERATIONS_SEED=" << master << " RANDOM_OPERATIONS_COUNT=" << count << '\n';
   const auto before = std::signal(SIGABRT, reportRunning);

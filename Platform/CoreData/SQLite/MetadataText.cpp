@@ -8,12 +8,14 @@
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "Foundation/Internal/Hexadecimal.h"
-#include "Foundation/Internal/JSONScalar.h"
+#include "Foundation/Internal/JSONText.h"
 #include "Foundation/Json/NSJSONSerialization.h"
 
 namespace coredata {
 
 using foundation::appendJSON;
+using foundation::appendJSONList;
+using foundation::appendJSONObject;
 using foundation::Data;
 using foundation::Date;
 using foundation::NSJSONSerialization;
@@ -48,27 +50,8 @@ void append(std::string& text, const NSNumber& value) {
 
 void append(std::string& text, const Value& value, int depth);
 
-void append(std::string& text, const ValueList& list, int depth) {
-  const char* separator = "[";
-  for (const Value& element : list) {
-    text += std::exchange(separator, ",");
-    append(text, element, depth + 1);
-  }
-  text += list.empty() ? "[]" : "]";
-}
-
-void append(std::string& text, const ValueDictionary& dictionary, int depth) {
-  const char* separator = "{";
-  for (const auto& [key, element] : dictionary) {
-    text += std::exchange(separator, ",");
-    appendJSON(text, key);
-    text += ':';
-    append(text, element, depth + 1);
-  }
-  text += dictionary.empty() ? "{}" : "}";
-}
-
 void append(std::string& text, const Value& value, int depth) {
+  const auto appendElement = [&](const Value& element) { append(text, element, depth + 1); };
   if (depth > kMaxDepth) refuse("values nested this deep");
   if (value.isNone()) {
     text += "null";
@@ -85,10 +68,10 @@ void append(std::string& text, const Value& value, int depth) {
   } else if (const auto* uuid = value.uuid()) {
     text.append(R"({"uuid":")").append(uuid->uuidString()).append(R"("})");
   } else if (const auto* list = value.list()) {
-    append(text, *list, depth);
+    appendJSONList(text, *list, appendElement);
   } else if (const auto* dictionary = value.dictionary()) {
     text += R"({"dictionary":)";
-    append(text, *dictionary, depth);
+    appendJSONObject(text, *dictionary, appendElement);
     text += '}';
   } else {
     refuse("an object");

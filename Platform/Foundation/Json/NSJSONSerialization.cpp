@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "Foundation/Internal/JSONScalar.h"
+#include "Foundation/Internal/JSONText.h"
 #include "Foundation/Values/Error.h"
 
 namespace foundation {
@@ -40,27 +40,8 @@ void append(std::string& text, const NSNumber& number) {
   appendJSON(text, number.doubleValue());
 }
 
-void append(std::string& text, const ValueList& list, int depth) {
-  const char* separator = "[";
-  for (const Value& element : list) {
-    text += std::exchange(separator, ",");
-    append(text, element, depth + 1);
-  }
-  text += list.empty() ? "[]" : "]";
-}
-
-void append(std::string& text, const ValueDictionary& dictionary, int depth) {
-  const char* separator = "{";
-  for (const auto& [key, value] : dictionary) {
-    text += std::exchange(separator, ",");
-    appendJSON(text, key);
-    text += ':';
-    append(text, value, depth + 1);
-  }
-  text += dictionary.empty() ? "{}" : "}";
-}
-
 void append(std::string& text, const Value& value, int depth) {
+  const auto appendElement = [&](const Value& element) { append(text, element, depth + 1); };
   if (depth > NSJSONSerialization::kMaximumDepth) throw tooDeep();
   if (value.isNone()) {
     text += "null";
@@ -69,9 +50,9 @@ void append(std::string& text, const Value& value, int depth) {
   } else if (const auto* number = value.number()) {
     append(text, *number);
   } else if (const auto* list = value.list()) {
-    append(text, *list, depth);
+    appendJSONList(text, *list, appendElement);
   } else if (const auto* dictionary = value.dictionary()) {
-    append(text, *dictionary, depth);
+    appendJSONObject(text, *dictionary, appendElement);
   } else {
     throw jsonError(JSONErrorCode::unwritable, "JSON has no such kind of value.");
   }

@@ -29,4 +29,10 @@ class SqlTrace {
   std::vector<std::string> queries_;
 };
 
+/// Whether a query asks for whole rows of an entity, and not for some columns or for keys alone.
+[[nodiscard]] inline bool readsRows(std::string_view query, std::string_view entity) {
+  return (query.starts_with("SELECT * ") || query.contains(".*")) &&
+         query.contains("FROM \"" + std::string(entity) + '"');
+}
+
 }  // namespace support

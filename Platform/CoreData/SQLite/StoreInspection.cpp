@@ -1,11 +1,13 @@
 #include "CoreData/SQLite/StoreInspection.h"
 
-#include <fcntl.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <array>
 #include <bit>
 #include <compare>
+#include <cstddef>
+#include <memory>
 #include <numeric>
 #include <utility>
 
@@ -15,6 +17,7 @@
 #include "CoreData/SQLite/StoreFile.h"
 #include "CoreData/SQLite/StoreMetadata.h"
 #include "CoreData/SQLite/StoreOpening.h"
+#include "CoreData/SQLite/StoreVFS.h"
 #include "CoreData/SQLite/TracelessFiles.h"
 
 namespace coredata {
@@ -47,24 +50,41 @@ std::optional<FileIdentity> identityOf(const std::optional<FileState>& state) {
 
 std::int64_t sizeOf(const std::optional<FileState>& state) { return state ? state->size : 0; }
 
+constexpr std::size_t kLogHeader = 32;
+/// The header of a log and the byte behind it.
+using LogHead = std::array<std::uint8_t, kLogHeader + 1>;
+
+/// As much as there is of a log's head, zeros for the rest, and the log's size; read through the
+/// layer that SQLite opens it through. None when that fails, which is SQLite's to complain of.
+std::optional<std::pair<LogHead, std::int64_t>> headOf(const std::string& log) {
+  sqlite3_vfs* const layer = sqlite3_vfs_find(storeVFS());
+  const auto memory = std::make_unique<std::byte[]>(static_cast<std::size_t>(layer->szOsFile));
+  auto* const file = reinterpret_cast<sqlite3_file*>(memory.get());
+  int result =
+      layer->xOpen(layer, log.c_str(), file, SQLITE_OPEN_WAL | SQLITE_OPEN_READONLY, nullptr);
+  LogHead head{};
+  sqlite3_int64 size = 0;
+  if (result == SQLITE_OK) result = file->pMethods->xFileSize(file, &size);
+  if (result == SQLITE_OK)
+    result = file->pMethods->xRead(file, head.data(), static_cast<int>(head.size()), 0);
+  if (file->pMethods != nullptr) file->pMethods->xClose(file);
+  if (result != SQLITE_OK && result != SQLITE_IOERR_SHORT_READ) return std::nullopt;
+  return std::pair(head, size);
+}
+
 /// Whether SQLite finds the salts of a log where they are. Where it does not, since the log's head
 /// is damaged or nothing follows it, it would look for them for ten seconds, in an index that may
-/// only be read, for whoever is changing it. Locks are on the index and not on the log, so closing
-/// that loses none.
+/// only be read, for whoever is changing it.
 bool hasReadableHeader(const std::string& log) {
   constexpr std::uint32_t kMagic = 0x377f0682;
   constexpr std::size_t kPageSize = 8;
   constexpr std::size_t kSalts = 16;
-  constexpr std::size_t kSize = 32;
-  std::array<std::uint8_t, kSize + 1> bytes{};
-  const auto file = foundation::FileDescriptor::open(AT_FDCWD, log.c_str(), O_RDONLY);
-  if (!file) return true;
-  const auto size = foundation::FileSystem::current().read(file->get(), bytes);
-  // What cannot be read is SQLite's to complain of.
-  if (!size) return true;
-  const auto number = [&](std::size_t at) {
-    return std::accumulate(bytes.begin() + static_cast<std::ptrdiff_t>(at),
-                           bytes.begin() + static_cast<std::ptrdiff_t>(at + sizeof(std::uint32_t)),
+  const auto found = headOf(log);
+  if (!found) return true;
+  const auto& [head, size] = *found;
+  const auto number = [&head = head](std::size_t at) {
+    return std::accumulate(head.begin() + static_cast<std::ptrdiff_t>(at),
+                           head.begin() + static_cast<std::ptrdiff_t>(at + sizeof(std::uint32_t)),
                            std::uint32_t{0},
                            [](std::uint32_t sum, std::uint8_t byte) { return sum << 8U | byte; });
   };
@@ -74,8 +94,8 @@ bool hasReadableHeader(const std::string& log) {
   constexpr std::uint32_t kLargest = 65536;
   const std::uint32_t pageSize = number(kPageSize);
   // The lowest bit of the first number tells the order of the bytes in checksums.
-  return *size > kSize && (number(0) & ~1U) == kMagic && std::has_single_bit(pageSize) &&
-         pageSize >= kSmallest && pageSize <= kLargest;
+  return size > static_cast<std::int64_t>(kLogHeader) && (number(0) & ~1U) == kMagic &&
+         std::has_single_bit(pageSize) && pageSize >= kSmallest && pageSize <= kLargest;
 }
 }  // namespace
 

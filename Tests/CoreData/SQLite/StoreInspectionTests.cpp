@@ -257,7 +257,7 @@ TEST(StoreInspection, TellsAStoreThatMayNotBeRead) {
   fill(file);
   support::FaultVFS vfs;
   vfs.watch(bit(support::FileOperation::open));
-  vfs.failAt(1, SQLITE_CANTOPEN);
+  vfs.failAt(1, SQLITE_CANTOPEN, true);
   const coredata::StoreVFSOverride override(vfs.name());
 
   EXPECT_EQ(inspectionError(file), number(StoreErrorCode::notWritable));

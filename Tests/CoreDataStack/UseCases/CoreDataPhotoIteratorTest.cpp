@@ -2,11 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string_view>
+
 #include "Tests/CoreDataStack/UseCases/PhotoUseCaseTest.h"
 #include "Tests/Support/SqlTrace.h"
 
 namespace coredatastack {
 namespace {
+
+bool readsPhoto(std::string_view query) { return support::readsRows(query, "Photo"); }
 
 using domain::ActivityStatus;
 using domain::Photo;
@@ -90,20 +95,14 @@ TEST_F(CoreDataPhotoIteratorTest, ReadsTheImagesThatAreLookedAtAndNoOthers) {
   const auto background = store_.newBackgroundContext();
   background->performBlockAndWait([&] {
     support::SqlTrace trace(*store_.container().persistentStoreCoordinator()->store()->engine());
-    const auto readings = [&] {
-      std::size_t result = 0;
-      for (const std::string& query : trace.takeQueries()) {
-        if (query.find("\"data\"") != std::string::npos) ++result;
-      }
-      return result;
-    };
+    const auto readings = [&] { return std::ranges::count_if(trace.takeQueries(), readsPhoto); };
 
     const auto photos = february(*background);
     EXPECT_EQ(photos->numberOfItems(0), 9U);
-    EXPECT_EQ(readings(), 0U);
+    EXPECT_EQ(readings(), 0);
 
     EXPECT_EQ(photoAt(photos, 4).data, Data::fromText("5"));
-    EXPECT_EQ(readings(), 1U);
+    EXPECT_EQ(readings(), 1);
   });
 }
 

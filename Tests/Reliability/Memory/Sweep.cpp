@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -122,10 +123,12 @@ Outcome attemptAt(const Operation& operation, Allocator allocator, std::size_t n
 /// How many blocks more there are than at its beginning.
 class Kept {
  public:
-  /// Holds the number that it has come to.
+  /// Holds the number that it has come to; none where a worker has since let go of what it had
+  /// when this began.
   std::string stop() {
     const LiveBlocks now = liveBlocks();
-    kept_ = {now.operatorNew - from_.operatorNew, now.sqlite - from_.sqlite};
+    kept_ = {std::max<std::ptrdiff_t>(0, now.operatorNew - from_.operatorNew),
+             std::max<std::ptrdiff_t>(0, now.sqlite - from_.sqlite)};
     return std::to_string(kept_.operatorNew) + " blocks of operator new, " +
            std::to_string(kept_.sqlite) + " of SQLite are kept";
   }

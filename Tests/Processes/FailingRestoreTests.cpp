@@ -106,14 +106,12 @@ class RestoreOnAFullDisk : public FailingRestore {
 };
 
 TEST_P(RestoreOnAFullDisk, SaysSoWithTheOldStoreInPlaceOrSucceeds) {
-  constexpr std::size_t kSteps = 4096;
-  const auto steps = support::points(kSteps, 6, 512);
-  for (const std::size_t step : steps) {
-    expectAftermath(
-        restoreWithin(count_.bytes * static_cast<std::int64_t>(step - 1) / (kSteps - 1)), step);
+  const auto rooms = support::rooms(count_.bytes, 6, 512);
+  for (const std::int64_t room : rooms) {
+    expectAftermath(restoreWithin(room), static_cast<std::size_t>(room));
     if (HasFailure()) break;
   }
-  expectSomeErrors(steps.size(), kSteps);
+  expectSomeErrors(rooms.size(), static_cast<std::size_t>(count_.bytes));
 }
 
 const DiskFailure kFailures[] = {

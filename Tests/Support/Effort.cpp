@@ -33,4 +33,13 @@ std::vector<std::size_t> points(std::size_t count, std::size_t quick, std::size_
   return result;
 }
 
+std::vector<std::int64_t> rooms(std::int64_t bytes, std::size_t quick, std::size_t full) {
+  constexpr std::size_t kSteps = 4096;
+  std::vector<std::int64_t> result;
+  for (const std::size_t step : points(kSteps, quick, full)) {
+    result.push_back(bytes * static_cast<std::int64_t>(step - 1) / (kSteps - 1));
+  }
+  return result;
+}
+
 }  // namespace support

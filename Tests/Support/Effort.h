@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "Tests/Support/EnvironmentSetting.h"  // IWYU pragma: export
@@ -16,6 +17,11 @@ namespace support {
 /// At most so many of the points 1 to `count`, spread evenly, the first and the last among them;
 /// every one for "all".
 [[nodiscard]] std::vector<std::size_t> points(std::size_t count, std::size_t quick,
+                                              std::size_t full);
+
+/// At most so many amounts of room from none to `bytes`, of 4,096 that lie evenly between; every
+/// one of these for "all".
+[[nodiscard]] std::vector<std::int64_t> rooms(std::int64_t bytes, std::size_t quick,
                                               std::size_t full);
 
 }  // namespace support

@@ -176,14 +176,12 @@ class MigrationOnAFullDisk : public FailingMigration {
 };
 
 TEST_P(MigrationOnAFullDisk, ThrowsOrStopsWithTheStoreWholeAndWorksOnceThereIsRoom) {
-  constexpr std::size_t kSteps = 4096;
-  const auto steps = support::points(kSteps, 8, 512);
-  for (const std::size_t step : steps) {
-    expectAftermath(endingWithin(count_.bytes * static_cast<std::int64_t>(step - 1) / (kSteps - 1)),
-                    step);
+  const auto rooms = support::rooms(count_.bytes, 8, 512);
+  for (const std::int64_t room : rooms) {
+    expectAftermath(endingWithin(room), static_cast<std::size_t>(room));
     if (HasFailure()) break;
   }
-  expectSomeErrors(steps.size(), kSteps);
+  expectSomeErrors(rooms.size(), static_cast<std::size_t>(count_.bytes));
 }
 
 constexpr auto kSyncs = support::bit(support::FileOperation::sync);

@@ -51,25 +51,28 @@ std::optional<FileIdentity> identityOf(const std::optional<FileState>& state) {
 std::int64_t sizeOf(const std::optional<FileState>& state) { return state ? state->size : 0; }
 
 constexpr std::size_t kLogHeader = 32;
-/// The header of a log and the byte behind it.
-using LogHead = std::array<std::uint8_t, kLogHeader + 1>;
+/// The header of a log and the byte behind it, as much as there is of them and zeros for the rest.
+struct LogHead {
+  std::array<std::uint8_t, kLogHeader + 1> bytes{};
+  /// Of the whole log, in bytes.
+  sqlite3_int64 size = 0;
+};
 
-/// As much as there is of a log's head, zeros for the rest, and the log's size; read through the
-/// layer that SQLite opens it through. None when that fails, which is SQLite's to complain of.
-std::optional<std::pair<LogHead, std::int64_t>> headOf(const std::string& log) {
+/// Read through the layer that SQLite opens the log through. None when that fails, which is
+/// SQLite's to complain of.
+std::optional<LogHead> headOf(const std::string& log) {
   sqlite3_vfs* const layer = sqlite3_vfs_find(storeVFS());
   const auto memory = std::make_unique<std::byte[]>(static_cast<std::size_t>(layer->szOsFile));
   auto* const file = reinterpret_cast<sqlite3_file*>(memory.get());
   int result =
       layer->xOpen(layer, log.c_str(), file, SQLITE_OPEN_WAL | SQLITE_OPEN_READONLY, nullptr);
-  LogHead head{};
-  sqlite3_int64 size = 0;
-  if (result == SQLITE_OK) result = file->pMethods->xFileSize(file, &size);
+  LogHead head;
+  if (result == SQLITE_OK) result = file->pMethods->xFileSize(file, &head.size);
   if (result == SQLITE_OK)
-    result = file->pMethods->xRead(file, head.data(), static_cast<int>(head.size()), 0);
+    result = file->pMethods->xRead(file, head.bytes.data(), static_cast<int>(head.bytes.size()), 0);
   if (file->pMethods != nullptr) file->pMethods->xClose(file);
   if (result != SQLITE_OK && result != SQLITE_IOERR_SHORT_READ) return std::nullopt;
-  return std::pair(head, size);
+  return head;
 }
 
 /// Whether SQLite finds the salts of a log where they are. Where it does not, since the log's head
@@ -81,10 +84,9 @@ bool hasReadableHeader(const std::string& log) {
   constexpr std::size_t kSalts = 16;
   const auto found = headOf(log);
   if (!found) return true;
-  const auto& [head, size] = *found;
-  const auto number = [&head = head](std::size_t at) {
-    return std::accumulate(head.begin() + static_cast<std::ptrdiff_t>(at),
-                           head.begin() + static_cast<std::ptrdiff_t>(at + sizeof(std::uint32_t)),
+  const auto number = [&bytes = found->bytes](std::size_t at) {
+    return std::accumulate(bytes.begin() + static_cast<std::ptrdiff_t>(at),
+                           bytes.begin() + static_cast<std::ptrdiff_t>(at + sizeof(std::uint32_t)),
                            std::uint32_t{0},
                            [](std::uint32_t sum, std::uint8_t byte) { return sum << 8U | byte; });
   };
@@ -94,7 +96,7 @@ bool hasReadableHeader(const std::string& log) {
   constexpr std::uint32_t kLargest = 65536;
   const std::uint32_t pageSize = number(kPageSize);
   // The lowest bit of the first number tells the order of the bytes in checksums.
-  return size > static_cast<std::int64_t>(kLogHeader) && (number(0) & ~1U) == kMagic &&
+  return found->size > sqlite3_int64{kLogHeader} && (number(0) & ~1U) == kMagic &&
          std::has_single_bit(pageSize) && pageSize >= kSmallest && pageSize <= kLargest;
 }
 }  // namespace

@@ -17,12 +17,12 @@ using foundation::URL;
 namespace {
 
 // Crash reports are grouped by this position. It is not this file's and never changes.
-constexpr std::string_view kReportedSource = "CoreDataStack/CoreDataMigrationStep";
+constexpr std::string_view kStepSource = "CoreDataStack/CoreDataMigrationStep";
 constexpr int kNoMappingLine = 17;
 
 [[noreturn]] void stopWithoutMapping() {
   // The word "modal" is part of the message that support staff search for.
-  foundation::fatalError("Expected modal mapping not present", kReportedSource, kNoMappingLine);
+  foundation::fatalError("Expected modal mapping not present", kStepSource, kNoMappingLine);
 }
 
 Ref<const NSMappingModel> inferred(const NSManagedObjectModel& source,

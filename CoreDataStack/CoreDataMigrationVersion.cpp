@@ -16,7 +16,7 @@ constexpr Version kAllCases[] = {Version::version1, Version::version2, Version::
                                  Version::version7};
 
 // Crash reports are grouped by this position. It is not this file's and never changes.
-constexpr std::string_view kReportedSource = "CoreDataStack/CoreDataMigrationVersion";
+constexpr std::string_view kVersionSource = "CoreDataStack/CoreDataMigrationVersion";
 constexpr int kNoVersionsLine = 17;
 
 }  // namespace
@@ -27,7 +27,7 @@ Version CoreDataMigrationVersion::newest() { return newest(allCases()); }
 
 Version CoreDataMigrationVersion::newest(std::span<const Version> of) {
   if (of.empty()) {
-    foundation::fatalError("no model versions found", kReportedSource, kNoVersionsLine);
+    foundation::fatalError("no model versions found", kVersionSource, kNoVersionsLine);
   }
   return of.back();
 }

@@ -15,7 +15,6 @@ namespace coredatastack {
 
 using foundation::Error;
 using foundation::URL;
-using Version = CoreDataMigrationVersion;
 
 namespace {
 
@@ -23,7 +22,8 @@ constexpr std::chrono::milliseconds kNoWait{0};
 
 bool isOfNewestVersion(const URL& store) {
   const auto metadata = storeMetadata(store);
-  return metadata && Version::storeVersion(*metadata) == Version::newest();
+  return metadata &&
+         CoreDataMigrationVersion::storeVersion(*metadata) == CoreDataMigrationVersion::newest();
 }
 
 bool isBusy(const Error& error) {

@@ -16,7 +16,7 @@ using foundation::URL;
 namespace {
 
 // Crash reports are grouped by these positions. They are not this file's and never change.
-constexpr std::string_view kReportedSource = "CoreDataStack/NSManagedObjectModel+Migration";
+constexpr std::string_view kModelSource = "CoreDataStack/NSManagedObjectModel+Migration";
 constexpr int kNotFoundLine = 15;
 constexpr int kNotLoadedLine = 19;
 
@@ -34,11 +34,11 @@ std::optional<URL> compiledModel(std::string_view version) {
 Ref<const NSManagedObjectModel> model(std::string_view named) {
   const std::optional<URL> url = compiledModel(named);
   if (!url) {
-    foundation::fatalError("unable to find model in bundle", kReportedSource, kNotFoundLine);
+    foundation::fatalError("unable to find model in bundle", kModelSource, kNotFoundLine);
   }
   Ref<const NSManagedObjectModel> model = NSManagedObjectModel::contentsOf(*url);
   if (!model) {
-    foundation::fatalError("unable to load model in bundle", kReportedSource, kNotLoadedLine);
+    foundation::fatalError("unable to load model in bundle", kModelSource, kNotLoadedLine);
   }
   return model;
 }

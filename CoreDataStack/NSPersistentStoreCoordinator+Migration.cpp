@@ -20,7 +20,8 @@ using foundation::ValueDictionary;
 namespace {
 
 // Crash reports are grouped by these positions. They are not this file's and never change.
-constexpr std::string_view kReportedSource = "CoreDataStack/NSPersistentStoreCoordinator+Migration";
+constexpr std::string_view kCoordinatorSource =
+    "CoreDataStack/NSPersistentStoreCoordinator+Migration";
 constexpr int kDestroyingLine = 12;
 constexpr int kReplacingLine = 23;
 constexpr int kAddingLine = 39;
@@ -50,7 +51,7 @@ Ref<coredata::NSPersistentStore> addSQLiteStore(NSPersistentStoreCoordinator& co
     return coordinator.addPersistentStore(NSSQLiteStoreType, std::nullopt, at, options);
   } catch (const Error& error) {
     fatalError("failed to add persistent store to coordinator, error: " + error.description(),
-               kReportedSource, kAddingLine);
+               kCoordinatorSource, kAddingLine);
   }
 }
 
@@ -60,7 +61,7 @@ void destroyStore(const URL& at) {
   } catch (const Error& error) {
     fatalError("failed to destroy persistent store at " + at.description() +
                    ", error: " + error.description(),
-               kReportedSource, kDestroyingLine);
+               kCoordinatorSource, kDestroyingLine);
   }
 }
 
@@ -71,7 +72,7 @@ void replaceStore(const URL& at, const URL& withStoreAt) {
     if (isChangedMeanwhile(error)) throw;
     fatalError("failed to replace persistent store at " + at.description() + " with " +
                    withStoreAt.description() + ", error: " + error.description(),
-               kReportedSource, kReplacingLine);
+               kCoordinatorSource, kReplacingLine);
   }
 }
 

@@ -88,7 +88,7 @@ Date firstDayOf(const CalendarItem& item) {
   return date ? *date : Date::now();
 }
 
-NSFetchRequest<CDCheckin> requestFor(NSPredicate predicate) {
+NSFetchRequest<CDCheckin> checkinRequest(NSPredicate predicate) {
   NSFetchRequest<CDCheckin> request = CDCheckin::fetchRequest();
   request.setPredicate(std::move(predicate));
   request.setIncludesSubentities(false);
@@ -118,7 +118,7 @@ NSFetchRequest<CDCheckin> requestForSum(NSPredicate predicate) {
 }  // namespace
 
 NSArray<CDCheckin> LocalAPI::checkins(const Ref<CDActivity>& of, const CheckinTypes& types) const {
-  auto request = requestFor(ofTypes(ofActivity(of), types));
+  auto request = checkinRequest(ofTypes(ofActivity(of), types));
   request.setSortDescriptors({{"date", true}});
   return list(request);
 }
@@ -127,17 +127,17 @@ NSArray<CDCheckin> LocalAPI::checkins(const Ref<CDActivity>& of, const CheckinTy
                                       Date date, DateFormat format) const {
   const DayKey day(date);
   const bool isDay = format == DateFormat::day;
-  return list(
-      requestFor(ofTypes(isDay ? onDay(of, day) : beginningWith(of, part(day, format)), types)));
+  return list(checkinRequest(
+      ofTypes(isDay ? onDay(of, day) : beginningWith(of, part(day, format)), types)));
 }
 
 NSArray<CDCheckin> LocalAPI::checkins(const Ref<CDActivity>& of, const CheckinTypes& types,
                                       Date from, Date to) const {
-  return list(requestFor(ofTypes(inPeriod(of, from, to), types)));
+  return list(checkinRequest(ofTypes(inPeriod(of, from, to), types)));
 }
 
 bool LocalAPI::checkinExists(Date at, const Ref<CDActivity>& of) const {
-  auto request = requestFor(onDay(of, DayKey(at)));
+  auto request = checkinRequest(onDay(of, DayKey(at)));
   request.setFetchLimit(1);
   return number(request) > 0;
 }

@@ -13,14 +13,10 @@ namespace {
 using samples::Bytes;
 using samples::Colour;
 using samples::colourAt;
+using samples::errorOf;
 using samples::JPEGKind;
 using samples::largestDifference;
 using support::number;
-
-std::int64_t errorOf(const Bytes& file) {
-  const auto image = UIImage::fromData(file);
-  return image ? 0 : image.error().code();
-}
 
 /// The place behind the head of the first segment of that kind.
 std::size_t segment(const Bytes& file, std::uint8_t marker) {

@@ -13,6 +13,7 @@ namespace {
 using samples::Bytes;
 using samples::Colour;
 using samples::colourAt;
+using samples::errorOf;
 using support::number;
 
 UIImage read(const Bytes& file) {
@@ -21,13 +22,8 @@ UIImage read(const Bytes& file) {
   return image.value_or(UIImage());
 }
 
-std::int64_t errorOf(const Bytes& file) {
-  const auto image = UIImage::fromData(file);
-  return image ? 0 : image.error().code();
-}
-
 /// The file with other sides in its head, whose checksum fits again.
-Bytes claiming(Bytes file, std::uint32_t width, std::uint32_t height) {
+Bytes withSides(Bytes file, std::uint32_t width, std::uint32_t height) {
   const std::size_t head = 16;
   png_save_uint_32(&file[head], width);
   png_save_uint_32(&file[head + 4], height);
@@ -130,15 +126,15 @@ TEST(PNGReading, RefusesDamageOrGivesThePicture) {
 TEST(PNGReading, RefusesASizeThatTheBytesCannotFill) {
   const Bytes small = samples::png(translucent());
 
-  EXPECT_EQ(errorOf(claiming(small, 10000, 10000)), number(ImageErrorCode::damaged));
-  EXPECT_EQ(errorOf(claiming(small, 0, 8)), number(ImageErrorCode::damaged));
+  EXPECT_EQ(errorOf(withSides(small, 10000, 10000)), number(ImageErrorCode::damaged));
+  EXPECT_EQ(errorOf(withSides(small, 0, 8)), number(ImageErrorCode::damaged));
 }
 
 TEST(PNGReading, RefusesMorePixelsThanAreTaken) {
   const Bytes small = samples::png(translucent());
 
-  EXPECT_EQ(errorOf(claiming(small, 1'000'000, 1'000'000)), number(ImageErrorCode::tooLarge));
-  EXPECT_EQ(errorOf(claiming(small, 0x7FFFFFFF, 0x7FFFFFFF)), number(ImageErrorCode::damaged));
+  EXPECT_EQ(errorOf(withSides(small, 1'000'000, 1'000'000)), number(ImageErrorCode::tooLarge));
+  EXPECT_EQ(errorOf(withSides(small, 0x7FFFFFFF, 0x7FFFFFFF)), number(ImageErrorCode::damaged));
 }
 
 }  // namespace

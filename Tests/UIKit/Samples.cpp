@@ -50,6 +50,11 @@ int largestDifference(const UIImage& a, const UIImage& b) {
   return result;
 }
 
+std::int64_t errorOf(const Bytes& file) {
+  const auto image = uikit::UIImage::fromData(file);
+  return image ? 0 : image.error().code();
+}
+
 Bytes jpeg(std::size_t width, std::size_t height, std::span<const std::uint8_t> rows,
            const JPEGKind& kind) {
   const int parts = kind.colours == JPEGKind::Colours::grey     ? 1

@@ -31,6 +31,9 @@ struct Colour {
 /// The largest difference of any colour or opacity between pictures of one size.
 [[nodiscard]] int largestDifference(const uikit::UIImage& a, const uikit::UIImage& b);
 
+/// The code of the error with which a file is refused; 0 when it is read.
+[[nodiscard]] std::int64_t errorOf(const Bytes& file);
+
 struct JPEGKind {
   enum class Colours { grey, colour, print };
   Colours colours = Colours::colour;

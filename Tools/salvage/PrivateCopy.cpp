@@ -27,7 +27,7 @@ namespace {
 /// not finished.
 constexpr std::array<std::string_view, 3> kParts = {"", "-wal", "-journal"};
 
-[[noreturn]] void fail(const std::string& what, int number) {
+[[noreturn]] void refuse(const std::string& what, int number) {
   throw Error(std::string(foundation::kPosixErrorDomain), number,
               what + ": " + std::strerror(number) + ".");
 }
@@ -59,20 +59,20 @@ StoreState stateOf(const std::string& store) {
 FileDescriptor opened(const std::string& path, int flags) {
   constexpr mode_t kForOwner = 0600;
   auto file = FileDescriptor::open(AT_FDCWD, path.c_str(), flags, kForOwner);
-  if (!file) fail(path + " cannot be opened", file.error());
+  if (!file) refuse(path + " cannot be opened", file.error());
   return std::move(*file);
 }
 
 /// Something else than a file, such as a pipe, would be waited for.
 void requireRegular(const FileDescriptor& file, const std::string& path) {
   const auto status = FileSystem::current().status(file.get(), "", AT_EMPTY_PATH);
-  if (!status) fail(path + " cannot be looked at", status.error());
-  if (!S_ISREG(status->st_mode)) fail(path + " is no file", EINVAL);
+  if (!status) refuse(path + " cannot be looked at", status.error());
+  if (!S_ISREG(status->st_mode)) refuse(path + " is no file", EINVAL);
 }
 
 void write(const FileDescriptor& to, std::span<const std::uint8_t> bytes, const std::string& path) {
   const auto written = foundation::writeAll(to.get(), bytes);
-  if (!written) fail(path + " cannot be written", written.error());
+  if (!written) refuse(path + " cannot be written", written.error());
 }
 
 void copyFile(const std::string& from, const std::string& to) {
@@ -83,7 +83,7 @@ void copyFile(const std::string& from, const std::string& to) {
   std::vector<std::uint8_t> chunk(kChunk);
   for (;;) {
     const auto size = FileSystem::current().read(source.get(), chunk);
-    if (!size) fail(from + " cannot be read", size.error());
+    if (!size) refuse(from + " cannot be read", size.error());
     if (*size == 0) return;
     write(copy, std::span(chunk).first(*size), to);
   }
@@ -104,18 +104,18 @@ bool mendFile(const std::string& path, std::size_t& pageSize) {
   const FileDescriptor file = opened(path, O_RDWR);
   std::array<std::uint8_t, kFileHeaderSize> header{};
   const auto read = FileSystem::current().read(file.get(), header);
-  if (!read) fail(path + " cannot be read", read.error());
+  if (!read) refuse(path + " cannot be read", read.error());
   const bool wasSound = isSound(header);
   mend(header);
   pageSize = pageSizeOf(header);
   const FileDescriptor begin = opened(path, O_WRONLY);
   write(begin, header, path);
   const auto status = FileSystem::current().status(file.get(), "", AT_EMPTY_PATH);
-  if (!status) fail(path + " cannot be looked at", status.error());
+  if (!status) refuse(path + " cannot be looked at", status.error());
   const auto size = static_cast<off_t>(pageSize);
   const off_t whole = (status->st_size + size - 1) / size * size;
   const auto filled = FileSystem::current().truncate(file.get(), whole);
-  if (!filled) fail(path + " cannot be written", filled.error());
+  if (!filled) refuse(path + " cannot be written", filled.error());
   return wasSound;
 }
 
@@ -125,7 +125,7 @@ WorkDirectory::WorkDirectory(const std::string& beside)
     : path_(beside + "-in-progress-" + foundation::UUID().uuidString()) {
   constexpr mode_t kForOwner = 0700;
   const auto made = FileSystem::current().makeDirectory(AT_FDCWD, path_.c_str(), kForOwner);
-  if (!made) fail(path_ + " cannot be made", made.error());
+  if (!made) refuse(path_ + " cannot be made", made.error());
 }
 
 WorkDirectory::~WorkDirectory() {

@@ -9,6 +9,8 @@
 #include "CoreData/Model/Compiled/Utf8.h"
 #include "CoreData/Model/ModelError.h"
 #include "CoreData/Model/NSPropertyDescription.h"
+#include "CoreData/Model/QuotedName.h"
+#include "Foundation/Internal/ASCII.h"
 
 namespace coredata {
 namespace {
@@ -36,19 +38,13 @@ struct Place {
   throw modelError(ModelErrorCode::invalidModel, place.text() + " " + what + ".");
 }
 
-std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
-
-constexpr bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
-constexpr char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-
 bool isPlainName(std::string_view name) {
-  return !name.empty() && isLetter(name.front()) &&
-         std::ranges::all_of(name, [](char c) { return isLetter(c) || isDigit(c); });
+  return !name.empty() && ascii::isLetter(name.front()) &&
+         std::ranges::all_of(name, [](char c) { return ascii::isLetter(c) || ascii::isDigit(c); });
 }
 
 bool isSameWord(std::string_view a, std::string_view b) {
-  return std::ranges::equal(a, b, {}, lowered, lowered);
+  return std::ranges::equal(a, b, {}, ascii::lowered, ascii::lowered);
 }
 
 /// Names become tables and columns, parts of index names and words of predicates. Underscores are
@@ -59,7 +55,7 @@ void checkName(const Place& place, std::string_view what, std::string_view name)
                     " characters");
   }
   if (isPlainName(name)) return;
-  fail(place, "has " + std::string(what) + " " + quoted(name) +
+  fail(place, "has " + std::string(what) + " " + quotedName(name) +
                   ", which is not a letter followed by letters and digits");
 }
 
@@ -72,16 +68,17 @@ bool isReservedForRows(std::string_view name) {
 void requireDistinct(const Place& place, std::string_view what,
                      std::vector<std::string_view> names) {
   const auto before = [](std::string_view a, std::string_view b) {
-    return std::ranges::lexicographical_compare(a, b, {}, lowered, lowered);
+    return std::ranges::lexicographical_compare(a, b, {}, ascii::lowered, ascii::lowered);
   };
   std::ranges::sort(names, before);
   const auto twin = std::ranges::adjacent_find(names, isSameWord);
   if (twin == names.end()) return;
   const auto other = *std::next(twin);
-  const auto message = "has two " + std::string(what) + " named " + quoted(std::min(*twin, other));
+  const auto message =
+      "has two " + std::string(what) + " named " + quotedName(std::min(*twin, other));
   if (*twin == other) fail(place, message);
-  fail(place,
-       message + " and " + quoted(std::max(*twin, other)) + ", which the store cannot tell apart");
+  fail(place, message + " and " + quotedName(std::max(*twin, other)) +
+                  ", which the store cannot tell apart");
 }
 
 template <typename Named>
@@ -168,14 +165,15 @@ void checkAttribute(const EntitySource& entity, const AttributeSource& attribute
 void checkInverse(const EntitySource& entity, const RelationshipSource& relationship,
                   const EntitySource& destination) {
   const Place place{&entity, relationship.name};
-  const auto there = [&] { return quoted(destination.name + "." + relationship.inverse); };
+  const auto there = [&] { return quotedName(destination.name + "." + relationship.inverse); };
   const auto* inverse = find(destination.relationships, relationship.inverse);
   if (inverse == nullptr) fail(place, "has the inverse " + there() + ", which does not exist");
   if (inverse == &relationship) fail(place, "is its own inverse");
   if (inverse->destination != entity.name || inverse->inverse != relationship.name) {
-    const auto back = inverse->inverse.empty()
-                          ? "no inverse"
-                          : "the inverse " + quoted(inverse->destination + "." + inverse->inverse);
+    const auto back =
+        inverse->inverse.empty()
+            ? "no inverse"
+            : "the inverse " + quotedName(inverse->destination + "." + inverse->inverse);
     fail(place, "has the inverse " + there() + ", which has " + back);
   }
   if (relationship.toMany && inverse->toMany) {
@@ -189,7 +187,7 @@ void checkRelationship(const ModelSource& model, const EntitySource& entity,
   const Place place{&entity, relationship.name};
   const auto* destination = find(model.entities, relationship.destination);
   if (destination == nullptr) {
-    fail(place, "leads to " + quoted(relationship.destination) + ", which is no entity");
+    fail(place, "leads to " + quotedName(relationship.destination) + ", which is no entity");
   }
   if (!relationship.inverse.empty()) return checkInverse(entity, relationship, *destination);
   if (relationship.toMany) {
@@ -201,7 +199,7 @@ void checkIndexedProperty(const EntitySource& entity, const IndexSource& index,
                           const std::string& property) {
   const Place place{&entity, {}};
   const auto failOver = [&](std::string_view what) {
-    fail(place, "has the index " + quoted(index.name) + " over " + quoted(property) +
+    fail(place, "has the index " + quotedName(index.name) + " over " + quotedName(property) +
                     ", which is " + std::string(what));
   };
   if (const auto* attribute = find(entity.attributes, property)) {
@@ -217,15 +215,16 @@ void checkIndex(const EntitySource& entity, const IndexSource& index) {
   const Place place{&entity, {}};
   checkName(place, "an index name", index.name);
   if (index.properties.empty())
-    fail(place, "has the index " + quoted(index.name) + " over nothing");
+    fail(place, "has the index " + quotedName(index.name) + " over nothing");
   if (index.properties.size() > kMaxSlots) {
-    fail(place, "has the index " + quoted(index.name) + " over more columns than there can be");
+    fail(place, "has the index " + quotedName(index.name) + " over more columns than there can be");
   }
   for (const auto& property : index.properties) checkIndexedProperty(entity, index, property);
   auto sorted = index.properties;
   std::ranges::sort(sorted);
   if (const auto twin = std::ranges::adjacent_find(sorted); twin != sorted.end()) {
-    fail(place, "has the index " + quoted(index.name) + " over " + quoted(*twin) + " twice");
+    fail(place,
+         "has the index " + quotedName(index.name) + " over " + quotedName(*twin) + " twice");
   }
 }
 
@@ -292,8 +291,8 @@ void checkEntityNames(const ModelSource& model) {
 void checkConfiguration(const ModelSource& model, const ConfigurationSource& configuration) {
   checkName({}, "a configuration name", configuration.name);
   const auto failFor = [&](std::string_view name, std::string_view what) {
-    fail({}, "has the configuration " + quoted(configuration.name) + ", which names " +
-                 quoted(name) + std::string(what));
+    fail({}, "has the configuration " + quotedName(configuration.name) + ", which names " +
+                 quotedName(name) + std::string(what));
   };
   for (const auto& name : configuration.entities) {
     if (find(model.entities, name) == nullptr) failFor(name, ", but that is no entity");

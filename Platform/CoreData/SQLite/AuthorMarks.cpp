@@ -26,8 +26,8 @@ std::optional<HistoryNameId> newestAuthor(Connection& connection) {
 }
 
 /// The highest number that a transaction of one of the wanted authors may have.
-std::int64_t lastNumber(Connection& connection,
-                        foundation::FunctionRef<bool(HistoryNameId)> isWanted) {
+std::int64_t lastNumberWhere(Connection& connection,
+                             foundation::FunctionRef<bool(HistoryNameId)> isWanted) {
   const HistoryTail tail = historyTailIn(connection);
   if (!tail.keepsAuthors || (tail.author && isWanted(*tail.author))) return tail.newest.number;
   Statement& statement = connection.statement({StatementKind::authorMarks}, [] {
@@ -61,11 +61,11 @@ void raiseAuthorMarks(Connection& connection, const HistoryTail& tail, HistoryNa
 }
 
 std::int64_t lastNumberOf(Connection& connection, HistoryNameId author) {
-  return lastNumber(connection, [=](HistoryNameId one) { return one == author; });
+  return lastNumberWhere(connection, [=](HistoryNameId one) { return one == author; });
 }
 
 std::int64_t lastNumberOfOthers(Connection& connection, HistoryNameId author) {
-  return lastNumber(connection, [=](HistoryNameId one) { return one != author; });
+  return lastNumberWhere(connection, [=](HistoryNameId one) { return one != author; });
 }
 
 }  // namespace coredata

@@ -31,7 +31,7 @@ std::optional<Mark> firstFrom(Connection& connection, std::int64_t number) {
 }
 
 /// The last number of the transactions whose stamps are early; one below the first if none is.
-std::int64_t lastNumber(Connection& connection, foundation::FunctionRef<bool(double)> isEarly) {
+std::int64_t newestNumber(Connection& connection, foundation::FunctionRef<bool(double)> isEarly) {
   const std::optional<Mark> first = firstFrom(connection, 0);
   if (!first) return 0;
   // Every transaction below `low` is early, and none from `high` on.
@@ -223,11 +223,11 @@ std::optional<EntityIndex> Filling::entity(HistoryNameId id) {
 
 std::int64_t lastNumberUpTo(Connection& connection, double stamp) {
   // Nothing is later than a stamp that is no number, either.
-  return lastNumber(connection, [=](double one) { return !(one > stamp); });
+  return newestNumber(connection, [=](double one) { return !(one > stamp); });
 }
 
 std::int64_t lastNumberBefore(Connection& connection, double stamp) {
-  return lastNumber(connection, [=](double one) { return one < stamp; });
+  return newestNumber(connection, [=](double one) { return one < stamp; });
 }
 
 HistoryRecords HistoryReader::transactions(const HistoryBounds& bounds, std::size_t limit,

@@ -19,15 +19,15 @@ StatementKey keyOf(StatementKind kind, const NSEntityDescription& entity,
 
 std::string insertedColumns(const NSEntityDescription& entity) {
   std::string columns = "_id,_version";
-  for (const Slot& slot : entity.slots()) columns += "," + quoted(slot.property->name());
+  for (const Slot& slot : entity.slots()) columns += "," + quotedIdentifier(slot.property->name());
   return columns;
 }
 
 std::string insertText(const NSEntityDescription& entity) {
   std::string parameters = "?,?";
   for (std::size_t slot = 0; slot < entity.slots().size(); ++slot) parameters += ",?";
-  return "INSERT INTO " + quoted(entity.name()) + "(" + insertedColumns(entity) + ") VALUES(" +
-         parameters + ")";
+  return "INSERT INTO " + quotedIdentifier(entity.name()) + "(" + insertedColumns(entity) +
+         ") VALUES(" + parameters + ")";
 }
 
 void giveSlot(sqlite3_context* context, const Row& row, SlotIndex slot) noexcept {
@@ -82,10 +82,10 @@ class EntityRowFeed final : public RowFeed {
 };
 
 std::string updateText(const NSEntityDescription& entity, SlotMask changed) {
-  std::string text = "UPDATE " + quoted(entity.name()) + " SET _version=?";
+  std::string text = "UPDATE " + quotedIdentifier(entity.name()) + " SET _version=?";
   for (SlotMask rest = changed; rest != 0; rest &= rest - 1) {
     const auto slot = static_cast<std::size_t>(std::countr_zero(rest));
-    text += "," + quoted(entity.slots()[slot].property->name()) + "=?";
+    text += "," + quotedIdentifier(entity.slots()[slot].property->name()) + "=?";
   }
   return text += " WHERE _id=? AND _version=?";
 }
@@ -94,7 +94,7 @@ std::string updateText(const NSEntityDescription& entity, SlotMask changed) {
 Ref<Row> selectRow(Connection& connection, const RowColumns& columns, ObjectKey key) {
   const NSEntityDescription& entity = columns.entity();
   Statement& statement = connection.statement(keyOf(StatementKind::selectRow, entity), [&] {
-    return "SELECT * FROM " + quoted(entity.name()) + " WHERE _id=?";
+    return "SELECT * FROM " + quotedIdentifier(entity.name()) + " WHERE _id=?";
   });
   const StatementUse use(statement);
   statement.bindInteger(1, key);
@@ -103,7 +103,7 @@ Ref<Row> selectRow(Connection& connection, const RowColumns& columns, ObjectKey 
 
 bool rowExists(Connection& connection, const NSEntityDescription& entity, ObjectKey key) {
   Statement& statement = connection.statement(keyOf(StatementKind::rowExists, entity), [&] {
-    return "SELECT 1 FROM " + quoted(entity.name()) + " WHERE _id=?";
+    return "SELECT 1 FROM " + quotedIdentifier(entity.name()) + " WHERE _id=?";
   });
   const StatementUse use(statement);
   statement.bindInteger(1, key);
@@ -116,8 +116,8 @@ std::vector<ObjectKey> selectMembers(Connection& connection,
   const NSRelationshipDescription& inverse = *toMany.inverseRelationship();
   Statement& statement =
       connection.statement(keyOf(StatementKind::members, members, inverse.slot()), [&] {
-        return "SELECT _id FROM " + quoted(members.name()) + " WHERE " + quoted(inverse.name()) +
-               "=?";
+        return "SELECT _id FROM " + quotedIdentifier(members.name()) + " WHERE " +
+               quotedIdentifier(inverse.name()) + "=?";
       });
   const StatementUse use(statement);
   statement.bindInteger(1, owner);
@@ -131,7 +131,7 @@ std::vector<ObjectKey> selectMembers(Connection& connection,
 
 ObjectKey highestKey(Connection& connection, const NSEntityDescription& entity) {
   Statement& statement = connection.statement(keyOf(StatementKind::highestKey, entity), [&] {
-    return "SELECT max(_id) FROM " + quoted(entity.name());
+    return "SELECT max(_id) FROM " + quotedIdentifier(entity.name());
   });
   const StatementUse use(statement);
   return statement.step() ? statement.integer(0) : 0;
@@ -156,7 +156,7 @@ void insertRows(Connection& connection, std::span<const Row* const> rows) {
   }
   const NSEntityDescription& entity = rows.front()->entity();
   Statement& statement = connection.statement(keyOf(StatementKind::insertRows, entity), [&] {
-    return RowFeed::insertText(quoted(entity.name()), insertedColumns(entity),
+    return RowFeed::insertText(quotedIdentifier(entity.name()), insertedColumns(entity),
                                static_cast<int>(entity.slots().size()) + 2);
   });
   EntityRowFeed feed(rows);
@@ -182,7 +182,7 @@ bool updateRow(Connection& connection, const Row& row, SlotMask changed,
 bool removeRow(Connection& connection, const NSEntityDescription& entity, ObjectKey key,
                std::int64_t expectedVersion) {
   Statement& statement = connection.statement(keyOf(StatementKind::removeRow, entity), [&] {
-    return "DELETE FROM " + quoted(entity.name()) + " WHERE _id=? AND _version=?";
+    return "DELETE FROM " + quotedIdentifier(entity.name()) + " WHERE _id=? AND _version=?";
   });
   statement.bindInteger(1, key);
   statement.bindInteger(2, expectedVersion);

@@ -14,7 +14,7 @@ namespace {
 constexpr int kFirstSlotColumn = 2;
 }  // namespace
 
-std::string quoted(std::string_view name) {
+std::string quotedIdentifier(std::string_view name) {
   std::string result = "\"";
   for (const char character : name) {
     if (character == '"') result += '"';
@@ -61,7 +61,8 @@ RowColumns::RowColumns(const NSEntityDescription& entity) : entity_(&entity) {
 std::string RowColumns::list(std::string_view alias) const {
   const std::string prefix = std::string(alias) + ".";
   std::string result = prefix + "_id," + prefix + "_version";
-  for (const Slot& slot : entity_->slots()) result += "," + prefix + quoted(slot.property->name());
+  for (const Slot& slot : entity_->slots())
+    result += "," + prefix + quotedIdentifier(slot.property->name());
   return result;
 }
 

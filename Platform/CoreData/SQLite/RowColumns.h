@@ -45,7 +45,7 @@ class RowColumns {
 };
 
 /// An SQL identifier in quotes.
-[[nodiscard]] std::string quoted(std::string_view name);
+[[nodiscard]] std::string quotedIdentifier(std::string_view name);
 
 /// What the slot's column holds when it is not absent.
 [[nodiscard]] SlotTag slotKind(const Slot& slot) noexcept;

@@ -22,15 +22,16 @@ std::string referencesText(const NSEntityDescription& entity) {
   std::string columns;
   for (const SlotIndex slot : entity.toOneSlots()) {
     if (!columns.empty()) columns += ",";
-    columns += quoted(nameOf(entity, slot));
+    columns += quotedIdentifier(nameOf(entity, slot));
   }
-  return "SELECT " + columns + " FROM " + quoted(entity.name()) + " WHERE _id=?";
+  return "SELECT " + columns + " FROM " + quotedIdentifier(entity.name()) + " WHERE _id=?";
 }
 
 std::string clearingText(const NSEntityDescription& entity, SlotMask slots) {
-  std::string text = "UPDATE " + quoted(entity.name()) + " SET _version=" + kNextVersion;
+  std::string text = "UPDATE " + quotedIdentifier(entity.name()) + " SET _version=" + kNextVersion;
   for (SlotMask rest = slots; rest != 0; rest &= rest - 1) {
-    text += "," + quoted(nameOf(entity, static_cast<SlotIndex>(std::countr_zero(rest)))) + "=NULL";
+    text += "," + quotedIdentifier(nameOf(entity, static_cast<SlotIndex>(std::countr_zero(rest)))) +
+            "=NULL";
   }
   return text += " WHERE _id=?";
 }
@@ -38,13 +39,14 @@ std::string clearingText(const NSEntityDescription& entity, SlotMask slots) {
 std::string membersText(const NSEntityDescription& members, SlotMask inverse) {
   // The owners come first: without CROSS, SQLite might go through the members and look for owners.
   return "SELECT owner.c0,member._id FROM " + RowFeed::firstColumnText() + " owner CROSS JOIN " +
-         quoted(members.name()) + " member ON member." +
-         quoted(nameOf(members, static_cast<SlotIndex>(std::countr_zero(inverse)))) + "=owner.c0";
+         quotedIdentifier(members.name()) + " member ON member." +
+         quotedIdentifier(nameOf(members, static_cast<SlotIndex>(std::countr_zero(inverse)))) +
+         "=owner.c0";
 }
 
 std::string removalText(const NSEntityDescription& entity) {
-  return "DELETE FROM " + quoted(entity.name()) + " WHERE _id IN " + RowFeed::firstColumnText() +
-         " RETURNING _id";
+  return "DELETE FROM " + quotedIdentifier(entity.name()) + " WHERE _id IN " +
+         RowFeed::firstColumnText() + " RETURNING _id";
 }
 
 /// An index that leads on to other columns gives an owner's members in their order.

@@ -28,7 +28,7 @@ void keepJournalInMemory(Connection& connection) {
 }
 
 std::string table(std::string_view schema, const NSEntityDescription& entity) {
-  return std::string(schema) + "." + quoted(entity.name());
+  return std::string(schema) + "." + quotedIdentifier(entity.name());
 }
 
 std::int64_t numberFrom(Connection& connection, const std::string& sql) {
@@ -78,7 +78,8 @@ class CopyStatement {
         columns_ += column.value.isNone() ? "NULL" : parameter(column.value);
         break;
       case CopiedColumn::Source::column: {
-        const std::string name = "s." + quoted(rows_.from->slots()[column.slot].property->name());
+        const std::string name =
+            "s." + quotedIdentifier(rows_.from->slots()[column.slot].property->name());
         columns_ +=
             column.value.isNone() ? name : "coalesce(" + name + "," + parameter(column.value) + ")";
         break;
@@ -95,7 +96,8 @@ class CopyStatement {
   /// Stores without indexes are joined as well: SQLite makes one for the time of the statement.
   std::string join(const CopiedColumn& column) {
     std::string alias = "r" + std::to_string(++joinCount_);
-    const std::string name = quoted(column.referring->slots()[column.slot].property->name());
+    const std::string name =
+        quotedIdentifier(column.referring->slots()[column.slot].property->name());
     joins_ += " LEFT JOIN (SELECT " + name + " AS target,min(_id) AS key FROM " +
               table("source", *column.referring) + " WHERE " + name + " IS NOT NULL GROUP BY " +
               name + ") " + alias + " ON " + alias + ".target=s._id";
@@ -163,8 +165,8 @@ void redirectReferences(const std::string& path, const NSEntityDescription& enti
       insert.run();
     }
   }
-  const std::string column = quoted(entity.slots()[slot].property->name());
-  std::string sql = "UPDATE main." + quoted(entity.name()) + " SET " + column;
+  const std::string column = quotedIdentifier(entity.slots()[slot].property->name());
+  std::string sql = "UPDATE main." + quotedIdentifier(entity.name()) + " SET " + column;
   sql += "=(SELECT new FROM temp.moved WHERE old=" + column + ") WHERE " + column + " IS NOT NULL";
   connection.execute(sql.c_str());
   connection.commit();

@@ -65,7 +65,7 @@ SchemaCheck checkSchema(Connection& connection, const NSManagedObjectModel& mode
     } else if (isSQLitesOwn({name, sql})) {
       continue;
     } else if (type == "index") {
-      result.indexChanges.push_back("DROP INDEX " + quoted(name));
+      result.indexChanges.push_back("DROP INDEX " + quotedIdentifier(name));
     } else {
       report("it holds a " + std::string(type) + " " + quote(name) +
              " that no store of this model has.");

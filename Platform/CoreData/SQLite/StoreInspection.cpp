@@ -244,7 +244,7 @@ void StoreInspection::visit(const std::string& sql, int keyColumns, Visitor visi
 // text. Indexes are not used: it is the tables that are looked at.
 
 void StoreInspection::visitRows(const NSEntityDescription& entity, Visitor visitor) {
-  visit("SELECT " + RowColumns(entity).list("t") + " FROM " + quoted(entity.name()) +
+  visit("SELECT " + RowColumns(entity).list("t") + " FROM " + quotedIdentifier(entity.name()) +
             " AS t NOT INDEXED ORDER BY t._id",
         1, visitor);
 }

@@ -60,7 +60,7 @@ std::string_view columnType(SlotTag kind) {
 
 template <typename Text>
 void giveName(std::string_view name, Text& text) {
-  if (name.contains('"')) return text(quoted(name));
+  if (name.contains('"')) return text(quotedIdentifier(name));
   text("\"");
   text(name);
   text("\"");

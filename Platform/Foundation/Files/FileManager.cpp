@@ -25,9 +25,6 @@ struct FileManager::State {
 
 namespace {
 
-constexpr mode_t kPrivateDirectory = S_IRWXU;
-constexpr mode_t kPrivateFile = S_IRUSR | S_IWUSR;
-
 std::string pathOf(const URL& url, std::string_view what) {
   auto path = url.filePath();
   if (!path) throw fileFailure(EINVAL, url.absoluteString(), what);

@@ -18,8 +18,6 @@ namespace {
 
 using Code = TemporaryDirectoryErrorCode;
 
-constexpr mode_t kPrivateDirectory = S_IRWXU;
-constexpr mode_t kPrivateFile = S_IRUSR | S_IWUSR;
 constexpr const char* kName = "tmp";
 // Beside the directory, not in it: emptying must not take them away.
 constexpr const char* kMarker = "tmp.may-be-emptied";
@@ -46,10 +44,6 @@ FileDescriptor openedDirectory(int parent, const char* name, const std::string& 
   if (!S_ISDIR(status.st_mode)) throw refusal(Code::notOurs, path, "it is not a directory");
   return required(FileDescriptor::open(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW), path,
                   "opened");
-}
-
-struct stat statusOf(const FileDescriptor& file, const std::string& path) {
-  return required(FileSystem::current().status(file.get(), "", AT_EMPTY_PATH), path, "examined");
 }
 
 void requireOurs(const struct stat& status, mode_t forbidden, const std::string& path) {

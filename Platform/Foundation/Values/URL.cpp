@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "Foundation/Internal/ASCII.h"
 #include "Foundation/Values/Internal/PercentEncoding.h"
 
 // URL       := [ scheme ":" ] [ "//" authority ] path [ "?" query ] [ "#" fragment ]
@@ -14,23 +15,17 @@ namespace foundation {
 
 namespace {
 
-constexpr std::string_view kPathMarks = ":@/";
-constexpr std::string_view kQueryMarks = ":@/?";
+constexpr std::string_view kMarksOfPath = ":@/";
+constexpr std::string_view kMarksOfQuery = ":@/?";
 constexpr auto kNone = std::string_view::npos;
 
-constexpr char lowered(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-constexpr bool isLetter(char c) { return lowered(c) >= 'a' && lowered(c) <= 'z'; }
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-  return std::ranges::equal(a, b, {}, lowered, lowered);
+  return std::ranges::equal(a, b, {}, ascii::lowered, ascii::lowered);
 }
 
 bool isScheme(std::string_view text) {
-  return !text.empty() && isLetter(text.front()) && std::ranges::all_of(text, [](char c) {
-    return isLetter(c) || isDigit(c) || c == '+' || c == '-' || c == '.';
+  return !text.empty() && ascii::isLetter(text.front()) && std::ranges::all_of(text, [](char c) {
+    return ascii::isLetter(c) || ascii::isDigit(c) || c == '+' || c == '-' || c == '.';
   });
 }
 
@@ -41,7 +36,8 @@ std::string_view hostAndPort(std::string_view authority) {
 }
 
 bool isPort(std::string_view text) {
-  return text.empty() || (text.front() == ':' && std::ranges::all_of(text.substr(1), isDigit));
+  return text.empty() ||
+         (text.front() == ':' && std::ranges::all_of(text.substr(1), ascii::isDigit));
 }
 
 bool isAuthority(std::string_view text) {
@@ -110,8 +106,8 @@ bool URL::findParts() noexcept {
   pathBegin_ = position(next);
   pathEnd_ = position(text.find_first_of("?#", pathBegin_));
   queryEnd_ = position(text.find('#', pathEnd_));
-  return isUrlText(writtenPath(), kPathMarks) && isUrlText(query().value_or(""), kQueryMarks) &&
-         isUrlText(fragment().value_or(""), kQueryMarks);
+  return isUrlText(writtenPath(), kMarksOfPath) && isUrlText(query().value_or(""), kMarksOfQuery) &&
+         isUrlText(fragment().value_or(""), kMarksOfQuery);
 }
 
 std::optional<std::string_view> URL::host() const noexcept {

@@ -7,7 +7,7 @@ namespace uikit {
 namespace {
 
 /// A block of 64 pixels takes a bit or more; a little room for coders that do better.
-constexpr std::size_t kPixelsPerByte = 1024;
+constexpr std::size_t kPixelsPerCodedByte = 1024;
 /// Encoders make about ten. Every one costs a walk over the whole picture, and hardly any bytes.
 constexpr int kMostScans = 100;
 
@@ -21,7 +21,7 @@ class Decoder {
   DecodedPicture decode(std::span<const std::uint8_t> file) {
     if (!begin(file)) return std::unexpected(failures_.error());
     auto picture =
-        emptyPicture(codec_.image_width, codec_.image_height, file.size(), kPixelsPerByte);
+        emptyPicture(codec_.image_width, codec_.image_height, file.size(), kPixelsPerCodedByte);
     if (!picture) return picture;
     if (!readRows(*picture)) return std::unexpected(failures_.error());
     if (codec_.out_color_space == JCS_CMYK) turnIntoRGB(picture->pixels);

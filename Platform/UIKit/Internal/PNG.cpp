@@ -11,7 +11,7 @@ namespace uikit {
 namespace {
 
 /// One bit a pixel, and no byte of a deflated stream stands for more than 1,032.
-constexpr std::size_t kPixelsPerByte = std::size_t{8} * 1032;
+constexpr std::size_t kPixelsPerDeflatedByte = std::size_t{8} * 1032;
 
 /// The library's reader for whole images: it jumps out of its own frames only.
 class Reader {
@@ -42,7 +42,7 @@ DecodedPicture decodedPNG(std::span<const std::uint8_t> file) {
   image.format = PNG_FORMAT_RGBA;
   // Else 16 bits would count as linear light, which programs that write them do not mean.
   image.flags |= PNG_IMAGE_FLAG_16BIT_sRGB;
-  auto picture = emptyPicture(image.width, image.height, file.size(), kPixelsPerByte);
+  auto picture = emptyPicture(image.width, image.height, file.size(), kPixelsPerDeflatedByte);
   if (!picture) return picture;
   if (png_image_finish_read(&image, nullptr, picture->pixels.data(), 0, nullptr) == 0) {
     return std::unexpected(reader.error());

@@ -26,7 +26,7 @@ using foundation::Value;
 using foundation::ValueList;
 using namespace migration;
 
-constexpr std::string_view kOld = R"({
+constexpr std::string_view kGarden = R"({
   "identifiers": ["Garden 1"],
   "entities": {
     "Bed": {"attributes": {"name": "text"},
@@ -34,7 +34,7 @@ constexpr std::string_view kOld = R"({
     "Plant": {"attributes": {"kind": "text"}, "relationships": {"bed": {"toOne": "Bed", "inverse": "plants"}}}
   }
 })";
-constexpr std::string_view kNew = R"({
+constexpr std::string_view kGardenWithVisits = R"({
   "identifiers": ["Garden 2"],
   "entities": {
     "Bed": {"attributes": {"name": "required text", "number": "integer16"},
@@ -183,7 +183,7 @@ class Policies : public testing::Test {
     context.insertNewObject("Plant")->setValue(bed, "bed");
   }
 
-  MigratedStore store_{kOld, kNew};
+  MigratedStore store_{kGarden, kGardenWithVisits};
 };
 
 TEST_F(Policies, AreCalledInThreePassesInTheOrderOfTheMappings) {

@@ -21,10 +21,6 @@ using foundation::URL;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-void write(const std::filesystem::path& path, std::string_view content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
-
 std::string contentOf(const std::filesystem::path& path) {
   std::ostringstream content;
   content << std::ifstream(path, std::ios::binary).rdbuf();

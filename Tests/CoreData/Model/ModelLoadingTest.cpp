@@ -21,10 +21,6 @@ using testing::HasSubstr;
 
 constexpr std::string_view kOther = R"({"identifiers": ["Other"], "entities": {"Other": {}}})";
 
-void write(const std::filesystem::path& path, std::string_view content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
-
 ValueDictionary metadataOf(std::string_view json) {
   return {{std::string(NSStoreModelVersionHashesKey),
            modelFromSource(json)->entityVersionHashesByName()}};

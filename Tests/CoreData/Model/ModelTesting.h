@@ -1,5 +1,7 @@
 #pragma once
 
+#include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -105,6 +107,11 @@ std::string refusalOf(Call call) {
 
 inline std::string refusalOfSource(std::string_view json) {
   return refusalOf([json] { static_cast<void>(modelFromSource(json)); });
+}
+
+/// Makes the file, or takes its place.
+inline void write(const std::filesystem::path& path, std::string_view content) {
+  std::ofstream(path, std::ios::binary) << content;
 }
 
 }  // namespace coredata

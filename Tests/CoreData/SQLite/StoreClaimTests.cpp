@@ -21,11 +21,11 @@ namespace {
 using coredata::ReadSession;
 using coredata::StoreClaim;
 using coredata::StoreErrorCode;
+using shelf::kImpatient;
 using shelf::StoreFile;
 using support::number;
 using Lines = std::vector<std::string>;
 
-constexpr std::chrono::milliseconds kImpatient{20};
 constexpr std::chrono::seconds kPatient{20};
 
 std::int64_t claimError(const StoreFile& file) {

@@ -19,17 +19,16 @@ namespace {
 using coredata::ReadSession;
 using coredata::StoreClaim;
 using coredata::StoreErrorCode;
+using shelf::kImpatient;
 using shelf::StoreFile;
 using support::number;
 using Names = std::vector<std::string>;
-
-constexpr std::chrono::milliseconds kImpatient{20};
 
 std::int64_t destructionError(const StoreFile& file) {
   return shelf::errorCode([&] { coredata::destroyStore(file.url(), kImpatient); });
 }
 
-void fill(const StoreFile& file) {
+void fillShelf(const StoreFile& file) {
   ReadSession session(file.open());
   shelf::insertBook(session, "Emma");
 }
@@ -37,7 +36,7 @@ void fill(const StoreFile& file) {
 
 TEST(StoreDestruction, LeavesNothingBehind) {
   const StoreFile file;
-  fill(file);
+  fillShelf(file);
   shelf::writeFile(file.path() + "-journal", "");
   shelf::writeFile(file.path() + "-lock", "");
   ASSERT_TRUE(std::filesystem::exists(file.path() + "-wal"));
@@ -81,7 +80,7 @@ TEST(StoreDestruction, RemovesAScratchStore) {
 
 TEST(StoreDestruction, RemovesALinkWithWhatItLeadsTo) {
   const StoreFile file;
-  fill(file);
+  fillShelf(file);
   const std::string link = file.path() + ".link";
   std::filesystem::create_symlink(file.path(), link);
 
@@ -103,7 +102,7 @@ TEST(StoreDestruction, KeepsAStoreThatIsOpen) {
 
 TEST(StoreDestruction, KeepsAStoreThatAnotherProcessHasOpen) {
   const StoreFile file;
-  fill(file);
+  fillShelf(file);
 
   const support::ChildOutcome outcome = support::runInChild([&](const auto& done) {
     ReadSession session(file.open());
@@ -119,7 +118,7 @@ TEST(StoreDestruction, KeepsAStoreThatAnotherProcessHasOpen) {
 
 TEST(StoreDestruction, KeepsAStoreThatSomebodyElseHasClaimed) {
   const StoreFile file;
-  fill(file);
+  fillShelf(file);
   const StoreClaim claim(file.url(), kImpatient);
 
   std::thread([&] { EXPECT_EQ(destructionError(file), number(StoreErrorCode::busy)); }).join();
@@ -129,7 +128,7 @@ TEST(StoreDestruction, KeepsAStoreThatSomebodyElseHasClaimed) {
 
 TEST(StoreDestruction, RemovesAStoreThatItsOwnThreadHasClaimed) {
   const StoreFile file;
-  fill(file);
+  fillShelf(file);
   StoreClaim claim(file.url(), kImpatient);
   claim.markRead();
 
@@ -169,7 +168,7 @@ TEST(StoreDestruction, KeepsAnotherProgramsDatabase) {
 
 TEST(StoreDestruction, KeepsAStoreThatItCannotRemove) {
   const StoreFile file;
-  fill(file);
+  fillShelf(file);
   std::filesystem::permissions(file.directory(), std::filesystem::perms(0555));
 
   // The superuser may remove everything, so somebody else has to try.

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -36,6 +37,9 @@ class StoreFile {
  private:
   support::TemporaryDirectory directory_;
 };
+
+/// For claims that are to be refused.
+inline constexpr std::chrono::milliseconds kImpatient{50};
 
 using Title = std::string_view;
 

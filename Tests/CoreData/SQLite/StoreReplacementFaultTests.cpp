@@ -33,6 +33,7 @@ using coredata::ReadSession;
 using coredata::StoreClaim;
 using coredata::StoreErrorCode;
 using coredata::StoreVFSOverride;
+using shelf::kImpatient;
 using shelf::StoreFile;
 using support::ChildOutcome;
 using support::FaultVFS;
@@ -41,7 +42,6 @@ using support::FileFault;
 using support::number;
 using Lines = std::vector<std::string>;
 
-constexpr std::chrono::milliseconds kImpatient{50};
 constexpr int kOldBooks = 40;
 constexpr int kNewBooks = 90;
 

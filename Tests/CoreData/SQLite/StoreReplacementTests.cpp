@@ -23,11 +23,10 @@ using coredata::ReadSession;
 using coredata::StoreClaim;
 using coredata::StoreErrorCode;
 using coredata::StoreOptions;
+using shelf::kImpatient;
 using shelf::StoreFile;
 using support::number;
 using Lines = std::vector<std::string>;
-
-constexpr std::chrono::milliseconds kImpatient{50};
 
 class StoreReplacement : public testing::Test {
  protected:

@@ -17,6 +17,9 @@ namespace support {
 class HistoryPlace : public testing::Test {
  protected:
   static constexpr const char* kAuthor = "app";
+  /// What a cleaner says that takes nothing away.
+  static constexpr const char* kCancelled =
+      "Cancelling deletions as there is no common transaction timestamp\n";
 
   HistoryPlace() {
     foundation::Directories::set(

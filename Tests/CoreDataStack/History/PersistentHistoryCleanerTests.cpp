@@ -12,9 +12,6 @@ using coredatastack::PersistentHistoryCleaner;
 using coredatastack::updateLastHistoryTransactionTimestamp;
 using foundation::Date;
 
-constexpr const char* kCancelled =
-    "Cancelling deletions as there is no common transaction timestamp\n";
-
 class PersistentHistoryCleaning : public support::HistoryPlace {
  protected:
   /// What a cleaning says.

@@ -28,8 +28,6 @@ using foundation::NSNotificationCenter;
 using foundation::Ref;
 using Names = coredatastack::CoreDataNotificationName;
 
-constexpr const char* kCancelled =
-    "Cancelling deletions as there is no common transaction timestamp\n";
 constexpr const char* kNotified = "📣 [SYNC] NOTIFY SYNC\n";
 
 /// What passes tell, in the order in which they tell it.

@@ -19,8 +19,6 @@ using testing::UnorderedElementsAre;
 
 using CheckinTypes = API::CheckinTypes;
 
-const CheckinTypes kAllTypes = std::nullopt;
-const CheckinTypes kNoTypes{std::vector<CheckinType>{}};
 const CheckinTypes kAlternate{{CheckinType::alternate}};
 
 class CheckinLists : public QueriesOfBoth {

@@ -17,9 +17,6 @@ using support::localDate;
 
 using CheckinTypes = API::CheckinTypes;
 
-const CheckinTypes kAllTypes = std::nullopt;
-const CheckinTypes kNoTypes{std::vector<CheckinType>{}};
-
 class CheckinSums : public testing::Test {
  protected:
   [[nodiscard]] const LocalAPI& api() const { return diary_.api(); }

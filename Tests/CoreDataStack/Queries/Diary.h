@@ -13,6 +13,10 @@
 
 namespace coredatastack {
 
+/// Check-ins of every kind, and of none.
+inline const API::CheckinTypes kAllTypes = std::nullopt;
+inline const API::CheckinTypes kNoTypes{std::vector<domain::CheckinType>{}};
+
 /// A person's store and the queries over it. What is written into it is not saved before `save()`.
 class Diary {
  public:

@@ -26,8 +26,6 @@ using testing::StartsWith;
 
 using Activity = Ref<CDActivity>;
 
-const API::CheckinTypes kAllTypes = std::nullopt;
-
 foundation::Date day() { return localDate(2024, 2, 10); }
 
 /// A query that finds something in the store of these tests.

@@ -25,7 +25,6 @@ using support::localDate;
 
 using Steps = std::vector<std::string>;
 
-const API::CheckinTypes kAllTypes = std::nullopt;
 const API::CheckinTypes kBothTypes{{CheckinType::standard, CheckinType::alternate}};
 
 /// What the queries are asked about.

@@ -14,8 +14,6 @@
 namespace coredatastack {
 namespace {
 
-bool readsPhoto(std::string_view query) { return support::readsRows(query, "Photo"); }
-
 using domain::ActivityStatus;
 using domain::Photo;
 using domain::PhotoError;

@@ -3,6 +3,7 @@
 #include "CoreDataStack/Model/CDPhotoInfo.h"
 #include "CoreDataStack/UseCases/CoreDataPhotoUseCase.h"
 #include "Tests/CoreDataStack/UseCases/UseCaseTest.h"
+#include "Tests/Support/SqlTrace.h"
 
 namespace coredatastack {
 
@@ -27,6 +28,10 @@ class PhotoUseCaseTest : public UseCaseTest {
       result.emplace_back(photo.data.value_or(foundation::Data()).text());
     }
     return result;
+  }
+  /// Whether a query reads the rows of photos, images included.
+  [[nodiscard]] static bool readsPhoto(std::string_view query) {
+    return support::readsRows(query, "Photo");
   }
 
   CoreDataPhotoUseCase photos_{contextHandle()};

@@ -8,14 +8,14 @@
 namespace foundation {
 namespace {
 
-constexpr NSNotificationName kDidGrow{"Garden.didGrow"};
+constexpr NSNotificationName kDidBloom{"Garden.didBloom"};
 
-class Plant : public Object {};
+class Flower : public Object {};
 
 TEST(NSNotification, HasNoObjectAndNoUserInfoUnlessGiven) {
-  const NSNotification notification(kDidGrow);
+  const NSNotification notification(kDidBloom);
 
-  EXPECT_EQ(notification.name(), kDidGrow);
+  EXPECT_EQ(notification.name(), kDidBloom);
   EXPECT_EQ(notification.object(), nullptr);
   EXPECT_EQ(notification.userInfo(), nullptr);
   EXPECT_EQ(notification.userInfoValue("height"), nullptr);
@@ -23,7 +23,7 @@ TEST(NSNotification, HasNoObjectAndNoUserInfoUnlessGiven) {
 
 TEST(NSNotification, GivesUserInfoByKey) {
   const NSNotification notification(
-      kDidGrow, nullptr, std::make_shared<const ValueDictionary>(ValueDictionary{{"height", 12}}));
+      kDidBloom, nullptr, std::make_shared<const ValueDictionary>(ValueDictionary{{"height", 12}}));
 
   ASSERT_NE(notification.userInfoValue("height"), nullptr);
   EXPECT_EQ(*notification.userInfoValue("height"), Value(12));
@@ -31,7 +31,8 @@ TEST(NSNotification, GivesUserInfoByKey) {
 }
 
 TEST(NSNotification, SharesItsUserInfoWithItsCopies) {
-  const NSNotification original(kDidGrow, make<Plant>(), std::make_shared<const ValueDictionary>());
+  const NSNotification original(kDidBloom, make<Flower>(),
+                                std::make_shared<const ValueDictionary>());
 
   const NSNotification copy = original;  // NOLINT(performance-unnecessary-copy-initialization)
 
@@ -43,15 +44,15 @@ TEST(NSNotification, LeavesItsUserInfoToWhoeverKeepsIt) {
   NSNotification::UserInfo kept;
 
   {
-    const auto plant = make<Plant>();
+    const auto plant = make<Flower>();
     const NSNotification notification(
-        kDidGrow, nullptr,
+        kDidBloom, nullptr,
         std::make_shared<const ValueDictionary>(ValueDictionary{{"plant", Value(plant)}}));
     kept = notification.userInfo();
   }
 
   ASSERT_NE(kept->at("plant").object(), nullptr);
-  EXPECT_NE(dynamic_cast<Plant*>(kept->at("plant").object()), nullptr);
+  EXPECT_NE(dynamic_cast<Flower*>(kept->at("plant").object()), nullptr);
 }
 
 }  // namespace

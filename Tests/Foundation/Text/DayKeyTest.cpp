@@ -15,12 +15,12 @@ namespace {
 
 using support::ScopedSettings;
 
-constexpr Date kMoment = Date::from1970(1707541507.9);
+constexpr Date kEvening = Date::from1970(1707541507.9);
 
 TEST(DayKey, IsTheLocalDay) {
   const ScopedSettings settings("ko_KR", "Asia/Seoul");
 
-  const DayKey key(kMoment);
+  const DayKey key(kEvening);
 
   EXPECT_EQ(key.text(), "2024-02-10");
   EXPECT_EQ(key.month(), "2024-02");
@@ -29,16 +29,16 @@ TEST(DayKey, IsTheLocalDay) {
 
 TEST(DayKey, FollowsTheSettings) {
   const ScopedSettings settings("ko_KR", "Asia/Seoul");
-  EXPECT_EQ(DayKey(kMoment).text(), "2024-02-10");
+  EXPECT_EQ(DayKey(kEvening).text(), "2024-02-10");
 
   TimeZone::setCurrent(*TimeZone::named("America/Los_Angeles"));
-  EXPECT_EQ(DayKey(kMoment).text(), "2024-02-09");
+  EXPECT_EQ(DayKey(kEvening).text(), "2024-02-09");
 
   Locale::setCurrent(Locale("th_TH"));
-  EXPECT_EQ(DayKey(kMoment).text(), "2567-02-09");
+  EXPECT_EQ(DayKey(kEvening).text(), "2567-02-09");
 
   Calendar::setCurrent("gregorian");
-  EXPECT_EQ(DayKey(kMoment).text(), "2024-02-09");
+  EXPECT_EQ(DayKey(kEvening).text(), "2024-02-09");
 }
 
 TEST(DayKey, HoldsTheLongestDigits) {
@@ -57,7 +57,7 @@ TEST(DayKey, CutsMonthAndYearAsTheirPatternsWriteThem) {
     const ScopedSettings settings(locale, "UTC");
     const Environment& environment = currentEnvironment();
     for (int i = 0; i < 400; ++i) {
-      const Date date = kMoment.addingTimeInterval(i * 86400.0 * 11);
+      const Date date = kEvening.addingTimeInterval(i * 86400.0 * 11);
       const DayKey key(date);
       ASSERT_EQ(key.text(), icuFormat(environment, "yyyy-MM-dd", date)) << locale;
       ASSERT_EQ(key.month(), icuFormat(environment, "yyyy-MM", date)) << locale;

@@ -17,16 +17,15 @@ using compound::Operations;
 using migrating::LoneStore;
 using migrating::OldStore;
 using support::Chance;
-using State = OldStore::State;
 using Version = coredatastack::CoreDataMigrationVersion;
 
 class CompoundFaultOfMigration : public testing::TestWithParam<OldStore::Options> {
  protected:
   /// Either what it was, with every photo's file, or what it is to be.
   void expectWhole() const {
-    const State state = lone_.store.state();
-    EXPECT_NE(state, State::neither);
-    EXPECT_TRUE(state == State::brought || lone_.store.photosAreInFiles());
+    const OldStore::State state = lone_.store.state();
+    EXPECT_NE(state, OldStore::State::neither);
+    EXPECT_TRUE(state == OldStore::State::brought || lone_.store.photosAreInFiles());
   }
   [[nodiscard]] Ending start(const Fault& fault) const {
     return starts_.run(fault, [&] { lone_.store.start(); });

@@ -18,7 +18,6 @@ using compound::Operations;
 using restoring::RestoredStore;
 using restoring::Version;
 using support::Chance;
-using State = RestoredStore::State;
 
 class CompoundFaultOfRestore : public testing::TestWithParam<Version> {
  protected:
@@ -37,10 +36,11 @@ class CompoundFaultOfRestore : public testing::TestWithParam<Version> {
     ++endings_[ending];
   }
   void expectWhole() const {
-    const State before = restored_.state();
-    EXPECT_NE(before, State::neither);
+    const RestoredStore::State before = restored_.state();
+    EXPECT_NE(before, RestoredStore::State::neither);
     EXPECT_TRUE(restored_.starts());
-    EXPECT_EQ(restored_.state(), before == State::unbrought ? State::restored : before);
+    EXPECT_EQ(restored_.state(),
+              before == RestoredStore::State::unbrought ? RestoredStore::State::restored : before);
   }
 
   const RestoredStore restored_{GetParam()};
@@ -56,7 +56,8 @@ TEST_P(CompoundFaultOfRestore, LeavesTheOldStoreOrTheBackup) {
     restored_.lay();
     restore(death);
     // One that has put an old backup in place has left no photo files for another to take.
-    const bool restoresAgain = restored_.state() == State::old && support::below(chance, 3) == 0;
+    const bool restoresAgain =
+        restored_.state() == RestoredStore::State::old && support::below(chance, 3) == 0;
     const Fault second = restoresAgain ? someDeath(chance) : starts_.someFault(chance);
     const testing::ScopedTrace trace(__FILE__, __LINE__, describe(seed, death, second));
     restoresAgain ? restore(second) : start(second);

@@ -18,9 +18,7 @@ namespace damage {
 
 namespace {
 
-constexpr std::size_t kLogHeader = 32;
-constexpr std::size_t kFrameHeader = 24;
-constexpr std::size_t kFrame = kFrameHeader + 4096;
+constexpr std::size_t kFrame = kFrameHeader + kPage;
 constexpr std::size_t kCommits = 5;
 
 void require(bool holds, const char* what) {

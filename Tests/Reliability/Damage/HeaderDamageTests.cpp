@@ -15,9 +15,6 @@ namespace {
 
 constexpr std::size_t kFileHeader = 100;
 constexpr std::size_t kTreeHeader = 12;
-constexpr std::size_t kLogHeader = 32;
-constexpr std::size_t kFrameHeader = 24;
-constexpr std::size_t kPage = 4096;
 constexpr std::size_t kIndexHeader = 136;
 constexpr std::size_t kChangesOfAByte = 10;
 constexpr std::uint64_t kSeed = 7;

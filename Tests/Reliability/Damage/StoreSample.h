@@ -8,6 +8,11 @@
 
 namespace damage {
 
+/// Sizes in bytes of what stores and their logs are made of.
+inline constexpr std::size_t kPage = 4096;
+inline constexpr std::size_t kLogHeader = 32;
+inline constexpr std::size_t kFrameHeader = 24;
+
 /// What a store holds, as two ways of reading it tell.
 struct State {
   /// `storecheck`'s hash of the content.

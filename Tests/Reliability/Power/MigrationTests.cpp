@@ -14,26 +14,26 @@ using migrating::LoneStore;
 using migrating::OldStore;
 using power::Loss;
 using power::PowerLosses;
-using State = OldStore::State;
-
-constexpr std::size_t kStartsEvery = 7;
 
 class PowerLossOfMigration : public testing::TestWithParam<OldStore::Options> {
  protected:
   /// Either what it was, with every photo's file, or what it is to be.
   void expectWhole(const Loss& loss) const {
-    const State state = lone_.store.state();
+    const OldStore::State state = lone_.store.state();
     if (loss.mark) {
-      EXPECT_EQ(state, State::brought);
+      EXPECT_EQ(state, OldStore::State::brought);
       return;
     }
-    EXPECT_NE(state, State::neither);
-    EXPECT_TRUE(state == State::brought || lone_.store.photosAreInFiles());
+    EXPECT_NE(state, OldStore::State::neither);
+    EXPECT_TRUE(state == OldStore::State::brought || lone_.store.photosAreInFiles());
   }
   void expectFinishes() const {
     EXPECT_TRUE(lone_.store.starts());
     lone_.expectFinished("the next start");
   }
+
+  /// Of so many losses one is followed by a start.
+  static constexpr std::size_t kStartsEvery = 7;
 
   const LoneStore lone_{GetParam()};
 };

@@ -18,19 +18,20 @@ using power::Loss;
 using power::PowerLosses;
 using restoring::RestoredStore;
 using restoring::Version;
-using State = RestoredStore::State;
-
-constexpr std::size_t kStartsEvery = 7;
 
 class PowerLossOfRestore : public testing::TestWithParam<Version> {
  protected:
   /// The next start keeps what is there, and brings forward what is old.
-  void expectStart(State before) const {
+  void expectStart(RestoredStore::State before) const {
     EXPECT_TRUE(restored_.starts());
-    const State after = restored_.state();
-    EXPECT_EQ(after, before == State::unbrought ? State::restored : before);
+    const RestoredStore::State after = restored_.state();
+    EXPECT_EQ(after,
+              before == RestoredStore::State::unbrought ? RestoredStore::State::restored : before);
     EXPECT_EQ(restored_.strangeLeftovers(after), std::set<std::string>());
   }
+
+  /// Of so many losses one is followed by a start.
+  static constexpr std::size_t kStartsEvery = 7;
 
   const RestoredStore restored_{GetParam()};
 };
@@ -41,21 +42,21 @@ TEST_P(PowerLossOfRestore, LeavesTheOldStoreOrTheBackup) {
     if (!ending.error.empty()) throw std::runtime_error(ending.error);
     disk.mark(1);
   });
-  std::map<State, int> states;
+  std::map<RestoredStore::State, int> states;
   std::size_t number = 0;
   losses.forEach(support::tries(2, 20, 100), [&](const Loss& loss) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, describe(loss));
     restored_.scene().lay(loss.files);
-    const State state = restored_.state();
+    const RestoredStore::State state = restored_.state();
     ++states[state];
-    EXPECT_NE(state, State::neither);
-    EXPECT_TRUE(!loss.mark || state == State::restored);
+    EXPECT_NE(state, RestoredStore::State::neither);
+    EXPECT_TRUE(!loss.mark || state == RestoredStore::State::restored);
     if (number++ % kStartsEvery == 0) expectStart(state);
     return !HasFailure();
   });
   std::printf("%zu losses, %zu syncs among %zu operations: %d old, %d in between, %d restored\n",
-              number, losses.syncs(), losses.operations().size(), states[State::old],
-              states[State::unbrought], states[State::restored]);
+              number, losses.syncs(), losses.operations().size(), states[RestoredStore::State::old],
+              states[RestoredStore::State::unbrought], states[RestoredStore::State::restored]);
 }
 
 INSTANTIATE_TEST_SUITE_P(Backups, PowerLossOfRestore,

@@ -6,30 +6,26 @@
 #include "CoreData/Migration/Mapping/AttributeConversion.h"
 #include "CoreData/Migration/Mapping/MappingError.h"
 #include "CoreData/Migration/Mapping/PropertyInference.h"
+#include "CoreData/Model/QuotedName.h"
 
 namespace coredata {
-namespace {
 
 using foundation::Value;
 
-std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
-
-}  // namespace
-
 void fail(const EntityMappingContent& mapping, const std::string& what) {
   throw mappingError(MappingErrorCode::invalidMapping,
-                     "The entity mapping " + quoted(mapping.name) + " " + what + ".");
+                     "The entity mapping " + quotedName(mapping.name) + " " + what + ".");
 }
 
 void ExpressionChecks::fail(const NSPropertyMapping& property, const std::string& what) const {
-  coredata::fail(mapping_, "fills " + quoted(property.name()) + " with " +
+  coredata::fail(mapping_, "fills " + quotedName(property.name()) + " with " +
                                property.valueExpression().description('\'') + ", but " + what);
 }
 
 void ExpressionChecks::checkAttribute(const NSPropertyMapping& property) const {
   const auto* attribute = pair_.destination->attribute(property.name());
   if (attribute == nullptr || attribute->isTransient()) {
-    fail(property, quoted(pair_.destination->name()) + " stores no such attribute");
+    fail(property, quotedName(pair_.destination->name()) + " stores no such attribute");
   }
   const auto& replacement = property.absentReplacement();
   if (!replacement.isNone()) checkConstant(property, *attribute, replacement);
@@ -76,7 +72,7 @@ void ExpressionChecks::checkPath(const NSPropertyMapping& property,
 void ExpressionChecks::checkRelationship(const NSPropertyMapping& property) const {
   const auto* relationship = pair_.destination->relationship(property.name());
   if (relationship == nullptr) {
-    fail(property, quoted(pair_.destination->name()) + " has no such relationship");
+    fail(property, quotedName(pair_.destination->name()) + " has no such relationship");
   }
   if (!property.absentReplacement().isNone()) {
     fail(property, "only an attribute has something else for what is absent");
@@ -120,15 +116,15 @@ void ExpressionChecks::checkManagerCall(const NSPropertyMapping& property,
   const auto target =
       std::ranges::find(content_.entityMappings, *name->text(), &EntityMappingContent::name);
   if (target == content_.entityMappings.end()) {
-    fail(property, "there is no entity mapping " + quoted(*name->text()));
+    fail(property, "there is no entity mapping " + quotedName(*name->text()));
   }
   if (target->destinationEntity != relationship.destinationEntity().name()) {
-    fail(property, quoted(target->name) + " does not make what the relationship leads to");
+    fail(property, quotedName(target->name) + " does not make what the relationship leads to");
   }
   const auto* path = call.arguments[1].keyPath();
   const auto end = path == nullptr ? PathEnd() : endOf(property, *path);
   if (end.entity == nullptr || target->sourceEntity != end.entity->name()) {
-    fail(property, quoted(target->name) + " is not given what it maps");
+    fail(property, quotedName(target->name) + " is not given what it maps");
   }
 }
 
@@ -141,11 +137,11 @@ ExpressionChecks::PathEnd ExpressionChecks::endOf(const NSPropertyMapping& prope
   for (const auto& key : path.keys) {
     const auto* through = dynamic_cast<const NSRelationshipDescription*>(end.property);
     if (end.entity == nullptr || (through != nullptr && through->isToMany())) {
-      fail(property, quoted(key) + " is asked of what is not one object");
+      fail(property, quotedName(key) + " is asked of what is not one object");
     }
     end.property = end.entity->property(key);
     if (end.property == nullptr) {
-      fail(property, quoted(end.entity->name()) + " has no " + quoted(key));
+      fail(property, quotedName(end.entity->name()) + " has no " + quotedName(key));
     }
     const auto* relationship = dynamic_cast<const NSRelationshipDescription*>(end.property);
     end.entity = relationship == nullptr ? nullptr : &relationship->destinationEntity();

@@ -4,13 +4,12 @@
 #include <utility>
 
 #include "CoreData/Migration/Mapping/AttributeConversion.h"
+#include "CoreData/Model/QuotedName.h"
 
 namespace coredata {
 namespace {
 
 using foundation::Value;
-
-std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
 const NSPropertyDescription* predecessorIn(const EntityPair& pair,
                                            const NSPropertyDescription& property) {
@@ -86,8 +85,9 @@ void PropertyInference::inferRelationship(const NSRelationshipDescription& relat
   if (destination.isAbstract()) return;
   const auto* target = pairs_.find(source->destinationEntity(), destination);
   if (target == nullptr) {
-    return refuse(relationship, "led to " + quoted(source->destinationEntity().name()) +
-                                    ", of which no mapping makes " + quoted(destination.name()));
+    return refuse(relationship, "led to " + quotedName(source->destinationEntity().name()) +
+                                    ", of which no mapping makes " +
+                                    quotedName(destination.name()));
   }
   if (isSetFromOtherSide(relationship, *source, *target)) {
     if (!relationship.isOptional() && !relationship.isToMany()) {
@@ -113,7 +113,7 @@ bool PropertyInference::isSetFromOtherSide(const NSRelationshipDescription& rela
   if (inverseSource == nullptr) return false;
   const auto* sourceInverse = source.inverseRelationship();
   if (sourceInverse != nullptr && sourceInverse != inverseSource) {
-    refuse(relationship, "and its inverse " + quoted(inverse->name()) +
+    refuse(relationship, "and its inverse " + quotedName(inverse->name()) +
                              " were not each other's inverse in the version before");
   }
   return relationship.isToMany() || inverseSource->isToMany();
@@ -128,7 +128,7 @@ const Kind* PropertyInference::predecessor(const Kind& property) {
 }
 
 void PropertyInference::refuse(const NSPropertyDescription& property, const std::string& why) {
-  reasons_.push_back(quoted(pair_->destination->name() + "." + property.name()) + " " + why);
+  reasons_.push_back(quotedName(pair_->destination->name() + "." + property.name()) + " " + why);
 }
 
 }  // namespace coredata

@@ -56,7 +56,7 @@ CompiledQuery QueryDraft::finish(std::string sql) && {
 std::string tableAlias(std::uint32_t table) { return "t" + std::to_string(table); }
 
 std::string column(std::uint32_t table, std::string_view name) {
-  return tableAlias(table) + "." + quoted(name);
+  return tableAlias(table) + "." + quotedIdentifier(name);
 }
 
 std::string keyColumn(std::uint32_t table) { return tableAlias(table) + "._id"; }

@@ -9,7 +9,7 @@ namespace coredata {
 namespace {
 
 std::string named(const NSEntityDescription& entity, std::uint32_t table) {
-  return quoted(entity.name()) + " " + tableAlias(table);
+  return quotedIdentifier(entity.name()) + " " + tableAlias(table);
 }
 
 /// The condition under which a row of `members` belongs to the to-many of `owner`.

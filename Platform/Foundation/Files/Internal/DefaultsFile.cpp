@@ -15,8 +15,6 @@ namespace foundation {
 
 namespace {
 
-constexpr mode_t kPrivateDirectory = S_IRWXU;
-constexpr mode_t kPrivateFile = S_IRUSR | S_IWUSR;
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 /// Others hold the lock for one small file.
 constexpr std::chrono::seconds kPatience{5};
@@ -72,10 +70,6 @@ class NewFile {
   std::string path_;
   FileDescriptor file_;
 };
-
-struct stat statusOf(const FileDescriptor& file, const std::string& path) {
-  return required(FileSystem::current().status(file.get(), "", AT_EMPTY_PATH), path, "examined");
-}
 
 }  // namespace
 

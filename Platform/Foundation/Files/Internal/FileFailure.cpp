@@ -1,5 +1,7 @@
 #include "Foundation/Files/Internal/FileFailure.h"
 
+#include <fcntl.h>
+
 #include <string>
 #include <system_error>
 
@@ -10,6 +12,10 @@ Error fileFailure(int number, std::string_view path, std::string_view what) {
   message.append(path).append("\" cannot be ").append(what).append(": ");
   message.append(std::generic_category().message(number)).append(".");
   return Error(std::string(kPosixErrorDomain), number, std::move(message));
+}
+
+struct stat statusOf(const FileDescriptor& file, std::string_view path) {
+  return required(FileSystem::current().status(file.get(), "", AT_EMPTY_PATH), path, "examined");
 }
 
 }  // namespace foundation

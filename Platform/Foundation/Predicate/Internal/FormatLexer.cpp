@@ -5,23 +5,19 @@
 #include <charconv>
 #include <utility>
 
+#include "Foundation/Internal/ASCII.h"
 #include "Foundation/Predicate/Internal/FormatError.h"
 
 namespace foundation {
 namespace {
 
-bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-
 bool isKeyStart(char c) noexcept {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
-         static_cast<unsigned char>(c) >= 0x80;
+  return ascii::isLetter(c) || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }
 
-bool isKeyCharacter(char c) noexcept { return isKeyStart(c) || isDigit(c); }
+bool isKeyCharacter(char c) noexcept { return isKeyStart(c) || ascii::isDigit(c); }
 
 bool isSpace(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-char upper(char c) noexcept { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
 /// Longer ones first, so that `<=` is not read as `<`.
 constexpr std::array<std::string_view, 21> kSymbols = {"==", "!=", "<>", "<=", "=<", ">=", "=>",
@@ -44,8 +40,7 @@ constexpr std::array<std::pair<std::string_view, ArgumentSpecifier>, 19> kSpecif
 }  // namespace
 
 bool FormatToken::isKeyword(std::string_view keyword) const noexcept {
-  return kind == Kind::word &&
-         std::ranges::equal(spelling, keyword, {}, [](char c) { return upper(c); });
+  return kind == Kind::word && std::ranges::equal(spelling, keyword, {}, ascii::uppered);
 }
 
 bool isKeyWord(std::string_view word) noexcept {
@@ -67,7 +62,7 @@ FormatToken FormatLexer::next() {
   if (c == '@') return lexWord(FormatToken::Kind::collectionWord, position_ + 1);
   if (c == '\'' || c == '"') return lexText();
   if (c == '%') return lexPlaceholder();
-  if (isDigit(c) || (c == '-' && isDigit(at(position_ + 1)))) return lexNumber();
+  if (ascii::isDigit(c) || (c == '-' && ascii::isDigit(at(position_ + 1)))) return lexNumber();
   return lexSymbol();
 }
 
@@ -120,8 +115,8 @@ FormatToken FormatLexer::lexNumber() {
   FormatToken token = tokenHere(FormatToken::Kind::number);
   const std::size_t start = position_;
   const auto skipDigits = [this] {
-    if (!isDigit(at(position_))) throwFormatError(format_, position_, "expected a digit");
-    while (isDigit(at(position_))) ++position_;
+    if (!ascii::isDigit(at(position_))) throwFormatError(format_, position_, "expected a digit");
+    while (ascii::isDigit(at(position_))) ++position_;
   };
   bool isReal = false;
   if (at(position_) == '-') ++position_;

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "Foundation/Internal/ASCII.h"
 #include "Foundation/Predicate/Internal/FormatLexer.h"
 
 namespace foundation {
@@ -227,8 +228,6 @@ class ValuePrinter final : public Printer {
   std::span<const Value> arguments_;
 };
 
-char upper(char c) noexcept { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-
 }  // namespace
 
 std::string printedFormat(const PredicateNode& root, std::span<const ArgumentRule> rules) {
@@ -293,7 +292,7 @@ std::string_view spelling(ComparisonOperator comparison) noexcept {
 
 bool isReservedWord(std::string_view word) noexcept {
   return std::ranges::any_of(kReservedWords, [word](std::string_view reserved) {
-    return std::ranges::equal(word, reserved, {}, upper);
+    return std::ranges::equal(word, reserved, {}, ascii::uppered);
   });
 }
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "Foundation/Internal/ASCII.h"
+
 namespace foundation {
 namespace {
 
-char folded(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool sameFolded(char a, char b) noexcept { return folded(a) == folded(b); }
+bool sameFolded(char a, char b) noexcept { return ascii::lowered(a) == ascii::lowered(b); }
 
 bool same(char a, char b, TextOption option) noexcept {
   return option == TextOption::exact ? a == b : sameFolded(a, b);

@@ -15,7 +15,7 @@ namespace {
 constexpr std::string_view kZoneDirectory = "/usr/share/zoneinfo/";
 constexpr const char* kSystemZoneFile = "/etc/localtime";
 
-struct Registry {
+struct ReadRules {
   std::mutex mutex;
   /// Counts how often the files were to be forgotten.
   int generation = 0;
@@ -27,8 +27,8 @@ struct Registry {
 };
 
 /// Never destroyed: day keys are made until the very end of the process.
-Registry& registry() {
-  static auto& instance = *new Registry;
+ReadRules& readRules() {
+  static auto& instance = *new ReadRules;
   return instance;
 }
 
@@ -67,22 +67,22 @@ std::string nameOfSystemZone() {
 }  // namespace
 
 const ZoneRules& ZoneRules::intern(std::string_view identifier, const absl::TimeZone& zone) {
-  const std::scoped_lock guard(registry().mutex);
+  const std::scoped_lock guard(readRules().mutex);
   const std::string key =
-      std::to_string(registry().generation) + " " + std::string(identifier) + " " + zone.name();
-  for (const auto& entry : registry().entries) {
+      std::to_string(readRules().generation) + " " + std::string(identifier) + " " + zone.name();
+  for (const auto& entry : readRules().entries) {
     if (entry.key == key) return *entry.rules;
   }
-  registry().entries.push_back(
+  readRules().entries.push_back(
       {key, std::unique_ptr<const ZoneRules>(new ZoneRules(std::string(identifier), zone))});
-  return *registry().entries.back().rules;
+  return *readRules().entries.back().rules;
 }
 
 const ZoneRules* ZoneRules::load(std::string_view identifier, const std::string& path) {
   int generation = 0;
   {
-    const std::scoped_lock guard(registry().mutex);
-    generation = registry().generation;
+    const std::scoped_lock guard(readRules().mutex);
+    generation = readRules().generation;
   }
   absl::TimeZone zone;
   if (!absl::LoadTimeZone(respelled(path, generation), &zone)) return nullptr;
@@ -117,8 +117,8 @@ const ZoneRules& ZoneRules::ofSystem() {
 }
 
 void ZoneRules::forgetFiles() {
-  const std::scoped_lock guard(registry().mutex);
-  ++registry().generation;
+  const std::scoped_lock guard(readRules().mutex);
+  ++readRules().generation;
 }
 
 ZoneRules::ZoneRules(std::string identifier, const absl::TimeZone& zone)

@@ -4,15 +4,14 @@
 #include <charconv>
 #include <cstdint>
 
+#include "Foundation/Internal/ASCII.h"
+
 namespace foundation {
 
 namespace {
 
-constexpr bool isAlphanumeric(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
 constexpr bool isHexDigit(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+  return ascii::isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 constexpr bool contains(std::string_view set, char c) {
   return set.find(c) != std::string_view::npos;
@@ -23,8 +22,8 @@ constexpr std::string_view kSubDelimiters = "!$&'()*+,;=";
 constexpr std::string_view kPathMarks = ":@/";
 
 constexpr bool standsForItself(char c, std::string_view further) {
-  return isAlphanumeric(c) || contains(kUnreservedMarks, c) || contains(kSubDelimiters, c) ||
-         contains(further, c);
+  return ascii::isLetter(c) || ascii::isDigit(c) || contains(kUnreservedMarks, c) ||
+         contains(kSubDelimiters, c) || contains(further, c);
 }
 
 constexpr bool startsEscape(std::string_view text, std::size_t i) {

@@ -15,6 +15,7 @@
 namespace coredata {
 namespace {
 
+namespace ascii = foundation::ascii;
 using foundation::NSNumber;
 
 /// Far more than a person writes, and few enough for every count to fit the numbers that stand for

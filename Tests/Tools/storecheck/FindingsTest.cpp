@@ -15,7 +15,7 @@
 namespace storecheck {
 
 /// What is done to a store, and what must be found in it.
-struct Damage {
+struct Violation {
   const char* name;
   const char* sql;
   FindingKind kind;
@@ -23,7 +23,7 @@ struct Damage {
   std::string entity;
   std::optional<std::int64_t> key;
 
-  friend void PrintTo(const Damage& damage, std::ostream* to) { *to << damage.name; }
+  friend void PrintTo(const Violation& violation, std::ostream* to) { *to << violation.name; }
 };
 
 namespace {
@@ -32,18 +32,18 @@ constexpr Severity kError = Severity::error;
 constexpr Severity kWarning = Severity::warning;
 
 /// That there is one finding and no other.
-void expectAlone(const Findings& findings, const Damage& damage) {
+void expectAlone(const Findings& findings, const Violation& violation) {
   ASSERT_EQ(findings.list().size(), 1U) << described(findings);
   const Finding& found = findings.list().front();
-  EXPECT_EQ(name(found.kind), name(damage.kind));
-  EXPECT_EQ(found.severity, damage.severity);
-  EXPECT_EQ(found.entity, damage.entity);
-  EXPECT_EQ(found.key, damage.key);
+  EXPECT_EQ(name(found.kind), name(violation.kind));
+  EXPECT_EQ(found.severity, violation.severity);
+  EXPECT_EQ(found.entity, violation.entity);
+  EXPECT_EQ(found.key, violation.key);
   EXPECT_FALSE(found.text.empty());
-  EXPECT_EQ(findings.count(damage.severity), 1U);
+  EXPECT_EQ(findings.count(violation.severity), 1U);
 }
 
-const Damage kDamages[] = {
+const Violation kViolations[] = {
     // One row by itself.
     {"KeyBelowOne", "UPDATE MonthlyReview SET _id=-5 WHERE _id=1", FindingKind::rowKey, kError,
      "MonthlyReview", -5},
@@ -168,21 +168,21 @@ const Damage kDamages[] = {
      "sqlite_schema", std::nullopt},
 };
 
-class FindingOf : public testing::TestWithParam<Damage> {};
+class FindingOf : public testing::TestWithParam<Violation> {};
 
 TEST_P(FindingOf, IsTheOnlyOne) {
-  const Damage& damage = GetParam();
+  const Violation& violation = GetParam();
   const CheckedStore store;
-  store.execute(damage.sql);
+  store.execute(violation.sql);
 
   const Report report = store.check();
 
-  expectAlone(report.findings, damage);
-  EXPECT_EQ(report.isSound(), damage.severity == Severity::warning);
+  expectAlone(report.findings, violation);
+  EXPECT_EQ(report.isSound(), violation.severity == Severity::warning);
 }
 
-INSTANTIATE_TEST_SUITE_P(AllDamages, FindingOf, testing::ValuesIn(kDamages),
-                         [](const auto& damage) { return std::string(damage.param.name); });
+INSTANTIATE_TEST_SUITE_P(AllDamages, FindingOf, testing::ValuesIn(kViolations),
+                         [](const auto& violation) { return std::string(violation.param.name); });
 
 TEST(Findings, AreNoneInAStoreWhereNothingIsWrong) {
   const Report report = CheckedStore().check();

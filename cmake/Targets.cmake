@@ -18,7 +18,9 @@ function(cds_configure_target target)
               # deprecates (in std::stable_sort) is not ours to mend: g++ reports what is.
               $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion> $<$<CXX_COMPILER_ID:Clang>:-Wno-deprecated-declarations>
               # GCC 12 sees overlaps in "text" + string that are not there (its bug 105651).
-              $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+              $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+              # A source that is one of a batch looks like a header to it.
+              $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wno-subobject-linkage>)
   endif()
   if(COREDATASTACK_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)

@@ -107,6 +107,17 @@ function(cds_add_test name)
   set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT ${ARG_TIMEOUT})
 endfunction()
 
+# cds_add_test_run(<test> <tier>... TIMEOUT <seconds> [FILTER <tests>] [ENVIRONMENT <variable=value>...])
+# The program of a test once more, as <test>_<first tier>, with other settings and in later tiers.
+function(cds_add_test_run test)
+  cmake_parse_arguments(ARG "" "TIMEOUT;FILTER" "ENVIRONMENT" ${ARGN})
+  set(tiers ${ARG_UNPARSED_ARGUMENTS})
+  list(GET tiers 0 first)
+  set(name ${test}_${first})
+  add_test(NAME ${name} COMMAND ${test} $<$<BOOL:${ARG_FILTER}>:--gtest_filter=${ARG_FILTER}> COMMAND_EXPAND_LISTS)
+  set_tests_properties(${name} PROPERTIES LABELS "${tiers}" TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
+endfunction()
+
 # cds_add_benchmark(<name> SOURCES <file>... LIBRARIES <target>...)
 function(cds_add_benchmark name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})

@@ -81,8 +81,6 @@ function(cds_add_tool name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   cds_configure_target(${name})
-  # A few sources each, which write what others read: they may call alike what is different.
-  set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)
   target_include_directories(${name} PRIVATE ${CoreDataStack_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES})
   set_property(GLOBAL APPEND PROPERTY CDS_TOOLS ${name})

@@ -28,7 +28,7 @@ std::string section(const std::string& heading, const std::string& body) {
   return result;
 }
 
-std::string metadataOf(const Report& report) {
+std::string metadataTable(const Report& report) {
   Table table;
   for (const auto& [key, value] : report.metadata) {
     // Thirteen digests say nothing to people; the version is what they stand for.
@@ -38,7 +38,7 @@ std::string metadataOf(const Report& report) {
   return table.text();
 }
 
-std::string rowsOf(const Report& report) {
+std::string rowsTable(const Report& report) {
   Table table;
   for (const auto& [entity, count] : report.rows) table.add({entity, std::to_string(count)});
   return table.text();
@@ -53,7 +53,7 @@ void add(Table& table, std::string_view what, const Transaction& transaction) {
                          transaction.changes[2])});
 }
 
-std::string historyOf(const History& history) {
+std::string historyTable(const History& history) {
   std::string text =
       fmt::format("{} transactions, {} changes", history.transactions, history.changes);
   if (!history.oldest || !history.newest) return text;
@@ -70,7 +70,7 @@ std::string historyOf(const History& history) {
   return text + fmt::format("\nthe last {}:\n", history.last.size()) + last.text();
 }
 
-std::string sizesOf(const Report& report) {
+std::string sizesTable(const Report& report) {
   Table table;
   table.add({"file", fmt::format("{} bytes", report.sizes.fileBytes)});
   table.add({"log", fmt::format("{} bytes", report.sizes.logBytes)});
@@ -87,7 +87,7 @@ std::string placeOf(const Finding& finding) {
   return finding.key ? fmt::format("{} {}", finding.entity, *finding.key) : finding.entity;
 }
 
-std::string checkOf(const Report& report) {
+std::string checkTable(const Report& report) {
   const Findings& findings = report.findings;
   std::string text =
       fmt::format("{}: {} errors, {} warnings", report.isSound() ? "sound" : "not sound",
@@ -114,13 +114,13 @@ std::string text(const Report& report, const Questions& questions) {
   head.add({"version", report.version});
   head.add({"identifier", report.identifier.empty() ? "(none)" : report.identifier});
   std::string answer = head.text();
-  if (questions.metadata) answer += section("Metadata", metadataOf(report));
-  if (questions.rows) answer += section("Rows", rowsOf(report));
-  if (questions.history) answer += section("History", historyOf(report.history));
-  if (questions.sizes) answer += section("Sizes", sizesOf(report));
+  if (questions.metadata) answer += section("Metadata", metadataTable(report));
+  if (questions.rows) answer += section("Rows", rowsTable(report));
+  if (questions.history) answer += section("History", historyTable(report.history));
+  if (questions.sizes) answer += section("Sizes", sizesTable(report));
   if (questions.hash)
     answer += section("Content", report.contentHash.value_or("(not all of it can be read)"));
-  if (questions.check) answer += section("Check", checkOf(report));
+  if (questions.check) answer += section("Check", checkTable(report));
   return answer;
 }
 

@@ -117,28 +117,6 @@ void RowColumns::readSlot(const Cell& cell, Ref<Row>& row, SlotIndex slot) const
   }
 }
 
-bool RowColumns::differs(const Statement& statement, const Row& row, SlotIndex slot) const {
-  const Cell cell = statement.cell(kFirstSlotColumn + slot);
-  const bool isAbsent = row.tag(slot) == SlotTag::none;
-  if (cell.isNull() || isAbsent) return cell.isNull() != isAbsent;
-  switch (kinds_[slot]) {
-    case SlotTag::integer:
-      return cell.integer() != row.integer(slot);
-    case SlotTag::reference:
-      return cell.integer() != row.reference(slot);
-    case SlotTag::real:
-    case SlotTag::date:
-      return cell.real() != row.real(slot);
-    case SlotTag::text:
-      return cell.text() != row.text(slot);
-    case SlotTag::none:
-    case SlotTag::bytes:
-    case SlotTag::identifier:
-      return false;
-  }
-  return false;
-}
-
 void RowColumns::bind(Statement& statement, int parameter, const Row& row, SlotIndex slot) {
   switch (row.tag(slot)) {
     case SlotTag::none:

@@ -28,9 +28,6 @@ class RowColumns {
   /// own, or next to the others in `blocks`. Throws when a column cannot be what the model says.
   [[nodiscard]] foundation::Ref<Row> read(const Statement& statement,
                                           RowBlocks* blocks = nullptr) const;
-  /// Whether the statement's row holds another value in the slot than that row, as far as the
-  /// column alone tells: where an index gives the column, SQLite need not look for the row itself.
-  [[nodiscard]] bool differs(const Statement& statement, const Row& row, SlotIndex slot) const;
   /// Lends the slot's value to the statement until that is reset.
   static void bind(Statement& statement, int parameter, const Row& row, SlotIndex slot);
 

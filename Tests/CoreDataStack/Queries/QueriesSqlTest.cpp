@@ -106,9 +106,10 @@ const std::vector<Pin>& pins() {
        [](const API& api, const Subject& its) {
          (void)api.firstCheckin(its.run, ActivityStatus::active);
        },
-       R"(SELECT t0.* FROM "Checkin" t0 LEFT JOIN "Activity" t1 ON t1._id = t0."activity" )"
+       R"(SELECT t0._id, t0."date" FROM "Checkin" t0 )"
+       R"(LEFT JOIN "Activity" t1 ON t1._id = t0."activity" )"
        R"(WHERE t0."activity" IS ?1 AND t1."status" = ?2 ORDER BY t0."date")",
-       {byKey("t1"), inIndex("t0", "activity=?")}},
+       {byKey("t1"), inIndexAlone("t0", "activity=?")}},
       {"firstCheckinOfAll",
        [](const API& api, const Subject&) {
          (void)api.firstCheckin(nullptr, ActivityStatus::active);
@@ -118,9 +119,9 @@ const std::vector<Pin>& pins() {
        {"SCAN t0 USING INDEX Checkin_byActivityAndDate", byKey("t1"), kSorts}},
       {"lastCheckin",
        [](const API& api, const Subject& its) { (void)api.lastCheckin(its.run); },
-       R"(SELECT t0.* FROM "Checkin" t0 WHERE t0."activity" IS ?1 )"
+       R"(SELECT t0._id, t0."date" FROM "Checkin" t0 WHERE t0."activity" IS ?1 )"
        R"(ORDER BY t0."date" DESC)",
-       {inIndex("t0", "activity=?")}},
+       {inIndexAlone("t0", "activity=?")}},
       {"numberOfCheckinsOfAYear",
        [](const API& api, const Subject& its) {
          (void)api.numberOfCheckins(its.run, CalendarItem::year(2024));

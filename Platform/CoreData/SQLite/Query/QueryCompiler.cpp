@@ -60,6 +60,8 @@ class SelectStatement {
         return tableAlias(scope_.table()) + ".*";
       case QueryResult::keys:
         return keyColumn(scope_.table());
+      case QueryResult::sortedKeys:
+        return keyAndSorts();
       case QueryResult::number:
         return "count(*)";
       case QueryResult::existence:
@@ -69,6 +71,12 @@ class SelectStatement {
         break;
     }
     return dictionaryColumns();
+  }
+
+  [[nodiscard]] std::string keyAndSorts() {
+    std::string text = keyColumn(scope_.table());
+    for (const SortTerm& sort : plan_.sorts()) text += ", " + columnOf(sort.path);
+    return text;
   }
 
   [[nodiscard]] std::string dictionaryColumns() {
@@ -117,7 +125,7 @@ class SelectStatement {
   /// Whether the order of what the query gives can be told.
   [[nodiscard]] bool hasContent() const noexcept {
     return variant_.result == QueryResult::rows || variant_.result == QueryResult::keys ||
-           isDictionary();
+           variant_.result == QueryResult::sortedKeys || isDictionary();
   }
   [[nodiscard]] bool isGrouped() const noexcept { return !plan_.grouping().empty(); }
   [[nodiscard]] bool hasAggregates() const {

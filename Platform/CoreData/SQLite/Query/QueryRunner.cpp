@@ -7,6 +7,7 @@
 #include "CoreData/SQLite/Query/DictionaryReader.h"
 #include "CoreData/SQLite/Query/QueryBinding.h"
 #include "CoreData/SQLite/Query/QueryCache.h"
+#include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreCore.h"
 
 namespace coredata {
@@ -60,25 +61,82 @@ QueryOrder orderInStore(QueryCache& cache, const FetchPlan& plan, const QueryInp
   return sortsInStore ? QueryOrder::complete : QueryOrder::none;
 }
 
-/// Whether the sorts' columns tell already that the next row is not even with the last one.
-bool comesLater(const Statement& statement, const RowColumns& columns, const Row& last,
-                const FetchPlan& plan) {
-  return std::ranges::any_of(plan.sorts(), [&](const SortTerm& sort) {
-    return columns.differs(statement, last, sort.path.slot);
-  });
+std::size_t endOfCut(const QueryInput& input) noexcept {
+  return input.limit == 0 ? std::numeric_limits<std::size_t>::max() : input.limit + input.offset;
 }
 
-/// Reads on until the rows fill the cut, and further while they are even with the last of it: which
+/// Whether looking up the rows of a cut by their keys saves more than it costs, where the store
+/// gives them in order: reading on to the end of the cut goes past rows that are not wanted, the
+/// one behind it at least, and an index tells where they are in the order without them.
+bool passesMoreThanItKeeps(const QueryInput& input) noexcept {
+  return input.limit != 0 && input.limit <= input.offset + 1;
+}
+
+/// What the sorts of a plan go by, in the row on which a query for sorted keys stands.
+class SortPlace {
+ public:
+  explicit SortPlace(const FetchPlan& plan) : values_(plan.sorts().size()) {}
+
+  /// Goes to the statement's row; false when that is even with the one before.
+  bool move(const Statement& statement) {
+    bool moved = false;
+    for (std::size_t sort = 0; sort < values_.size(); ++sort) {
+      Value value = valueOf(statement.cell(static_cast<int>(sort) + 1));
+      if (value == values_[sort]) continue;
+      values_[sort] = std::move(value);
+      moved = true;
+    }
+    return moved;
+  }
+
+ private:
+  [[nodiscard]] static Value valueOf(const Cell& cell) {
+    switch (cell.storageClass()) {
+      case SQLITE_INTEGER:
+        return cell.integer();
+      case SQLITE_FLOAT:
+        return cell.real();
+      case SQLITE_TEXT:
+        return cell.text();
+      case SQLITE_BLOB:
+        return foundation::Data(cell.bytes());
+      default:
+        return {};
+    }
+  }
+
+  std::vector<Value> values_;
+};
+
+/// Reads on until the keys fill the cut, and further while they are even with the last of it: which
 /// of these belong in it is known once all of them are.
+std::vector<ObjectKey> readKeysInOrder(QueryRun& run, const FetchPlan& plan,
+                                       const QueryInput& input) {
+  const std::size_t wanted = endOfCut(input);
+  SortPlace place(plan);
+  std::vector<ObjectKey> keys;
+  std::size_t firstEven = 0;
+  const auto sortEven = [&] {
+    std::sort(keys.begin() + static_cast<std::ptrdiff_t>(firstEven), keys.end());
+    firstEven = keys.size();
+  };
+  while (run.step()) {
+    if (place.move(run.statement())) sortEven();
+    if (firstEven >= wanted) break;
+    keys.push_back(run.statement().integer(0));
+  }
+  sortEven();
+  return keys;
+}
+
+/// As `readKeysInOrder`, for rows.
 std::vector<Ref<Row>> readInOrder(QueryRun& run, const RowColumns& columns, const FetchPlan& plan,
                                   const QueryInput& input) {
-  const std::size_t wanted =
-      input.limit == 0 ? std::numeric_limits<std::size_t>::max() : input.limit + input.offset;
+  const std::size_t wanted = endOfCut(input);
   std::vector<Ref<Row>> rows;
   RowBlocks blocks;
   while (run.step()) {
     const bool isFull = rows.size() >= wanted;
-    if (isFull && comesLater(run.statement(), columns, *rows.back(), plan)) break;
     Ref<Row> row = columns.read(run.statement(), &blocks);
     if (isFull && compareRows(*rows.back(), *row, plan.sorts()) != 0) break;
     rows.push_back(std::move(row));
@@ -92,6 +150,13 @@ std::vector<Ref<Row>> readAll(QueryRun& run, const RowColumns& columns) {
   RowBlocks blocks;
   while (run.step()) rows.push_back(columns.read(run.statement(), &blocks));
   return rows;
+}
+
+std::vector<ObjectKey> cut(std::vector<ObjectKey> keys, const QueryInput& input) {
+  const std::size_t offset = std::min(input.offset, keys.size());
+  keys.erase(keys.begin(), keys.begin() + static_cast<std::ptrdiff_t>(offset));
+  keys.resize(std::min(input.limit, keys.size()));
+  return keys;
 }
 
 void cut(std::vector<Ref<Row>>& rows, std::size_t limit, std::size_t offset) {
@@ -125,6 +190,10 @@ std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const V
   const QueryOrder order = orderInStore(QueryCache::of(reading.connection()), plan, input);
   const bool isComplete = order == QueryOrder::complete;
   const QueryInput uncut{arguments};
+  if (order == QueryOrder::sorts && passesMoreThanItKeeps(input)) {
+    QueryRun run(reading, plan, QueryResult::sortedKeys, order, uncut, objects_);
+    return rowsOf(plan.entity(), cut(readKeysInOrder(run, plan, input), input));
+  }
   const RowColumns& columns = reading.core().columns(plan.entity());
   QueryRun run(reading, plan, QueryResult::rows, order, isComplete ? input : uncut, objects_);
   if (isComplete) return readAll(run, columns);
@@ -132,6 +201,20 @@ std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const V
       order == QueryOrder::sorts ? readInOrder(run, columns, plan, input) : readAll(run, columns);
   if (order == QueryOrder::none) sortRows(rows, plan.sorts());
   cut(rows, limit, offset);
+  return rows;
+}
+
+std::vector<Ref<Row>> QueryRunner::rowsOf(const NSEntityDescription& entity,
+                                          const std::vector<ObjectKey>& keys) {
+  std::vector<Ref<Row>> rows;
+  session_.rows(entity, keys, rows);
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    if (rows[i]) continue;
+    // Both were read in one state of the store.
+    throw storeError(StoreErrorCode::damaged, "An index names " + entity.name() + " " +
+                                                  std::to_string(keys[i]) +
+                                                  ", which the store does not have.");
+  }
   return rows;
 }
 

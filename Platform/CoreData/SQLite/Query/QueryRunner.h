@@ -47,6 +47,10 @@ class QueryRunner {
                                             std::size_t limit = 0, std::size_t offset = 0);
 
  private:
+  /// The rows of keys that a query gave, in their order.
+  [[nodiscard]] std::vector<foundation::Ref<Row>> rowsOf(const NSEntityDescription& entity,
+                                                         const std::vector<ObjectKey>& keys);
+
   ReadSession& session_;
   const ObjectArguments& objects_;
 };

@@ -11,11 +11,12 @@ namespace coredata {
 
 /// What a query gives for each object that satisfies the predicate.
 enum class QueryResult : std::uint8_t {
-  rows,       ///< key, version and every slot
-  keys,       ///< the key
-  number,     ///< nothing; one row tells how many there are
-  existence,  ///< nothing; the first object that is found gives a row, and no other is looked for
-  ticks,      ///< a row without content for each object, so that counting can stop early
+  rows,        ///< key, version and every slot
+  keys,        ///< the key
+  sortedKeys,  ///< the key, and what the sorts go by
+  number,      ///< nothing; one row tells how many there are
+  existence,   ///< nothing; the first object that is found gives a row, and no other is looked for
+  ticks,       ///< a row without content for each object, so that counting can stop early
   dictionaries,  ///< the plan's columns
 };
 

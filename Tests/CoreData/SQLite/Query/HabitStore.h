@@ -54,6 +54,10 @@ class Store {
   /// What SQLite says of how it runs the fetch's query.
   [[nodiscard]] std::string explanation(const Fetch& fetch, coredata::QueryVariant variant);
 
+  /// Damages the file: the row goes, and its entry in that index stays.
+  void deleteBehindIndex(const std::string& table, const std::string& index,
+                         coredata::ObjectKey key);
+
  private:
   support::TemporaryDirectory directory_;
   coredata::ReadSession session_;

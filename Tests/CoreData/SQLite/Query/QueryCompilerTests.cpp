@@ -82,6 +82,14 @@ TEST(QueryCompiler, NumbersTheCutBehindTheArguments) {
             R"(ORDER BY t0."size" DESC, t0._id LIMIT ?2 OFFSET ?3)");
 }
 
+TEST(QueryCompiler, GivesWhatItSortsByBesideTheKey) {
+  const auto plan = habits::everything("Photo", {{"size", false}, {"name", true}});
+
+  EXPECT_EQ(
+      sql(*plan, {QueryResult::sortedKeys, false, false, QueryOrder::sorts, {}}),
+      R"(SELECT t0._id, t0."size", t0."name" FROM "Photo" t0 ORDER BY t0."size" DESC, t0."name")");
+}
+
 TEST(QueryCompiler, WritesAnOffsetAlone) {
   EXPECT_EQ(
       sql(*habits::everything("Photo"), {QueryResult::keys, false, true, QueryOrder::none, {}}),

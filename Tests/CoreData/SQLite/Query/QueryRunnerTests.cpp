@@ -8,6 +8,7 @@
 
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/Query/QueryCache.h"
+#include "CoreData/SQLite/SQLiteStoreError.h"
 #include "Foundation/Values/Error.h"
 #include "Tests/CoreData/SQLite/Query/HabitStore.h"
 
@@ -109,11 +110,35 @@ TEST_F(QueryRunner, BreaksTiesByKeyWhereAnIndexGivesTheOrder) {
   const auto predicate = NSPredicate::format("activity = %@", habits::object("Activity", 1));
   for (const bool ascending : {true, false}) {
     const auto fetch = habits::fetch("Checkin", predicate, {{"date", ascending}});
-    for (const auto& [limit, offset] :
-         {std::pair{0UL, 0UL}, {1UL, 0UL}, {3UL, 2UL}, {0UL, 7UL}, {8UL, 0UL}, {2UL, 20UL}}) {
+    for (const auto& [limit, offset] : {std::pair{0UL, 0UL},
+                                        {1UL, 0UL},
+                                        {3UL, 2UL},
+                                        {1UL, 7UL},
+                                        {4UL, 5UL},
+                                        {0UL, 7UL},
+                                        {8UL, 0UL},
+                                        {2UL, 20UL}}) {
       EXPECT_EQ(keysOf(store_.runner().rows(*fetch.plan, fetch.arguments(), limit, offset)),
                 store_.runner().keys(*fetch.plan, fetch.arguments(), limit, offset));
     }
+  }
+}
+
+TEST_F(QueryRunner, TellsOfAnIndexThatNamesARowWhichIsNotThere) {
+  for (ObjectKey key = 1; key <= 2; ++key) {
+    store_.insert("Checkin", key, {{"activity", 1}, {"date", std::to_string(key)}});
+  }
+  store_.deleteBehindIndex("Checkin", "Checkin_byActivityAndDate", 1);
+  const auto fetch =
+      habits::fetch("Checkin", NSPredicate::format("activity = %@", habits::object("Activity", 1)),
+                    {{"date", true}});
+
+  try {
+    static_cast<void>(store_.runner().rows(*fetch.plan, fetch.arguments(), 1));
+    ADD_FAILURE() << "a row came from nowhere";
+  } catch (const foundation::Error& error) {
+    EXPECT_EQ(error.code(), static_cast<std::int64_t>(coredata::StoreErrorCode::damaged));
+    EXPECT_EQ(error.message(), "An index names Checkin 1, which the store does not have.");
   }
 }
 

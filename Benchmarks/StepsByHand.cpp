@@ -20,9 +20,11 @@ using foundation::Ref;
 
 namespace {
 
-std::string tableOf(const NSEntityDescription& entity) { return coredata::quoted(entity.name()); }
+std::string tableOf(const NSEntityDescription& entity) {
+  return coredata::quotedIdentifier(entity.name());
+}
 
-std::string columnOf(const Slot& slot) { return coredata::quoted(slot.property->name()); }
+std::string columnOf(const Slot& slot) { return coredata::quotedIdentifier(slot.property->name()); }
 
 std::string_view typeOf(const Slot& slot) {
   switch (coredata::slotKind(slot)) {
@@ -65,8 +67,8 @@ std::string indexesOf(const NSManagedObjectModel& model) {
         if (!columns.empty()) columns += ',';
         columns += columnOf(entity->slots()[slot]);
       }
-      sql += "CREATE INDEX " + coredata::quoted(entity->name() + "_" + index->name()) + " ON " +
-             tableOf(*entity) + "(" + columns + ");";
+      sql += "CREATE INDEX " + coredata::quotedIdentifier(entity->name() + "_" + index->name()) +
+             " ON " + tableOf(*entity) + "(" + columns + ");";
     }
   }
   return sql;

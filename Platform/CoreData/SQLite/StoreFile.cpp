@@ -16,7 +16,7 @@ using foundation::FileDescriptor;
 using foundation::FileSystem;
 
 std::optional<FileIdentity> FileIdentity::find(const std::string& path) {
-  const auto status = FileSystem::current().status(AT_FDCWD, path.c_str(), 0);
+  const auto status = statusOf(path);
   if (!status) return std::nullopt;
   return FileIdentity{status->st_dev, status->st_ino};
 }

@@ -32,9 +32,10 @@ struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t inode = 0;
 
-  /// Looks at the path without opening it; none when nothing is there.
+  /// Looks at the path without opening it; none when nothing is there. Throws when that cannot be
+  /// found out.
   [[nodiscard]] static std::optional<FileIdentity> find(const std::string& path);
-  /// Throws `StoreErrorCode::replaced` when nothing is there.
+  /// Throws as `find`, and `StoreErrorCode::replaced` when nothing is there.
   [[nodiscard]] static FileIdentity of(const std::string& path);
   friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
 };

@@ -1,11 +1,13 @@
 #include "CoreData/Coordinator/RemoteChangeWatcher.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <string_view>
+#include <thread>
 
 #include "CoreData/SQLite/StoreBell.h"
 #include "Tests/CoreData/Coordinator/Announcements.h"
@@ -31,6 +33,8 @@ class DeafFileSystem final : public support::ForwardingFileSystem {
   /// Of files whose names end so; of all when it is empty.
   std::string_view unwatched;
   std::atomic<bool> dropsRings = false;
+  std::atomic<int> statusError = 0;
+  std::atomic<int> failedLooks = 0;
 
   foundation::FileResult<int> openWatcher() override {
     if (openError != 0) return std::unexpected(openError.load());
@@ -40,6 +44,13 @@ class DeafFileSystem final : public support::ForwardingFileSystem {
     if (watchError != 0 && std::string_view(path).ends_with(unwatched))
       return std::unexpected(watchError.load());
     return ForwardingFileSystem::watch(watcher, path, events);
+  }
+  foundation::FileResult<struct stat> status(int directory, const char* path, int flags) override {
+    if (statusError != 0) {
+      ++failedLooks;
+      return std::unexpected(statusError.load());
+    }
+    return ForwardingFileSystem::status(directory, path, flags);
   }
   foundation::FileResult<void> touch(int directory, const char* path) override {
     if (dropsRings) return {};
@@ -111,6 +122,22 @@ TEST_F(RemoteChangeWatcherTest, ListensAgainOnceTheSystemLetsIt) {
   files.openError = 0;
 
   for (int i = 0; i < 10; ++i) EXPECT_TRUE(announcements.await(savePlant(*container))) << i;
+}
+
+TEST_F(RemoteChangeWatcherTest, LooksAgainOnceTheFileCanBeLookedAt) {
+  const auto watching = watcher(
+      {.poll = milliseconds(1), .quickPoll = milliseconds(1), .longestBackoff = milliseconds(1)});
+  ASSERT_TRUE(announcements.await(savePlant(*container)));
+  testing::internal::CaptureStderr();
+
+  files.statusError = EIO;
+  for (int i = 0; i < 5000 && files.failedLooks < 3; ++i)
+    std::this_thread::sleep_for(milliseconds(1));
+  EXPECT_GE(files.failedLooks, 3);
+  files.statusError = 0;
+
+  EXPECT_TRUE(announcements.await(savePlant(*container)));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("cannot be reached"));
 }
 
 TEST_F(RemoteChangeWatcherTest, AnnouncesWhatWasCommittedRightAfterItWasMade) {

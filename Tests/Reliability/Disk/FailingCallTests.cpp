@@ -169,7 +169,10 @@ class Attempt {
  public:
   Attempt(const foundation::URL& store, const Call& call, const Refusal& refusal,
           const support::Acknowledgements& parent)
-      : call_(call), witness_(*store.filePath(), parent), faults_(refusal.trouble) {
+      : call_(call),
+        witness_(*store.filePath(), parent),
+        trouble_(refusal.trouble),
+        faults_(trouble_) {
     program_.emplace(store);
   }
 
@@ -198,6 +201,7 @@ class Attempt {
       answer = call_.make(*program_);
     } catch (const Error& error) {
       if (call_.empty) witness_.problem("it threw");
+      witness_.expectCause(error, trouble_);
       witness_.note("failed with " + error.domain() + ' ' + std::to_string(error.code()));
       return false;
     }
@@ -214,6 +218,7 @@ class Attempt {
 
   const Call& call_;
   reliability::Witness witness_;
+  const support::FileTrouble& trouble_;
   FileFaults faults_;
   std::optional<Program> program_;
 };

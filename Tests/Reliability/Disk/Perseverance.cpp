@@ -15,6 +15,7 @@ void Perseverance::work(const support::FileTrouble& trouble, std::size_t point,
                      [&](int number, const Error& error) {
                        hasFailed_ = true;
                        faults.mend();
+                       witness_.expectCause(error, trouble);
                        return failed(number, error);
                      });
   }

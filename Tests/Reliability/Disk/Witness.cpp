@@ -37,6 +37,22 @@ std::size_t openDescriptors() {
       std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
 
+/// The system's or SQLite's own, on which others rest.
+const foundation::Error& innermost(const foundation::Error& error) {
+  const foundation::Error* found = &error;
+  while (found->underlying() != nullptr) found = found->underlying();
+  return *found;
+}
+
+bool isOf(const foundation::Error& error, const support::FileTrouble& trouble) {
+  if (error.domain() == foundation::kPosixErrorDomain) return error.code() == trouble.errorNumber;
+  if (error.domain() != foundation::kSQLiteErrorDomain) return false;
+  if (trouble.sqliteCode != support::FaultVFS::kCodeOfOperation)
+    return error.code() == trouble.sqliteCode;
+  const auto kind = error.code() & 0xff;
+  return kind == SQLITE_IOERR || kind == SQLITE_CANTOPEN;
+}
+
 }  // namespace
 
 Witness::Witness(const fs::path& store, const support::Acknowledgements& parent)
@@ -49,6 +65,14 @@ Witness::Witness(const fs::path& store, const support::Acknowledgements& parent)
 void Witness::note(const std::string& what) const { parent_.send(what); }
 
 void Witness::problem(const std::string& what) const { parent_.send(kProblem + what); }
+
+void Witness::expectCause(const foundation::Error& error,
+                          const support::FileTrouble& trouble) const {
+  const foundation::Error& cause = innermost(error);
+  if (isOf(cause, trouble)) return;
+  problem("something else is said to be wrong: " + error.description() + " (" + cause.domain() +
+          ' ' + std::to_string(cause.code()) + ')');
+}
 
 std::string Witness::ask(const std::string& sql) {
   neighbour_.line().say(sql);

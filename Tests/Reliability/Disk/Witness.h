@@ -5,8 +5,10 @@
 #include <map>
 #include <string>
 
+#include "Foundation/Values/Error.h"
 #include "Tests/Processes/Companion.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/FileFaults.h"
 
 namespace reliability {
 
@@ -20,6 +22,9 @@ class Witness {
   void note(const std::string& what) const;
   /// Something that must not be.
   void problem(const std::string& what) const;
+
+  /// That an error tells of the trouble: by itself, or by the one that underlies it.
+  void expectCause(const foundation::Error& error, const support::FileTrouble& trouble) const;
 
   /// What another process that opens the store for it finds: the first column of the last row, or
   /// SQLite's words for what went wrong. It waits for nobody.

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "CoreData/Context/NSManagedObjectContext.h"
 #include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
 #include "CoreData/Fetching/NSFetchRequest.h"
+#include "CoreData/Migration/NSEntityMigrationPolicy.h"
 #include "CoreData/Migration/NSMigrationManager.h"
 #include "CoreData/Model/ModelBuilder.h"
 #include "Tests/Support/TemporaryDirectory.h"
@@ -75,6 +78,18 @@ class MigratedStore {
   Model source_;
   Model destination_;
 };
+
+/// Makes a class of policies known under that name, which it gives back.
+template <typename Policy>
+[[nodiscard]] std::string registered(const char* name) {
+  coredata::NSEntityMigrationPolicy::registerClass(name, [] { return foundation::make<Policy>(); });
+  return name;
+}
+
+[[nodiscard]] inline coredata::NSPropertyMapping property(
+    const char* name, const std::string& expression, foundation::Value absentReplacement = {}) {
+  return {name, coredata::MappingExpression::parse(expression), std::move(absentReplacement)};
+}
 
 /// All objects of an entity by ascending key.
 [[nodiscard]] inline Objects all(NSManagedObjectContext& context, std::string_view entity) {

@@ -7,7 +7,6 @@
 
 #include "CoreData/Context/SaveError.h"
 #include "CoreData/Migration/MigrationError.h"
-#include "CoreData/Migration/NSEntityMigrationPolicy.h"
 #include "Foundation/Files/FileManager.h"
 #include "Tests/CoreData/Migration/MigratedStore.h"
 #include "Tests/Support/ErrorCode.h"
@@ -16,12 +15,10 @@ namespace {
 
 using coredata::EntityMappingContent;
 using coredata::MappingContent;
-using coredata::MappingExpression;
 using coredata::NSEntityMapping;
 using coredata::NSEntityMappingType;
 using coredata::NSEntityMigrationPolicy;
 using coredata::NSMigrationManager;
-using coredata::NSPropertyMapping;
 using foundation::Value;
 using foundation::ValueList;
 using namespace migration;
@@ -43,10 +40,6 @@ constexpr std::string_view kGardenWithVisits = R"({
     "Visit": {"attributes": {"note": "text"}}
   }
 })";
-
-NSPropertyMapping property(const char* name, const char* expression) {
-  return {name, MappingExpression::parse(expression)};
-}
 
 /// Beds by the named policy, plants as rows, and a mapping that nothing leads to.
 Ref<const NSMappingModel> mapping(const std::string& bedPolicy,
@@ -165,12 +158,6 @@ class Failing : public NSEntityMigrationPolicy {
     throw foundation::Error("GardenDomain", 7, "the gate is locked");
   }
 };
-
-template <typename Policy>
-std::string registered(const char* name) {
-  NSEntityMigrationPolicy::registerClass(name, [] { return foundation::make<Policy>(); });
-  return name;
-}
 
 class Policies : public testing::Test {
  protected:

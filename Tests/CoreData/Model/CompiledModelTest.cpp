@@ -245,6 +245,14 @@ TEST(ReadableForm, SaysThatANewerCompilerWroteIt) {
             "The compiled model is in format 12, which a newer compiler writes.");
 }
 
+TEST(ReadableForm, IsRefusedWithAFormatThatNobodyWrites) {
+  for (const char* format : {"0,", "01,", "x,"}) {
+    auto file = readableForm(library());
+    file.replace(file.find("1,"), 2, format);
+    EXPECT_EQ(refusalOfReadable(file), ModelErrorCode::damaged) << format;
+  }
+}
+
 TEST(ReadableForm, BeginsWithItsChecksumAndGoesOnAsTheSource) {
   const auto file = readableForm(library());
   const auto source = library().source.text();

@@ -103,6 +103,51 @@ TEST(ModelBuilder, RefusesMoreStoredPropertiesThanASetOfSlotsHolds) {
             "\"A\" has 65 stored properties; an entity holds 64.");
 }
 
+/// So many members, each with a name of its own.
+std::string members(int count, const std::string& value) {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += (i == 0 ? "\"x" : ", \"x") + std::to_string(i) + "\": " + value;
+  }
+  return text;
+}
+
+TEST(ModelBuilder, RefusesMoreThanAPersonWrites) {
+  const auto transient = [](int count) {
+    return refusalOfEntity("\"attributes\": {" + members(count, "\"transient text\"") + "}");
+  };
+  const auto indexes = [](int count) {
+    return refusalOfEntity(R"("attributes": {"x": "text"}, "indexes": {)" +
+                           members(count, R"(["x"])") + "}");
+  };
+  const auto entities = [](int count) {
+    return refusalOfSource("{\"entities\": {" + members(count, "{}") + "}}");
+  };
+
+  EXPECT_EQ(entities(1024), "");
+  EXPECT_EQ(entities(1025), "The model has more entities than 1024.");
+  EXPECT_EQ(transient(1024), "");
+  EXPECT_EQ(transient(1025), "\"A\" has more properties or indexes than 1024.");
+  EXPECT_EQ(indexes(1024), "");
+  EXPECT_EQ(indexes(1025), "\"A\" has more properties or indexes than 1024.");
+}
+
+TEST(ModelBuilder, RefusesIndexesOfMoreColumnsThanThereCanBe) {
+  std::string columns = "\"x\"";
+  for (int i = 1; i < 65; ++i) columns += ", \"x\"";
+
+  EXPECT_EQ(refusalOfEntity(R"("attributes": {"x": "text"}, "indexes": {"i": [)" + columns + "]}"),
+            "\"A\" has the index \"i\" over more columns than there can be.");
+}
+
+TEST(ModelBuilder, RefusesAnAttributeOfNoType) {
+  ModelSource source;
+  source.entities = {entitySource("A", {attributeSource("x", NSAttributeType{})})};
+
+  EXPECT_EQ(refusalOf([&] { static_cast<void>(ModelBuilder::build(source)); }),
+            "\"A.x\" has no type.");
+}
+
 TEST(ModelBuilder, RefusesDefaultsOfTheWrongKind) {
   EXPECT_EQ(refusalOfAttribute(R"({"type": "text", "default": 1})"),
             "\"A.x\" has a default that is no text.");
@@ -137,11 +182,19 @@ TEST(ModelBuilder, RefusesADefaultThatIsNoFiniteNumber) {
 }
 
 TEST(ModelBuilder, RefusesTextsThatAreNotUtf8) {
-  for (const auto* text : {"\x80", "\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xe2\x82"}) {
+  const auto refusal = [](const char* identifier) {
     ModelSource source;
-    source.identifiers = {text};
-    EXPECT_EQ(refusalOf([&] { static_cast<void>(ModelBuilder::build(source)); }),
-              "The model has a version identifier that is not UTF-8.");
+    source.identifiers = {identifier};
+    return refusalOf([&] { static_cast<void>(ModelBuilder::build(source)); });
+  };
+
+  for (const auto* text : {"\x80", "\xc0\x80", "\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf",
+                           "\xf4\x90\x80\x80", "\xe2\x82", "\xf5\x80\x80\x80"}) {
+    EXPECT_EQ(refusal(text), "The model has a version identifier that is not UTF-8.");
+  }
+  for (const auto* text : {"\xc2\x80", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xef\xbf\xbf",
+                           "\xf0\x90\x80\x80", "\xf3\xbf\xbf\xbf", "\xf4\x8f\xbf\xbf"}) {
+    EXPECT_EQ(refusal(text), "");
   }
 }
 

@@ -133,6 +133,16 @@ TEST_F(ModelCompilerTest, NamesAnOutputThatCannotBeWritten) {
             "\"" + path("none/One.omo") + "\" cannot be written: No such file or directory.");
 }
 
+TEST_F(ModelCompilerTest, RefusesASourceWhoseNameCanBeNoVersions) {
+  write(path(".json"), R"({"entities": {"A": {}}})");
+
+  EXPECT_EQ(refusalOf([this] {
+              const std::vector<std::string> sources = {path(".json")};
+              compileModelDirectory(sources, path("Model.momd"), "One");
+            }),
+            "\"" + path(".json") + "\": a version cannot be named \".json\".");
+}
+
 TEST_F(ModelCompilerTest, LeavesTheOldFileOrTheNewOneWhateverFails) {
   const auto one = compileModelSource(path("One.json"));
   const auto two = compileModelSource(path("Two.json"));

@@ -9,6 +9,7 @@
 #include "CoreData/Model/Compiler/ModelCompiler.h"
 #include "CoreData/Model/NSManagedObjectModel.h"
 #include "Tests/CoreData/Model/ModelTesting.h"
+#include "Tests/Support/FaultyFileSystem.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 namespace coredata {
@@ -124,6 +125,39 @@ TEST_F(ModelLoadingTest, GivesNoneWithoutAskingWhy) {
 TEST_F(ModelLoadingTest, GivesNoneForAMissingFile) {
   EXPECT_EQ(reasonFor("Missing.omo"), "The model file \"" + path("Missing.omo") +
                                           "\" cannot be read: No such file or directory.");
+}
+
+/// Files that end before they are as long as they say.
+class CutOffFiles final : public support::ForwardingFileSystem {
+ public:
+  foundation::FileResult<std::size_t> read(int /*file*/,
+                                           std::span<std::uint8_t> /*bytes*/) override {
+    return 0;
+  }
+};
+
+TEST_F(ModelLoadingTest, GivesNoneWhateverFailsWhileItReads) {
+  compile("Library.json", "Library.omo");
+
+  int refusals = 0;
+  for (std::size_t point = 1;; ++point) {
+    support::FaultyFileSystem faults(support::FileFault::failOnce, point, EIO,
+                                     support::kEverything);
+    std::string why;
+    const auto model = NSManagedObjectModel::contentsOf(url("Library.omo"), &why);
+    if (!model) {
+      EXPECT_THAT(why, EndsWith("cannot be read: Input/output error."));
+      ++refusals;
+    }
+    if (!faults.wasReached()) break;
+  }
+  // Opening it, asking for its size, reading it.
+  EXPECT_EQ(refusals, 3);
+
+  const CutOffFiles files;
+  std::string why;
+  EXPECT_FALSE(NSManagedObjectModel::contentsOf(url("Library.omo"), &why));
+  EXPECT_THAT(why, EndsWith("cannot be read: it was cut off while it was read."));
 }
 
 TEST_F(ModelLoadingTest, GivesNoneForAFileOfAnotherKind) {

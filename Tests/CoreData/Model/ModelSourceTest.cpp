@@ -53,6 +53,19 @@ TEST(ModelSource, PrintsNumbersThatReadBackBitForBit) {
   }
 }
 
+TEST(ModelSource, PrintsOldNamesAndDefaultsOfEveryKind) {
+  auto source = ModelSource::parse(R"({"entities": {"A": {
+      "attributes": {"on": {"type": "boolean", "default": false}, "off": {"type": "boolean", "default": true}},
+      "relationships": {"next": {"toOne": "A", "renamedFrom": "after"}}}}})");
+  source.normalize();
+
+  auto again = ModelSource::parse(source.text());
+  again.normalize();
+
+  EXPECT_EQ(again, source);
+  EXPECT_EQ(again.entities[0].relationships[0].renamedFrom, "after");
+}
+
 TEST(ModelSource, LeavesOutWhatGoesWithoutSaying) {
   auto source = ModelSource::parse(R"({"entities": {"A": {"attributes": {
       "count": {"type": "scalar integer16", "default": 0}, "name": {"type": "text"}}}}})");
@@ -140,8 +153,10 @@ TEST(ModelSource, RefusesTypesThatThereAreNot) {
 TEST(ModelSource, RefusesDefaultsThatNoAttributeHas) {
   const std::string place = "entities.A.attributes.x.default";
 
-  EXPECT_EQ(attributeError(R"({"type": "text", "default": null})"),
-            at(place, "expected a number, a text, true or false"));
+  for (const auto* value : {"null", "{}", "[]"}) {
+    EXPECT_EQ(attributeError(R"({"type": "text", "default": )" + std::string(value) + "}"),
+              at(place, "expected a number, a text, true or false"));
+  }
   EXPECT_EQ(attributeError(R"({"type": "integer64", "default": 9223372036854775808})"),
             at(place, "the number is too large"));
 }

@@ -61,6 +61,14 @@ TEST_F(MappingChecksTest, PassWhatWasInferred) {
 TEST_F(MappingChecksTest, RefuseOtherModels) {
   EXPECT_EQ(refusalOf([&] { checkMapping(content_, *destination_, *destination_); }),
             "The mapping was made for other models.");
+  EXPECT_EQ(refusalOf([&] { checkMapping(content_, *source_, *source_); }),
+            "The mapping was made for other models.");
+}
+
+TEST_F(MappingChecksTest, RefuseMoreEntityMappingsThanAnyModelNeeds) {
+  content_.entityMappings.resize(4097, mapping("AddTag"));
+
+  EXPECT_EQ(refusal(), "The mapping holds more than 4096 entity mappings.");
 }
 
 TEST_F(MappingChecksTest, RefuseAMappingWithoutVersions) {
@@ -78,9 +86,15 @@ TEST_F(MappingChecksTest, RefuseNamesThatAreNoneOrThereTwice) {
 }
 
 TEST_F(MappingChecksTest, RefuseAPolicyThatIsNoClass) {
-  mapping("Images").policyClass = "no class";
-
-  EXPECT_THAT(refusal(), EndsWith("has a policy whose name is no name of a class."));
+  for (const std::string& name :
+       {std::string("no class"), std::string("no~class"), std::string(), std::string(257, 'a')}) {
+    mapping("Images").policyClass = name;
+    EXPECT_THAT(refusal(), EndsWith("has a policy whose name is no name of a class.")) << name;
+  }
+  for (const std::string& name : {std::string("DI_Image2Policy"), std::string(256, 'a')}) {
+    mapping("Images").policyClass = name;
+    EXPECT_EQ(refusal(), "");
+  }
 }
 
 TEST_F(MappingChecksTest, RefuseAMappingOfNothing) {
@@ -108,11 +122,20 @@ TEST_F(MappingChecksTest, RefuseTheHashOfAnotherVersion) {
 }
 
 TEST_F(MappingChecksTest, RefuseATypeThatTheEntitiesRuleOut) {
-  for (const auto type : {NSEntityMappingType::custom, NSEntityMappingType::remove,
-                          NSEntityMappingType::copy, NSEntityMappingType::transform}) {
-    mapping("AddTag").type = type;
-    EXPECT_THAT(refusal(), EndsWith("is not of the type that its entities say."));
-  }
+  using Type = NSEntityMappingType;
+  const auto refuse = [&](std::string_view name, std::initializer_list<Type> types) {
+    const Type own = mapping(name).type;
+    for (const auto type : types) {
+      mapping(name).type = type;
+      EXPECT_THAT(refusal(), EndsWith("is not of the type that its entities say.")) << name;
+    }
+    mapping(name).type = own;
+  };
+
+  refuse("AddTag", {Type::custom, Type::remove, Type::copy, Type::transform});
+  refuse("RemoveDraft", {Type::custom, Type::add, Type::copy, Type::transform});
+  refuse("EntryToEntry", {Type::custom, Type::add, Type::remove});
+  refuse("Images", {Type::add, Type::remove, Type::copy, Type::transform});
 }
 
 TEST_F(MappingChecksTest, RefuseACopyThatIsNone) {
@@ -140,7 +163,9 @@ TEST_F(MappingChecksTest, RefusePropertiesTwiceOrOutOfOrder) {
 
 TEST_F(MappingChecksTest, RefusePropertiesOfNoDestination) {
   set(mapping("RemoveDraft").attributes, "x", "1");
+  EXPECT_THAT(refusal(), EndsWith("has no destination to give properties to."));
 
+  std::swap(mapping("RemoveDraft").attributes, mapping("RemoveDraft").relationships);
   EXPECT_THAT(refusal(), EndsWith("has no destination to give properties to."));
 }
 
@@ -171,6 +196,7 @@ TEST_F(MappingChecksTest, RefuseConstantsOfAnotherType) {
 }
 
 TEST_F(MappingChecksTest, RefuseAbsentValuesForWhatIsMandatory) {
+  EXPECT_EQ(refusalOfAttribute("by", "null"), "");
   EXPECT_THAT(refusalOfAttribute("title", "null"), EndsWith("but it is mandatory."));
   EXPECT_THAT(refusalOfAttribute("title", "$source.title"),
               EndsWith("it is mandatory and that may be absent."));
@@ -187,6 +213,24 @@ TEST_F(MappingChecksTest, RefuseToLeaveOutWhatIsMandatory) {
   EXPECT_EQ(refusal(),
             "The entity mapping \"AuthorToAuthor\" gives no value to \"name\", which is "
             "mandatory.");
+}
+
+TEST(MappingChecks, RefuseToLeaveAMandatoryRelationshipEmpty) {
+  const auto model = modelOf(
+      R"("Page": {"relationships": {"book": {"toOne": "Book", "required": true}}}, "Book": {})");
+  auto content = inferredContent(*model, *model);
+  content.sourceVersion = content.destinationVersion = "Shelf";
+  const auto refusal = [&] { return refusalOf([&] { checkMapping(content, *model, *model); }); };
+  EXPECT_EQ(refusal(), "");
+  auto& pages =
+      *std::ranges::find(content.entityMappings, "PageToPage", &EntityMappingContent::name);
+  pages.type = NSEntityMappingType::transform;
+
+  pages.relationships.assign(1, {"book", MappingExpression::parse("null")});
+  EXPECT_THAT(refusal(), EndsWith("fills \"book\" with null, but it is mandatory."));
+
+  pages.relationships.clear();
+  EXPECT_THAT(refusal(), EndsWith("gives no value to \"book\", which is mandatory."));
 }
 
 TEST_F(MappingChecksTest, LeaveWhatIsMandatoryToAPolicy) {
@@ -221,6 +265,10 @@ TEST_F(MappingChecksTest, RefuseASourceWhereThereIsNone) {
 TEST_F(MappingChecksTest, RefuseCallsOfAPolicyThatIsNotThere) {
   EXPECT_THAT(refusalOfAttribute("by", "FUNCTION($entityPolicy, 'a')"),
               EndsWith("the mapping has no policy."));
+  std::erase_if(mapping("EntryToEntry").attributes,
+                [](const auto& property) { return property.name() == "by"; });
+  EXPECT_THAT(refusalOfRelationship("author", "FUNCTION($entityPolicy, 'a')"),
+              EndsWith("the mapping has no policy."));
 }
 
 TEST_F(MappingChecksTest, LookIntoTheArgumentsOfAPolicysCall) {
@@ -228,6 +276,9 @@ TEST_F(MappingChecksTest, LookIntoTheArgumentsOfAPolicysCall) {
       "FUNCTION($entityPolicy, 'a:b:c:', $manager, 1, FUNCTION($entityPolicy, 'd:', $source.x))");
 
   EXPECT_THAT(refusal(), EndsWith("\"Image\" has no \"x\"."));
+
+  set(mapping("Images").attributes, "data", "FUNCTION($entityPolicy, 'a:', $destination.file)");
+  EXPECT_THAT(refusal(), EndsWith("\"Image\" has no \"file\"."));
 }
 
 TEST_F(MappingChecksTest, RefuseAnAttributeFromTheManager) {
@@ -262,6 +313,11 @@ TEST_F(MappingChecksTest, HoldTheCallOfTheManagerAgainstTheOtherMappings) {
   EXPECT_THAT(refusalOfRelationship("author", instances("AuthorToAuthor", "image")),
               EndsWith("\"AuthorToAuthor\" is not given what it maps."));
   EXPECT_THAT(refusalOfRelationship("author", instances("AuthorToAuthor", "title")),
+              EndsWith("\"AuthorToAuthor\" is not given what it maps."));
+  EXPECT_THAT(refusalOfRelationship("author",
+                                    "FUNCTION($manager, "
+                                    "'destinationInstancesForEntityMappingNamed:sourceInstances:', "
+                                    "'AuthorToAuthor', 1)"),
               EndsWith("\"AuthorToAuthor\" is not given what it maps."));
   EXPECT_THAT(refusalOfRelationship("author", "FUNCTION($manager, 'find:', 1)"),
               EndsWith("the manager has no such call."));

@@ -43,6 +43,7 @@ TEST(MappingExpression, ReadsConstantsOfEveryKind) {
   EXPECT_EQ(constantOf("12").number()->kind(), NSNumber::Kind::integer);
   EXPECT_EQ(constantOf("12.0").number()->kind(), NSNumber::Kind::real);
   EXPECT_EQ(constantOf("-2.5e-3"), Value(-0.0025));
+  EXPECT_EQ(constantOf("\r25E+2"), Value(2500.0));
   EXPECT_EQ(constantOf("'blue'"), Value("blue"));
   EXPECT_EQ(constantOf(R"("it's")"), Value("it's"));
   EXPECT_EQ(constantOf(R"('a\'b\\c"d')"), Value(R"(a'b\c"d)"));
@@ -50,11 +51,11 @@ TEST(MappingExpression, ReadsConstantsOfEveryKind) {
 }
 
 TEST(MappingExpression, ReadsPathsOfKeysFromAVariable) {
-  const auto path = MappingExpression::parse("$source.checkin.date");
+  const auto path = MappingExpression::parse("$source.check_in.date");
 
   ASSERT_NE(path.keyPath(), nullptr);
   EXPECT_EQ(path.keyPath()->variable, Variable::source);
-  EXPECT_THAT(path.keyPath()->keys, ElementsAre("checkin", "date"));
+  EXPECT_THAT(path.keyPath()->keys, ElementsAre("check_in", "date"));
   EXPECT_EQ(path.constant(), nullptr);
   EXPECT_EQ(path.function(), nullptr);
 }
@@ -100,7 +101,9 @@ TEST(MappingExpression, TellsUnequalExpressionsApart) {
 
   EXPECT_EQ(call, MappingExpression::parse("FUNCTION($entityPolicy, \"a:\",$source.x)"));
   EXPECT_NE(call, MappingExpression::parse("FUNCTION($entityPolicy, 'a:', $source.y)"));
+  EXPECT_NE(call, MappingExpression::parse("FUNCTION($manager, 'a:', $source.x)"));
   EXPECT_NE(call, MappingExpression::parse("$source.x"));
+  EXPECT_NE(MappingExpression::parse("$source.x"), MappingExpression::parse("$destination.x"));
 }
 
 TEST(MappingExpression, NamesThePlaceOfAMistake) {
@@ -110,6 +113,8 @@ TEST(MappingExpression, NamesThePlaceOfAMistake) {
   EXPECT_THAT(refusalOfText(""),
               EndsWith("character 1: expected a constant, a variable or FUNCTION."));
   EXPECT_THAT(refusalOfText("none"),
+              EndsWith("character 1: expected a constant, a variable or FUNCTION."));
+  EXPECT_THAT(refusalOfText("~"),
               EndsWith("character 1: expected a constant, a variable or FUNCTION."));
   EXPECT_THAT(refusalOfText("1 2"), EndsWith("character 3: the expression ends before this."));
   EXPECT_THAT(refusalOfText("'a"), EndsWith("character 1: the text does not end."));

@@ -251,6 +251,20 @@ TEST(MappingInference, RefusesMandatoryRelationshipsThatNothingFills) {
   EXPECT_EQ(refusal(mandatory, mandatory), "");
 }
 
+TEST(MappingInference, RefusesAMandatoryToOneWhoseInverseKeepsOneOfMany) {
+  const auto model = [](const std::string& photos) {
+    return R"("Checkin": {"relationships": {"photos": {)" + photos +
+           R"(: "Photo", "inverse": "checkin", "required": true}}},
+              "Photo": {"relationships": {"checkin": {"toOne": "Checkin", "inverse": "photos",
+                                                      "required": true}}})";
+  };
+
+  EXPECT_THAT(
+      refusal(model(R"("toMany")"), model(R"("toOne")")),
+      HasSubstr("\"Photo.checkin\" is mandatory, but its inverse keeps one object of many"));
+  EXPECT_EQ(refusal(model(R"("toMany")"), model(R"("toMany")")), "");
+}
+
 TEST(MappingInference, RefusesInversesThatWereNotEachOthers) {
   const auto pair = [](const std::string& first, const std::string& second) {
     return R"("A": {"relationships": {"b": {"toOne": "B", "inverse": ")" + first +

@@ -46,6 +46,7 @@ TEST(MappingSource, WritesWhatReadsBackAsTheSame) {
       "image", MappingExpression::parse(R"(FUNCTION($manager, "a:", 'it\'s "\\"'))"));
 
   EXPECT_EQ(MappingSource::parse(source.text()), source);
+  source.entityMappings[0].infersRest = false;
   source.restPlace = 2;
   EXPECT_EQ(MappingSource::parse(source.text()), source);
   source.restPlace = std::nullopt;
@@ -60,6 +61,8 @@ TEST(MappingSource, NamesThePlaceOfAMistake) {
   EXPECT_EQ(refusal("[]"), start + "the top: expected an object in braces.");
   EXPECT_EQ(refusal("{}"), start + "source: expected the name of a version.");
   EXPECT_EQ(refusal(R"({"source": "1", "destination": "2"})"),
+            start + "entityMappings: expected a list in brackets.");
+  EXPECT_EQ(refusal(R"({"source": "1", "destination": "2", "entityMappings": {}})"),
             start + "entityMappings: expected a list in brackets.");
   EXPECT_EQ(
       refusal(R"({"rest": "inferred"})"),
@@ -94,8 +97,10 @@ TEST(MappingSource, KnowsTheRestInTwoPlacesAndOnlyOnce) {
               HasSubstr("entityMappings.2: the rest stands there twice"));
   EXPECT_THAT(refusal(listing(R"({"rest": "dropped"})")),
               HasSubstr("entityMappings.1.rest: expected \"inferred\""));
-  EXPECT_THAT(refusal(listing(R"({"destination": "A", "rest": "inferred"})")),
-              HasSubstr("nothing can be inferred without a source and a destination"));
+  for (const std::string side : {"source", "destination"}) {
+    EXPECT_THAT(refusal(listing("{\"" + side + R"(": "A", "rest": "inferred"})")),
+                HasSubstr("nothing can be inferred without a source and a destination"));
+  }
 }
 
 }  // namespace

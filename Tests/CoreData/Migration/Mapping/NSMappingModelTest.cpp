@@ -61,6 +61,7 @@ TEST_F(NSMappingModelFilesTest, FindsTheMappingBetweenTwoModels) {
 
   EXPECT_TRUE(NSMappingModel::from(files, *source_, *destination_));
   EXPECT_FALSE(NSMappingModel::from(files, *destination_, *source_));
+  EXPECT_FALSE(NSMappingModel::from(files, *source_, *source_));
   EXPECT_FALSE(NSMappingModel::from({}, *source_, *destination_));
 }
 

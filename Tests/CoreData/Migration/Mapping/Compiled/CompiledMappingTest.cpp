@@ -132,6 +132,11 @@ TEST(CompiledMapping, IsRefusedWithAReplacementThatIsNoConstant) {
             "The compiled file is damaged: it holds an expression that nobody printed.");
   EXPECT_EQ(refusalOfFile(withText(compiledForm(diary()), "\"nobody\"", "$manager")),
             "The compiled file is damaged: what stands in for an absent value is no constant.");
+  auto numbered = diary();
+  numbered.entityMappings.back().attributes.front() = {"by", MappingExpression::parse("$source.by"),
+                                                       1234};
+  EXPECT_EQ(refusalOfFile(withText(compiledForm(numbered), "1234", "null")),
+            "The compiled file is damaged: what stands in for an absent value is no constant.");
 }
 
 TEST(CompiledMapping, IsRefusedWithNamesThatAreNone) {

@@ -15,6 +15,7 @@ using MappingCompilerTest = MappingFilesTest;
 TEST_F(MappingCompilerTest, FindsTheModelsInADirectoryOrAmongFiles) {
   EXPECT_EQ(compile(), compile({path("Diary.json"), path("Models/Diary 2.json"),
                                 path("Models/Diary 1.json")}));
+  EXPECT_EQ(compile(), compile({path("Diary 1.json"), path("Models")}));
 }
 
 TEST_F(MappingCompilerTest, RefusesAVersionWithoutASource) {

@@ -94,7 +94,47 @@ TEST_F(MappingExpansionTest, SaysWhyTheRestCannotBeInferred) {
             "and mandatory and has no default.");
 }
 
+TEST_F(MappingExpansionTest, CallsNothingACopyThatIsNotCarriedOverAsItIs) {
+  const auto typeWith = [this](const std::string& title) {
+    const auto mapping = expanded(
+        MappingSource::parse(R"({"source": "Diary 1", "destination": "Diary 1", "entityMappings": [
+            {"source": "Entry", "destination": "Entry", "rest": "inferred", "attributes": {"title": )" +
+                             title + R"(}}, {"rest": "inferred"}]})"),
+        *source_, *source_);
+    return mapping.entityMappings.front().type;
+  };
+
+  EXPECT_EQ(typeWith(R"("$source.title")"), NSEntityMappingType::copy);
+  for (const char* other : {R"("'Diary'")", R"("$destination.title")", R"("$source.author.name")",
+                            R"({"value": "$source.title", "whenAbsent": "?"})"}) {
+    EXPECT_EQ(typeWith(other), NSEntityMappingType::transform) << other;
+  }
+}
+
+TEST_F(MappingExpansionTest, SetsAPairOfRelationshipsFromTheSideThatIsWritten) {
+  const auto relationshipsOf = [this](const std::string& name, const std::string& written) {
+    const auto mapping = expandList(
+        R"json({"source": "Image", "destination": "Image", "policy": "P", "rest": "inferred",
+                "attributes": {"id": "FUNCTION($entityPolicy, 'newIdentifier')"}},
+               {"source": "Author", "destination": "Author", "rest": "inferred"},
+               {"source": "Entry", "destination": "Entry", "rest": "inferred",
+                "relationships": {)json" +
+        written + R"(}}, {"rest": "inferred"})");
+    return lines(mapping->entityMapping(name)->relationshipMappings());
+  };
+
+  EXPECT_THAT(relationshipsOf("AuthorToAuthor", R"("author": "null")"), ElementsAre());
+  EXPECT_THAT(relationshipsOf("ImageToImage", R"("image": "null")"),
+              ElementsAre("entry <- " + instances("EntryToEntry", "entry")));
+}
+
 TEST_F(MappingExpansionTest, ChecksWhatComesOut) {
+  EXPECT_THAT(refusal(R"({"rest": "inferred"},
+                         {"source": "Image", "destination": "Image", "policy": "P"},
+                         {"source": "Entry", "destination": "Entry", "attributes": {"color": "1"}})"),
+              HasSubstr("stores no such attribute"));
+  EXPECT_THAT(refusal(R"({"source": "Draft", "attributes": {"x": "1"}})"),
+              HasSubstr("has no destination to give properties to"));
   EXPECT_THAT(refusal(R"({"source": "Draft"})"), HasSubstr("The mapping says nothing of"));
 }
 

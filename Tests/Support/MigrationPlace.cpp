@@ -23,7 +23,8 @@ using foundation::URL;
 
 namespace {
 constexpr std::string_view kProgramBundle = "com.tessaline.habits";
-}
+constexpr std::string_view kGroupWithoutContainer = "group.com.tessaline.nobody";
+}  // namespace
 
 MigrationPlace::MigrationPlace() : before_(foundation::Directories::current()) {
   foundation::Directories::set(
@@ -37,6 +38,12 @@ MigrationPlace::MigrationPlace() : before_(foundation::Directories::current()) {
 }
 
 MigrationPlace::~MigrationPlace() { foundation::Directories::set(*before_); }
+
+WithoutContainer::WithoutContainer() : group_(coredatastack::appGroupIdentifier()) {
+  coredatastack::setAppGroupIdentifier(std::string(kGroupWithoutContainer));
+}
+
+WithoutContainer::~WithoutContainer() { coredatastack::setAppGroupIdentifier(group_); }
 
 URL MigrationPlace::at(std::string_view name) const {
   return URL::fileURL((directory() / name).string());

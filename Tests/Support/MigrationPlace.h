@@ -37,6 +37,18 @@ class MigrationPlace {
   std::shared_ptr<const foundation::Directories> before_;
 };
 
+/// A process whose group has no container, while it lives.
+class WithoutContainer {
+ public:
+  WithoutContainer();
+  ~WithoutContainer();
+  WithoutContainer(const WithoutContainer&) = delete;
+  WithoutContainer& operator=(const WithoutContainer&) = delete;
+
+ private:
+  std::string group_;
+};
+
 /// A context on a private queue over the store at the URL, which is made when it is missing, of
 /// that version of the model; with history tracking, as the application opens it.
 [[nodiscard]] foundation::Ref<coredata::NSManagedObjectContext> contextOver(

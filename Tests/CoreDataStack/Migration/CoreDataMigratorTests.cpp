@@ -285,6 +285,28 @@ TEST_F(Migrator, CountsThePhotosThatAStepFoldsIntoTheStore) {
 
   EXPECT_EQ(coredatastack::spaceForStep(place_.storeURL(), earlier), 2 * store);
   EXPECT_EQ(coredatastack::spaceForStep(place_.storeURL(), last), 2 * store + 1500);
+  const support::WithoutContainer alone;
+  EXPECT_EQ(coredatastack::spaceForStep(place_.storeURL(), last), 2 * store);
+}
+
+TEST_F(Migrator, CountsNothingForAStoreThatIsNoFileHere) {
+  EXPECT_EQ(coredatastack::spaceOfStore(*URL::parse("https://example.org/Model.sqlite")), 0U);
+  EXPECT_EQ(coredatastack::spaceOfStore(place_.at("missing.sqlite")), 0U);
+}
+
+TEST_F(Migrator, MakesNoStoreOfOneThatIsMissing) {
+  migrator_.checkpointStore(place_.storeURL());
+
+  EXPECT_FALSE(std::filesystem::exists(*place_.storeURL().filePath()));
+}
+
+TEST_F(Migrator, NeedsNoContainerForAStoreWithoutPhotos) {
+  addStore(Version::version6);
+  const support::WithoutContainer alone;
+
+  migrator_.migrateStore(place_.storeURL(), Version::version7);
+
+  EXPECT_EQ(version(), Version::version7);
 }
 
 TEST_F(Migrator, DiscardsThePhotosFilesOnceTheStoreHasThem) {

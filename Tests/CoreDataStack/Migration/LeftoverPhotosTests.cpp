@@ -6,7 +6,10 @@
 #include <thread>
 
 #include "CoreData/SQLite/StoreClaim.h"
+#include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
 #include "CoreDataStack/SetAsidePhotos.h"
+#include "Tests/Support/ErrorCode.h"
+#include "Tests/Support/FaultyFileSystem.h"
 #include "Tests/Support/MigrationPlace.h"
 
 namespace {
@@ -64,6 +67,38 @@ TEST_F(LeftoverPhotos, OfAnotherStoreStay) {
   coredatastack::discardLeftoverPhotos(place_.at("Other.sqlite"));
 
   EXPECT_TRUE(others.exist());
+}
+
+TEST_F(LeftoverPhotos, StayWhenTheyCannotBeRemovedAndGoTheNextTime) {
+  addStore(CoreDataMigrationVersion::newest());
+  {
+    const support::FaultyFileSystem faults(support::FileFault::failOnce, 1, EIO,
+                                           support::bit(support::FileOperation::remove));
+    EXPECT_EQ(support::errorCode([&] { coredatastack::discardLeftoverPhotos(place_.storeURL()); }),
+              EIO);
+  }
+  EXPECT_TRUE(photos().exist());
+
+  coredatastack::discardLeftoverPhotos(place_.storeURL());
+
+  EXPECT_TRUE(std::filesystem::is_empty(place_.container()));
+}
+
+TEST_F(LeftoverPhotos, OfAStoreKnownByItsIdentifierGoOrStayAsThoseOfOneAtAURL) {
+  addStore(CoreDataMigrationVersion::newest());
+  const SetAsidePhotos leftover = photos();
+  const auto metadata = *coredatastack::storeMetadata(place_.storeURL());
+  const std::string identifier = *metadata.find(coredata::NSStoreUUIDKey)->second.text();
+  const auto discard = [&] { coredatastack::discardLeftoverPhotos(place_.storeURL(), identifier); };
+  {
+    const support::WithoutContainer alone;
+    discard();
+  }
+  EXPECT_TRUE(leftover.exist());
+
+  discard();
+
+  EXPECT_FALSE(leftover.exist());
 }
 
 TEST_F(LeftoverPhotos, AreNoneWithoutAStore) {

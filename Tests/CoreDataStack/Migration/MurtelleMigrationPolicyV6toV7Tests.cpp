@@ -9,13 +9,14 @@
 #include <filesystem>
 #include <functional>
 
+#include "CoreData/Migration/MigrationError.h"
 #include "CoreData/Migration/NSMigrationManager.h"
-#include "CoreDataStack/BuildIdentifiers.h"
 #include "CoreDataStack/CoreDataMigrationStep.h"
 #include "CoreDataStack/NSManagedObjectModel+Migration.h"
 #include "Foundation/Files/FileManager.h"
 #include "Foundation/Json/NSJSONSerialization.h"
 #include "Foundation/Values/Error.h"
+#include "Tests/Support/ErrorCode.h"
 #include "Tests/Support/MigrationPlace.h"
 
 namespace {
@@ -160,12 +161,12 @@ TEST_F(V6toV7, KeepsTheNamesWhereThereIsNoContainer) {
     made(context, "Photo");
   });
   place_.addPhotoFile("a/b.jpg", "B");
-  const std::string group = coredatastack::appGroupIdentifier();
-  coredatastack::setAppGroupIdentifier("group.com.tessaline.nobody");
 
-  migrate();
+  {
+    const support::WithoutContainer alone;
+    migrate();
+  }
 
-  coredatastack::setAppGroupIdentifier(group);
   look([](NSManagedObjectContext& context) {
     EXPECT_EQ(allObjects(context, "Photo").at(0)->valueForKey("data"),
               Value(dataOf(R"({"filename":"a\/b.jpg"})")));
@@ -277,6 +278,22 @@ TEST(TransformStringToData, PrintsTheErrorAndGivesNothingForWhatJSONCannotSay) {
   EXPECT_EQ(MurtelleMigrationPolicyV6toV7::transformStringToData("\xFF"), std::nullopt);
 
   EXPECT_NE(testing::internal::GetCapturedStdout().find("NSCocoaErrorDomain"), std::string::npos);
+}
+
+TEST(TransformStringToData, IsAllThatThePolicyCanBeAskedFor) {
+  const auto policy = foundation::make<MurtelleMigrationPolicyV6toV7>();
+  const auto ask = [&](std::string_view selector, const std::vector<Value>& arguments) {
+    return support::errorCode([&] { static_cast<void>(policy->perform(selector, arguments)); });
+  };
+  constexpr const char* kSelector = "transformStringToData:";
+
+  EXPECT_EQ(policy->perform(kSelector, std::vector<Value>{"a.jpg"}),
+            Value(dataOf(R"({"filename":"a.jpg"})")));
+  EXPECT_EQ(policy->perform(kSelector, std::vector<Value>{Value()}),
+            Value(dataOf(R"({"filename":""})")));
+  const auto unknown = support::number(coredata::MigrationErrorCode::unknownFunction);
+  EXPECT_EQ(ask(kSelector, {}), unknown);
+  EXPECT_EQ(ask("transformDataToString:", {"a.jpg"}), unknown);
 }
 
 // Photos whose bytes are no reference to a file, as a mapping model of another make may leave them.

@@ -127,6 +127,18 @@ TEST_F(SetAside, NeverOverwritesWhatCameInItsPlace) {
   EXPECT_TRUE(has("photos-of-ONE/photo/a.jpg"));
 }
 
+TEST_F(SetAside, NeverPutsADirectoryInThePlaceOfAFile) {
+  place_.addPhotoFile("trip/a.jpg", "old");
+  photosOf("ONE").setAside({"trip/a.jpg"});
+  std::filesystem::remove(place_.container() / "photo" / "trip");
+  place_.addPhotoFile("trip", "new");
+
+  photosOf("ONE").putBack();
+
+  EXPECT_TRUE(std::filesystem::is_regular_file(place_.container() / "photo" / "trip"));
+  EXPECT_TRUE(has("photos-of-ONE/photo/trip/a.jpg"));
+}
+
 TEST_F(SetAside, IsNothingToPutBackOrDiscard) {
   photosOf("ONE").putBack();
   photosOf("ONE").discard();
@@ -149,6 +161,8 @@ TEST_F(SetAside, BelongsToTheIdentifierOfTheStoreAtAURL) {
 
   EXPECT_TRUE(has("photos-of-" + identifier + "/photo/a.jpg"));
   EXPECT_FALSE(SetAsidePhotos::ofStore(place_.at("no such store")));
+  const support::WithoutContainer alone;
+  EXPECT_FALSE(SetAsidePhotos::ofStore(place_.storeURL()));
 }
 
 }  // namespace

@@ -125,6 +125,9 @@ TEST_F(CloudBackups, NeedAStatusThatIsAText) {
 
 TEST_F(CloudBackups, NeedAURL) {
   cloud_->add(make<NSMetadataItem>(ValueDictionary{
+      {std::string(foundation::NSMetadataItemFSNameKey), "Backups"},
+      {std::string(foundation::NSMetadataUbiquitousItemDownloadingStatusKey), "here"}}));
+  cloud_->add(make<NSMetadataItem>(ValueDictionary{
       {std::string(foundation::NSMetadataItemFSNameKey), "2023.sqlite"},
       {std::string(foundation::NSMetadataUbiquitousItemDownloadingStatusKey), "here"},
       {std::string(foundation::NSMetadataItemURLKey), "file:///cloud/Backups/2023.sqlite"}}));

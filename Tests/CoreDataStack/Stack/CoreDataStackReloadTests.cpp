@@ -102,4 +102,18 @@ TEST_F(CoreDataStackReload, ShowsARestoredBackup) {
   EXPECT_EQ(titles(*made->managedObjectContext()), Texts{"second"});
 }
 
+TEST_F(CoreDataStackReload, ShowsABackupWhoseRestoreNobodyWaitsFor) {
+  addStore(Version::version7, "first");
+  const auto made = setUp();
+  addSecondStore();
+  const foundation::Data backup =
+      foundation::FileManager::defaultManager().contents(*place_.at("Second.sqlite").filePath());
+
+  made->restoreFromDropbox(backup, {});
+  made->restoreFromDropbox(foundation::Data(std::vector<std::uint8_t>{1, 2, 3}), {});
+  made->reload(configuration());
+
+  EXPECT_EQ(titles(*made->managedObjectContext()), Texts{"second"});
+}
+
 }  // namespace

@@ -256,6 +256,15 @@ TEST_F(CoreDataStackSetup, OpensAStoreOfEachStage) {
   }
 }
 
+TEST_F(CoreDataStackSetup, LeavesAStoreOfTheNewestVersionToAStageThatMigratesByItself) {
+  addStore(Version::version7, "kept");
+
+  const auto made = setUp(Stage::temp);
+
+  EXPECT_EQ(whatHappened(), std::vector<std::string>{"success(false)"});
+  EXPECT_EQ(titles(*made->managedObjectContext()), std::vector<std::string>{"kept"});
+}
+
 /// Every place that must not be emptied, as setup meets it: an old store that a migration would
 /// begin with.
 class CoreDataStackSetupGuards : public support::StackPlace {

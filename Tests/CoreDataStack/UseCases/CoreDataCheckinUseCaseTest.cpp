@@ -118,5 +118,13 @@ TEST_F(CoreDataCheckinUseCaseTest, ListsNothingFromCheckinsThatHaveNoActivities)
   EXPECT_TRUE(checkins.lastCheckins(std::nullopt).empty());
 }
 
+TEST_F(CoreDataCheckinUseCaseTest, ThrowsWhereNobodyKnowsCheckins) {
+  const auto container = make<coredata::NSPersistentContainer>(
+      "Nothing", coredata::modelFromSource(R"({"entities": {}})"));
+  CoreDataCheckinUseCase checkins(nullptr, container->viewContext());
+
+  EXPECT_THROW(static_cast<void>(checkins.lastCheckins(std::nullopt)), foundation::Error);
+}
+
 }  // namespace
 }  // namespace coredatastack

@@ -41,9 +41,8 @@ std::optional<Version> CoreDataMigrationVersion::storeVersion(
 }
 
 std::optional<Version> CoreDataMigrationVersion::next() const noexcept {
-  const auto* const found = std::ranges::find(kAllCases, *this);
-  const bool isLast = found == std::end(kAllCases) || found + 1 == std::end(kAllCases);
-  return isLast ? std::nullopt : std::optional(found[1]);
+  const auto* const following = std::ranges::find(kAllCases, *this) + 1;
+  return following == std::end(kAllCases) ? std::nullopt : std::optional(*following);
 }
 
 }  // namespace coredatastack

@@ -77,8 +77,7 @@ std::optional<std::string> filenameIn(const Data& text) {
 }
 
 std::optional<std::int64_t> integer16(const Value& value) {
-  if (value.number() == nullptr || value.number()->isReal()) return std::nullopt;
-  return value.number()->int64Value();
+  return value.number() == nullptr ? std::nullopt : value.number()->exactInt64();
 }
 
 Ref<NSManagedObject> migratedActivity(NSMigrationManager& manager,

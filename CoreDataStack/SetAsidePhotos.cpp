@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "CoreData/Model/NSManagedObjectModel.h"
 #include "CoreData/SQLite/StoreFile.h"
+#include "CoreData/SQLite/StoreMetadata.h"
 #include "CoreDataStack/BuildIdentifiers.h"
 #include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
 #include "CoreDataStack/PhotoDirectories.h"
@@ -66,9 +66,9 @@ std::optional<SetAsidePhotos> SetAsidePhotos::ofStore(const URL& store) {
   const auto container = files().containerURL(appGroupIdentifier());
   const auto metadata = storeMetadata(store);
   if (!container || !metadata) return std::nullopt;
-  const auto identifier = metadata->find(coredata::NSStoreUUIDKey);
-  if (identifier == metadata->end() || identifier->second.text() == nullptr) return std::nullopt;
-  return SetAsidePhotos(*container, *identifier->second.text());
+  const auto identifier = coredata::storeIdentifier(*metadata);
+  return identifier ? std::optional(SetAsidePhotos(*container, identifier->uuidString()))
+                    : std::nullopt;
 }
 
 SetAsidePhotos::SetAsidePhotos(const URL& container, std::string_view storeIdentifier)

@@ -43,9 +43,7 @@ class DuplicateGuard {
   /// Where the parser is.
   [[nodiscard]] SourcePlace place() const {
     auto place = top_;
-    for (const auto& object : open_) {
-      if (!object.latest.empty()) place = place / object.latest;
-    }
+    for (const auto& object : open_) place = place / object.latest;
     return place;
   }
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "CoreData/SQLite/Query/PredicateCompiler.h"
@@ -10,58 +12,43 @@ using foundation::ExpressionNode;
 
 namespace {
 
-ComparisonOperator mirrored(ComparisonOperator comparison) noexcept {
-  switch (comparison) {
-    case ComparisonOperator::less:
-      return ComparisonOperator::greater;
-    case ComparisonOperator::lessOrEqual:
-      return ComparisonOperator::greaterOrEqual;
-    case ComparisonOperator::greater:
-      return ComparisonOperator::less;
-    case ComparisonOperator::greaterOrEqual:
-      return ComparisonOperator::lessOrEqual;
-    case ComparisonOperator::equal:
-    case ComparisonOperator::notEqual:
-    case ComparisonOperator::beginsWith:
-    case ComparisonOperator::endsWith:
-    case ComparisonOperator::contains:
-    case ComparisonOperator::like:
-    case ComparisonOperator::in:
-    case ComparisonOperator::between:
-      break;
-  }
-  return comparison;
+/// What there is to know of a comparison by order.
+struct Ordering {
+  ComparisonOperator comparison;
+  /// The same with its sides exchanged.
+  ComparisonOperator mirrored;
+  std::string_view symbol;
+  /// Where a bound that lies between two doubles has to go, so that no double changes sides.
+  QueryParameter::Role roleOfBound;
+};
+constexpr std::array kOrderings = {
+    Ordering{ComparisonOperator::less, ComparisonOperator::greater, " < ",
+             QueryParameter::Role::roundedUp},
+    Ordering{ComparisonOperator::lessOrEqual, ComparisonOperator::greaterOrEqual,
+             " <= ", QueryParameter::Role::roundedDown},
+    Ordering{ComparisonOperator::greater, ComparisonOperator::less, " > ",
+             QueryParameter::Role::roundedDown},
+    Ordering{ComparisonOperator::greaterOrEqual, ComparisonOperator::lessOrEqual,
+             " >= ", QueryParameter::Role::roundedUp},
+};
+
+const Ordering& orderingOf(ComparisonOperator comparison) noexcept {
+  return *std::ranges::find(kOrderings, comparison, &Ordering::comparison);
 }
 
-std::string_view symbol(ComparisonOperator ordering) noexcept {
-  switch (ordering) {
-    case ComparisonOperator::less:
-      return " < ";
-    case ComparisonOperator::lessOrEqual:
-      return " <= ";
-    case ComparisonOperator::greater:
-      return " > ";
-    case ComparisonOperator::greaterOrEqual:
-      return " >= ";
-    case ComparisonOperator::equal:
-    case ComparisonOperator::notEqual:
-    case ComparisonOperator::beginsWith:
-    case ComparisonOperator::endsWith:
-    case ComparisonOperator::contains:
-    case ComparisonOperator::like:
-    case ComparisonOperator::in:
-    case ComparisonOperator::between:
-      break;
-  }
-  return " = ";
-}
-
-/// Where a bound that lies between two doubles has to go, so that no double changes sides.
-QueryParameter::Role roleOf(ComparisonOperator ordering) noexcept {
-  const bool roundsUp =
-      ordering == ComparisonOperator::less || ordering == ComparisonOperator::greaterOrEqual;
-  return roundsUp ? QueryParameter::Role::roundedUp : QueryParameter::Role::roundedDown;
-}
+/// The SQL functions that compare texts, as they are and without regard to case and marks.
+struct TextFunction {
+  ComparisonOperator comparison;
+  const char* exact;
+  const char* folded;
+};
+constexpr std::array kTextFunctions = {
+    TextFunction{ComparisonOperator::equal, "text_equals", "text_equals_folded"},
+    TextFunction{ComparisonOperator::beginsWith, "text_begins", "text_begins_folded"},
+    TextFunction{ComparisonOperator::endsWith, "text_ends", "text_ends_folded"},
+    TextFunction{ComparisonOperator::contains, "text_contains", "text_contains_folded"},
+    TextFunction{ComparisonOperator::like, "text_like", "text_like_folded"},
+};
 
 bool isAbsentLiteral(const ExpressionNode& expression) noexcept {
   return expression.kind == ExpressionNode::Kind::literal && expression.literal.isNone();
@@ -131,15 +118,16 @@ SqlCondition PredicateCompiler::ordered(Comparison comparison, const Side& left,
   if (left.constant != nullptr && right.constant != nullptr) {
     return constantTest(comparison, left, right, Option::exact, wanted);
   }
-  if (left.constant != nullptr) return ordered(mirrored(comparison), right, left, wanted);
+  const Ordering& ordering = orderingOf(comparison);
+  if (left.constant != nullptr) return ordered(ordering.mirrored, right, left, wanted);
   if (!isOrdered(left.type)) return always(!wanted);
   if (right.constant == nullptr) {
     if (!areComparable(left.type, right.type)) return always(!wanted);
-    return holds({left.sql + std::string(symbol(comparison)) + right.sql}, wanted);
+    return holds({left.sql + std::string(ordering.symbol) + right.sql}, wanted);
   }
   if (isAbsentLiteral(*right.constant)) return always(!wanted);
   return holds(
-      {left.sql + std::string(symbol(comparison)) + parameter(right, left, roleOf(comparison))},
+      {left.sql + std::string(ordering.symbol) + parameter(right, left, ordering.roleOfBound)},
       wanted);
 }
 
@@ -201,27 +189,9 @@ SqlCondition PredicateCompiler::prefixRange(const Side& column, const Side& pref
 }
 
 const char* textFunction(ComparisonOperator comparison, foundation::TextOption option) noexcept {
-  const bool isExact = option == foundation::TextOption::exact;
-  switch (comparison) {
-    case ComparisonOperator::beginsWith:
-      return isExact ? "text_begins" : "text_begins_folded";
-    case ComparisonOperator::endsWith:
-      return isExact ? "text_ends" : "text_ends_folded";
-    case ComparisonOperator::contains:
-      return isExact ? "text_contains" : "text_contains_folded";
-    case ComparisonOperator::like:
-      return isExact ? "text_like" : "text_like_folded";
-    case ComparisonOperator::equal:
-    case ComparisonOperator::notEqual:
-    case ComparisonOperator::less:
-    case ComparisonOperator::lessOrEqual:
-    case ComparisonOperator::greater:
-    case ComparisonOperator::greaterOrEqual:
-    case ComparisonOperator::in:
-    case ComparisonOperator::between:
-      break;
-  }
-  return isExact ? "text_equals" : "text_equals_folded";
+  const TextFunction& function =
+      *std::ranges::find(kTextFunctions, comparison, &TextFunction::comparison);
+  return option == foundation::TextOption::exact ? function.exact : function.folded;
 }
 
 }  // namespace coredata

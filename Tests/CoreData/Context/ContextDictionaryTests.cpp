@@ -181,4 +181,127 @@ TEST_F(ContextDictionaries, RefuseUnknownKeysAndEntities) {
             number(FetchErrorCode::unknownEntity));
 }
 
+/// Two plants with a value of every kind, the first one's before the second one's in each order.
+class ContextDictionariesOfEveryKind : public ContextDictionaries {
+ protected:
+  static inline const std::vector<const char*> kKeys = {"name",    "height", "cells", "evergreen",
+                                                        "planted", "photo",  "code",  "bed"};
+  static constexpr const char* kCodes[] = {"11111111-1111-4111-8111-111111111111",
+                                           "22222222-2222-4222-8222-222222222222"};
+
+  void SetUp() override {
+    context->performBlockAndWait([&] {
+      for (const std::size_t i : {0, 1}) {
+        beds[i] = make<Bed>(*context);
+        auto made = make<Plant>(*context);
+        made->setName(i == 0 ? "ash" : "elm");
+        made->setHeight(static_cast<double>(i) - 0.5);
+        made->setCells(static_cast<std::int64_t>(i) - 1);
+        made->setEvergreen(i == 1);
+        made->setPlanted(day(i));
+        made->setPhoto(foundation::Data::fromText(i == 0 ? "" : "leaf"));
+        made->setCode(*foundation::UUID::fromString(kCodes[i]));
+        made->setBed(beds[i]);
+      }
+      context->save();
+    });
+  }
+  static foundation::Date day(std::size_t i) {
+    return foundation::Date::fromReference(7e8 + static_cast<double>(i));
+  }
+  static std::vector<FetchProperty> shown() { return {kKeys.begin(), kKeys.end()}; }
+
+  Ref<Bed> beds[2];
+};
+
+TEST_F(ContextDictionariesOfEveryKind, GiveThemAsTheObjectsDo) {
+  auto wanted = request(shown());
+  wanted.setSortDescriptors({NSSortDescriptor("name", true)});
+
+  const DictionaryRows found = rows(wanted);
+
+  ASSERT_EQ(found.size(), 2U);
+  const auto value = [&](std::size_t row, const char* key) {
+    return found.value(row, found.column(key));
+  };
+  for (const std::size_t i : {0, 1}) {
+    EXPECT_EQ(value(i, "name"), Value(i == 0 ? "ash" : "elm"));
+    EXPECT_EQ(value(i, "height"), Value(static_cast<double>(i) - 0.5));
+    EXPECT_EQ(value(i, "cells"), Value(static_cast<std::int64_t>(i) - 1));
+    EXPECT_EQ(value(i, "evergreen"), Value(static_cast<std::int64_t>(i)));
+    EXPECT_EQ(value(i, "planted"), Value(day(i)));
+    EXPECT_EQ(value(i, "photo"), Value(foundation::Data::fromText(i == 0 ? "" : "leaf")));
+    EXPECT_EQ(value(i, "code"), Value(*foundation::UUID::fromString(kCodes[i])));
+    EXPECT_EQ(value(i, "bed"), Value(beds[i]->objectID()->key()));
+  }
+}
+
+TEST_F(ContextDictionariesOfEveryKind, GiveNothingAsAKindThatAValueIsNot) {
+  const DictionaryRows found = rows(request(shown()));
+  const std::size_t name = found.column("name");
+  const std::size_t height = found.column("height");
+
+  EXPECT_EQ(found.integer(0, name), 0);
+  EXPECT_EQ(found.real(0, name), 0.0);
+  EXPECT_EQ(found.reference(0, name), coredata::kNoObject);
+  EXPECT_EQ(found.text(0, height), "");
+  EXPECT_EQ(found.column("weight"), DictionaryRows::kNoColumn);
+  EXPECT_EQ(found.real(1, found.column("planted")), day(1).timeIntervalSinceReferenceDate());
+}
+
+TEST_F(ContextDictionariesOfEveryKind, AreSortedByEach) {
+  for (const char* key : kKeys) {
+    for (const bool isAscending : {true, false}) {
+      auto wanted = request(shown());
+      wanted.setSortDescriptors({NSSortDescriptor(key, isAscending)});
+
+      const DictionaryRows found = rows(wanted);
+
+      ASSERT_EQ(found.size(), 2U) << key;
+      EXPECT_EQ(found.text(0, found.column("name")), isAscending ? "ash" : "elm") << key;
+    }
+  }
+}
+
+TEST_F(ContextDictionaries, AreSortedByWhatTheyDoNotShow) {
+  auto wanted = request({"name"});
+  wanted.setSortDescriptors({NSSortDescriptor("height", false)});
+
+  const DictionaryRows found = rows(wanted);
+
+  ASSERT_EQ(found.size(), 5U);
+  EXPECT_EQ(found.text(0, 0), "elm");
+  EXPECT_EQ(found.text(4, 0), "ash");
+}
+
+TEST_F(ContextDictionaries, TakeNoExpressionForAnother) {
+  const auto only = [this](const FetchProperty& property) {
+    return rows(request({property})).value(0, 0);
+  };
+
+  EXPECT_EQ(only(total()), Value(31.0));
+  EXPECT_EQ(only(total()), Value(31.0));
+  EXPECT_EQ(only(computed("total", "max:", "height")), Value(16.0));
+  const Value whole = only(computed("total", "sum:", "height", NSAttributeType::integer64));
+  EXPECT_EQ(whole, Value(31));
+  EXPECT_FALSE(whole.number()->isReal());
+  EXPECT_EQ(rows(request({"name"})).size(), 5U);
+}
+
+TEST_F(ContextDictionaries, AreEachThereOnceWhenTheyAreToBeDistinct) {
+  auto wanted = request({"name"});
+  wanted.setReturnsDistinctResults(true);
+  wanted.setSortDescriptors({NSSortDescriptor("name", false)});
+
+  const DictionaryRows found = rows(wanted);
+
+  ASSERT_EQ(found.size(), 3U);
+  EXPECT_EQ(found.text(0, 0), "elm");
+  EXPECT_EQ(found.text(1, 0), "ash");
+  EXPECT_TRUE(found.value(2, 0).isNone());
+  auto grouped = request({"name", total()}, {"name"});
+  grouped.setReturnsDistinctResults(true);
+  EXPECT_EQ(rows(grouped).size(), 3U);
+}
+
 }  // namespace

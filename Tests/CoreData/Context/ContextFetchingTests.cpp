@@ -9,6 +9,7 @@ using foundation::make;
 using foundation::NSPredicate;
 using foundation::NSSortDescriptor;
 using foundation::Ref;
+using foundation::Value;
 using garden::Bed;
 using garden::Plant;
 
@@ -389,6 +390,158 @@ TEST_F(ContextFetching, FindsNothingByAnObjectOfAnotherStore) {
     EXPECT_EQ(names(request), Names{});
     plant("unsaved", 1)->setBed(bed);
     EXPECT_EQ(names(request), Names{});
+  });
+}
+
+/// Three plants with a value of every kind, in each order as their names are. The middle one is
+/// saved, the others are not.
+class ContextFetchingOfEveryKind : public ContextFetching {
+ protected:
+  static inline const std::vector<const char*> kKeys = {
+      "name", "height", "cells", "planted", "photo", "code", "bed", "latitude", "bed.rank"};
+  static constexpr const char* kCodes[] = {"11111111-1111-4111-8111-111111111111",
+                                           "22222222-2222-4222-8222-222222222222",
+                                           "33333333-3333-4333-8333-333333333333"};
+
+  void SetUp() override {
+    context->performBlockAndWait([&] {
+      for (std::size_t i = 0; i < 3; ++i) {
+        beds[i] = make<Bed>(*context);
+        beds[i]->setRank(static_cast<std::int16_t>(i));
+      }
+      context->save();
+      grow(1);
+      context->save();
+      grow(2);
+      grow(0);
+    });
+  }
+  void grow(std::size_t i) {
+    plants[i] = plant(kNames[i], static_cast<double>(i) - 1.5);
+    plants[i]->setCells(static_cast<std::int64_t>(i) - 1);
+    plants[i]->setPlanted(day(i));
+    plants[i]->setPhoto(photo(i));
+    plants[i]->setCode(*foundation::UUID::fromString(kCodes[i]));
+    plants[i]->setLatitude(foundation::NSNumber(static_cast<double>(i)));
+    plants[i]->setBed(beds[i]);
+  }
+  static foundation::Date day(std::size_t i) {
+    return foundation::Date::fromReference(7e8 + static_cast<double>(i));
+  }
+  static foundation::Data photo(std::size_t i) {
+    return foundation::Data::fromText(std::string(i, 'x'));
+  }
+  /// The names of the plants that the format finds with each of the arguments, "-" between them.
+  template <typename Argument>
+  Names found(const char* format, Argument&& argument) {
+    Names result;
+    for (std::size_t i = 0; i < 3; ++i) {
+      auto request = Plant::fetchRequest();
+      request.setPredicate(NSPredicate::format(format, argument(i)));
+      request.setSortDescriptors({NSSortDescriptor("name", true)});
+      for (const std::string& name : names(request)) result.push_back(name);
+      result.emplace_back("-");
+    }
+    return result;
+  }
+
+  static constexpr const char* kNames[] = {"a", "b", "c"};
+  Ref<Bed> beds[3];
+  Ref<Plant> plants[3];
+};
+
+TEST_F(ContextFetchingOfEveryKind, SortsSavedAndUnsavedOnesByEach) {
+  context->performBlockAndWait([&] {
+    for (const bool areSaved : {false, true}) {
+      if (areSaved) context->save();
+      for (const char* key : kKeys) {
+        auto request = Plant::fetchRequest();
+        request.setSortDescriptors({NSSortDescriptor(key, true)});
+        EXPECT_EQ(names(request), (Names{"a", "b", "c"})) << key;
+        request.setSortDescriptors({NSSortDescriptor(key, false)});
+        EXPECT_EQ(names(request), (Names{"c", "b", "a"})) << key;
+      }
+    }
+  });
+}
+
+TEST_F(ContextFetchingOfEveryKind, FindsSavedAndUnsavedOnesByEach) {
+  const Names each = {"a", "-", "b", "-", "c", "-"};
+  const auto code = [](std::size_t i) { return *foundation::UUID::fromString(kCodes[i]); };
+  context->performBlockAndWait([&] {
+    for (const bool areSaved : {false, true}) {
+      if (areSaved) context->save();
+      EXPECT_EQ(found("planted = %@", day), each);
+      EXPECT_EQ(found("photo = %@", photo), each);
+      EXPECT_EQ(found("code = %@", code), each);
+      EXPECT_EQ(found("bed = %@", [this](std::size_t i) { return beds[i]; }), each);
+      EXPECT_EQ(found("bed.rank = %d", [](std::size_t i) { return static_cast<int>(i); }), each);
+    }
+  });
+}
+
+TEST_F(ContextFetchingOfEveryKind, FindsSavedAndUnsavedOnesInListsOfEach) {
+  const Names last = {"c", "-", "b", "c", "-", "a", "b", "c", "-"};
+  /// The last one, the last two, and all.
+  const auto lists = [](auto value) {
+    return [value](std::size_t count) {
+      foundation::ValueList list;
+      for (std::size_t i = 0; i <= count; ++i) list.emplace_back(value(2 - i));
+      return Value(list);
+    };
+  };
+  context->performBlockAndWait([&] {
+    for (const bool areSaved : {false, true}) {
+      if (areSaved) context->save();
+      EXPECT_EQ(found("planted IN %@", lists(day)), last);
+      EXPECT_EQ(found("photo IN %@", lists(photo)), last);
+      EXPECT_EQ(found("code IN %@", lists([](std::size_t i) {
+                        return *foundation::UUID::fromString(kCodes[i]);
+                      })),
+                last);
+      EXPECT_EQ(found("bed IN %@", lists([this](std::size_t i) { return beds[i]; })), last);
+      EXPECT_EQ(
+          found("height IN %@", lists([](std::size_t i) { return static_cast<double>(i) - 1.5; })),
+          last);
+    }
+  });
+}
+
+TEST_F(ContextFetching, LooksThroughToManysOfDirtyObjectsAsItDoesInTheStore) {
+  context->performBlockAndWait([&] {
+    const auto bed = make<Bed>(*context);
+    const auto other = make<Bed>(*context);
+    const auto ash = plant("ash", 1);
+    const auto elm = plant("elm", 2);
+    const auto fir = plant("fir", 3);
+    ash->setBed(bed);
+    elm->setBed(bed);
+    fir->setBed(other);
+    const auto label = make<garden::Label>(*context);
+    label->setText_("old");
+    label->setPlant(elm);
+    context->save();
+    const auto finds = [&](const NSPredicate& predicate) {
+      auto request = Bed::fetchRequest();
+      request.setPredicate(predicate);
+      const auto beds = context->fetch(request);
+      return beds.size() == 1 && beds.first() == bed;
+    };
+    for (const bool isDirty : {false, true}) {
+      if (isDirty) {
+        bed->setRank(7);
+        other->setRank(8);
+      }
+      EXPECT_TRUE(finds(NSPredicate::format("ANY plants.name = %@", "elm"))) << isDirty;
+      EXPECT_TRUE(finds(NSPredicate::format("ANY plants.label.text = %@", "old"))) << isDirty;
+      EXPECT_TRUE(finds(NSPredicate::format("ANY plants = %@", ash))) << isDirty;
+      EXPECT_TRUE(finds(NSPredicate::format("plants.@count = %d", 2))) << isDirty;
+      EXPECT_TRUE(
+          finds(NSPredicate::format("SUBQUERY(plants, $p, $p.name BEGINSWITH %@).@count = 1", "e")))
+          << isDirty;
+      EXPECT_FALSE(finds(NSPredicate::format("ANY plants.name = %@", "oak"))) << isDirty;
+      EXPECT_FALSE(finds(NSPredicate::format("ANY plants.label.text = %@", "new"))) << isDirty;
+    }
   });
 }
 

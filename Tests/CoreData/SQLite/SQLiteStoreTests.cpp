@@ -8,6 +8,7 @@
 #include "CoreData/Model/ModelBuilder.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreMetadata.h"
+#include "CoreData/SQLite/StorePragmas.h"
 #include "CoreData/SQLite/StoreVFS.h"
 #include "Tests/CoreData/SQLite/StoreFixture.h"
 #include "Tests/Support/FaultVFS.h"
@@ -352,6 +353,19 @@ TEST(SQLiteStore, OpenedForReadingMakesNoFile) {
   EXPECT_EQ(shelf::errorCode([&] { static_cast<void>(file.open(options)); }),
             code(StoreErrorCode::missing));
   EXPECT_FALSE(std::filesystem::exists(file.path()));
+}
+
+TEST(SQLiteStore, TakesPragmasInAnyCaseAndMakesCommitsSure) {
+  using Pragmas = std::map<std::string, std::string>;
+
+  EXPECT_EQ(coredata::checkedPragmas({{"Cache_Size", "-2000"}, {"temp_store", "memory"}}),
+            (Pragmas{{"cache_size", "-2000"}, {"temp_store", "MEMORY"}}));
+  EXPECT_EQ(coredata::checkedPragmas({{"secure_delete", "fast"}, {"synchronous", "normal"}}),
+            (Pragmas{{"secure_delete", "FAST"}, {"synchronous", "NORMAL"}}));
+  for (const char* full : {"full", "2", "extra"}) {
+    EXPECT_EQ(coredata::checkedPragmas({{"synchronous", full}}),
+              (Pragmas{{"synchronous", "EXTRA"}}));
+  }
 }
 
 TEST(SQLiteStore, RefusesPragmasThatAreNotOnTheList) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreOpening.h"
 #include "Tests/CoreData/SQLite/StoreFixture.h"
 
@@ -45,6 +46,54 @@ TEST_F(StoreIdentifier, IsNotBelievedWithoutItsChecksum) {
                "WHERE key='NSStoreUUID'");
 
   EXPECT_EQ(found(), std::nullopt);
+}
+
+TEST_F(StoreIdentifier, IsNoneInMetadataThatHasNoneOrSomethingElseThere) {
+  EXPECT_EQ(coredata::storeIdentifier({}), std::nullopt);
+  const std::string key(coredata::NSStoreUUIDKey);
+  EXPECT_EQ(coredata::storeIdentifier({{key, 7}}), std::nullopt);
+  EXPECT_EQ(coredata::storeIdentifier({{key, "seven"}}), std::nullopt);
+  EXPECT_EQ(coredata::storeIdentifier({{key, identifier_.uuidString()}}), identifier_);
+}
+
+TEST_F(StoreIdentifier, IsNotReadFromATextTooShortForOne) {
+  shelf::query(file_.path(), "UPDATE _metadata SET value='0' WHERE key='NSStoreUUID'");
+
+  EXPECT_EQ(found(), std::nullopt);
+}
+
+TEST(StoreMetadata, OfTheProgramKeepsApartFromWhatTheStoreSaysOfItself) {
+  const auto code = support::number(coredata::StoreErrorCode::invalidMetadata);
+  for (const char* key : {"", "_checksum", "_"}) {
+    EXPECT_EQ(support::errorCode([&] {
+                static_cast<void>(coredata::mergedMetadata({{key, 1}}, {}));
+              }),
+              code)
+        << key;
+  }
+  const std::string type(coredata::NSStoreTypeKey);
+  const auto merged =
+      coredata::mergedMetadata({{"note", "mine"}, {type, "XML"}}, {{type, "SQLite"}});
+  EXPECT_EQ(merged.find(type)->second, foundation::Value("SQLite"));
+  EXPECT_EQ(merged.find("note")->second, foundation::Value("mine"));
+}
+
+TEST(StoreMetadata, TellsANewerModelByTheNumberBehindItsName) {
+  const auto isNewer = [](const foundation::Value& identifiers) {
+    const std::string key(coredata::NSStoreModelVersionIdentifiersKey);
+    return coredata::isNewer({{key, identifiers}}, *shelf::model());
+  };
+  using foundation::ValueList;
+
+  EXPECT_TRUE(isNewer(ValueList{"Shelf 2"}));
+  EXPECT_TRUE(isNewer(ValueList{"Garden 7", "Shelf 10"}));
+  EXPECT_FALSE(isNewer(ValueList{"Shelf 1"}));
+  EXPECT_FALSE(isNewer(ValueList{"Garden 2"}));
+  EXPECT_FALSE(isNewer(ValueList{"Shelf "}));
+  EXPECT_FALSE(isNewer(ValueList{"Shelf 1234567890"}));
+  EXPECT_FALSE(isNewer(ValueList{2}));
+  EXPECT_FALSE(isNewer("Shelf 2"));
+  EXPECT_FALSE(coredata::isNewer({}, *shelf::model()));
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 
 #include <set>
 
+#include "CoreData/Model/ModelBuilder.h"
+#include "CoreData/SQLite/SQLiteStore.h"
 #include "Tests/CoreData/SQLite/StoreFixture.h"
 
 namespace {
@@ -49,6 +51,22 @@ TEST(StoreSchema, IsNotRecognisedWithAnyDifference) {
     changed.insert(changed.begin() + static_cast<std::ptrdiff_t>(place), made[place]);
     EXPECT_FALSE(isShelfSchema(changed)) << place;
   }
+}
+
+TEST(StoreSchema, HasNothingForAnAbstractEntity) {
+  const auto model = coredata::modelFromSource(R"({"identifiers": ["Shelf 1"], "entities": {
+      "Book": {"attributes": {"title": "text"}, "indexes": {"byTitle": ["title"]}},
+      "Thing": {"abstract": true, "attributes": {"name": "text"}, "indexes": {"byName": ["name"]}}}})");
+  for (const SchemaObject& object : coredata::storeSchema(*model)) {
+    EXPECT_EQ(object.sql.find("Thing"), std::string::npos) << object.sql;
+  }
+  const shelf::StoreFile file;
+  for (int opening = 0; opening < 2; ++opening) {
+    coredata::SQLiteStore::open(file.options(), model)->close();
+  }
+
+  EXPECT_EQ(shelf::query(file.path(), "SELECT name FROM sqlite_schema WHERE name LIKE '%hing%'"),
+            std::vector<std::string>{});
 }
 
 TEST(StoreSchema, IsMadeOfTheTablesEveryStoreHasThoseOfTheEntitiesAndTheirIndexes) {

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreClaim.h"
 #include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
 #include "CoreDataStack/SetAsidePhotos.h"
@@ -99,6 +100,20 @@ TEST_F(LeftoverPhotos, OfAStoreKnownByItsIdentifierGoOrStayAsThoseOfOneAtAURL) {
   discard();
 
   EXPECT_FALSE(leftover.exist());
+}
+
+TEST_F(LeftoverPhotos, StayWhenTheirStoreIsGoneOrItsDirectory) {
+  place_.addPhotoFile("a.jpg", "A");
+  const SetAsidePhotos orphaned(foundation::URL::fileURL(place_.container().string() + "/"), "ONE");
+  orphaned.setAside({"a.jpg"});
+
+  coredatastack::discardLeftoverPhotos(place_.at("gone.sqlite"), "ONE");
+  EXPECT_EQ(support::errorCode([&] {
+              coredatastack::discardLeftoverPhotos(place_.at("gone/gone.sqlite"), "ONE");
+            }),
+            support::number(coredata::StoreErrorCode::missingDirectory));
+
+  EXPECT_TRUE(orphaned.exist());
 }
 
 TEST_F(LeftoverPhotos, AreNoneWithoutAStore) {

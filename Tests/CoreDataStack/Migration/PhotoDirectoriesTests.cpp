@@ -30,6 +30,7 @@ TEST(PhotoDirectories, TakeWhatTheirPhotosTake) {
   const support::MigrationPlace place;
   const URL container = URL::fileURL(place.container().string() + "/");
   EXPECT_EQ(coredatastack::spaceOfPhotos(container), 0U);
+  EXPECT_EQ(coredatastack::spaceOfPhotos(*URL::parse("https://example.org/")), 0U);
   place.addPhotoFile("a.jpg", "1234");
   place.addPhotoFile("b.jpg", "123");
 

@@ -127,6 +127,28 @@ TEST_F(SetAside, NeverOverwritesWhatCameInItsPlace) {
   EXPECT_TRUE(has("photos-of-ONE/photo/a.jpg"));
 }
 
+TEST_F(SetAside, GoesOnWhereAnEarlierOneStopped) {
+  place_.addPhotoFile("../photos-of-ONE/photo/a.jpg", "A");
+  place_.addPhotoFile("b.jpg", "B");
+  place_.addPhotoFile("others.jpg", "O");
+
+  photosOf("ONE").setAside({"a.jpg", "b.jpg"});
+
+  EXPECT_TRUE(has("photos-of-ONE/photo/a.jpg"));
+  EXPECT_TRUE(has("photos-of-ONE/photo/b.jpg"));
+  EXPECT_TRUE(has("photo/others.jpg"));
+}
+
+TEST_F(SetAside, IsNothingInAContainerThatIsNoDirectoryHere) {
+  const SetAsidePhotos elsewhere(*foundation::URL::parse("https://example.org/"), "ONE");
+
+  elsewhere.setAside({"a.jpg"});
+  elsewhere.putBack();
+  elsewhere.discard();
+
+  EXPECT_FALSE(elsewhere.exist());
+}
+
 TEST_F(SetAside, NeverPutsADirectoryInThePlaceOfAFile) {
   place_.addPhotoFile("trip/a.jpg", "old");
   photosOf("ONE").setAside({"trip/a.jpg"});

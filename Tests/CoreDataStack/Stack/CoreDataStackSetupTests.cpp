@@ -3,8 +3,10 @@
 #include <fstream>
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
+#include "CoreDataStack/BuildIdentifiers.h"
 #include "CoreDataStack/NSPersistentStoreCoordinator+Migration.h"
 #include "CoreDataStack/Stack/CoreDataError.h"
+#include "Foundation/Files/Bundle.h"
 #include "Foundation/Files/FileManager.h"
 #include "Foundation/Files/TemporaryDirectory.h"
 #include "Foundation/Progress/Progress.h"
@@ -254,6 +256,66 @@ TEST_F(CoreDataStackSetup, OpensAStoreOfEachStage) {
     EXPECT_EQ(whatHappened().back(), "success(false)");
     EXPECT_EQ(made->persistentStoreCoordinator()->persistentStores().size(), 1U);
   }
+}
+
+TEST_F(CoreDataStackSetup, SaysThatASecondStoreCannotBeOpened) {
+  const auto made = stack();
+  made->persistentContainer()->setPersistentStoreDescriptions(
+      {coredata::NSPersistentStoreDescription(place_.storeURL()),
+       coredata::NSPersistentStoreDescription(place_.at("Second.sqlite"))});
+
+  setUp(made);
+
+  EXPECT_TRUE(whatHappened().back().starts_with("failure(")) << whatHappened().back();
+  EXPECT_EQ(made->persistentStoreCoordinator()->persistentStores().size(), 1U);
+}
+
+/// A bundle of the test's own, with the newest version as one model's and a damaged one beside it.
+class CoreDataStackSetupWithAnotherBundle : public CoreDataStackSetup {
+ protected:
+  CoreDataStackSetupWithAnotherBundle() {
+    const fs::path bundle = place_.directory() / "bundles" / "Other.bundle";
+    const auto models = foundation::Bundle::withIdentifier(coredatastack::modelBundleIdentifier())
+                            ->url("Model", "momd");
+    for (const char* name : {"Model.momd", "Diary.momd"}) {
+      fs::create_directories(bundle);
+      fs::copy(*models->filePath(), bundle / name, fs::copy_options::recursive);
+    }
+    fs::create_directories(bundle / "Damaged.momd");
+    std::ofstream(bundle / "Damaged.momd" / "Info.json") << "no list";
+    std::ofstream(bundle / "Info.json")
+        << R"({"identifier": "com.tessaline.other", "name": "Other"})";
+    foundation::Bundle::registerDirectory(URL::fileURL(bundle.parent_path().string() + "/"));
+  }
+  [[nodiscard]] Ref<Stack> stackOf(const char* model) const {
+    return make<Stack>(Configuration(Stage::extensions, model, "com.tessaline.other", "", "", "app",
+                                     place_.storeURL(), false),
+                       logger_);
+  }
+};
+
+TEST_F(CoreDataStackSetupWithAnotherBundle, MigratesAndOpensAStoreOfItsModel) {
+  addStore(Version::version6);
+  setUp(stackOf("Model"));
+  EXPECT_EQ(whatHappened(), (Texts{"started", "success(true)", "finished"}));
+
+  const auto made = setUp(stackOf("Model"));
+
+  EXPECT_EQ(whatHappened().back(), "success(false)");
+  EXPECT_EQ(titles(*made->managedObjectContext()), Texts{"Run"});
+}
+
+TEST_F(CoreDataStackSetupWithAnotherBundle, OpensAStoreOfAModelWithANameOfItsOwn) {
+  addStore(Version::version7);
+
+  const auto made = setUp(stackOf("Diary"));
+
+  EXPECT_EQ(whatHappened(), Texts{"success(false)"});
+  EXPECT_EQ(titles(*made->managedObjectContext()), Texts{"Run"});
+}
+
+TEST_F(CoreDataStackSetupWithAnotherBundle, StopsTheProcessOverAModelThatCannotBeRead) {
+  EXPECT_DEATH(static_cast<void>(stackOf("Damaged")), "Fatal error: no model can be read from ");
 }
 
 TEST_F(CoreDataStackSetup, LeavesAStoreOfTheNewestVersionToAStageThatMigratesByItself) {

@@ -1,5 +1,7 @@
+#include <cstdint>
 #include <ranges>
 #include <utility>
+#include <vector>
 
 #include "CoreDataStack/Queries/LocalAPI.h"
 #include "Foundation/Predicate/NSCompoundPredicate.h"
@@ -27,6 +29,7 @@ using foundation::PredicateTemplate;
 using foundation::Ref;
 
 using CheckinTypes = API::CheckinTypes;
+using Sorts = std::vector<foundation::NSSortDescriptor>;
 
 namespace {
 
@@ -95,11 +98,19 @@ NSFetchRequest<CDCheckin> checkinRequest(NSPredicate predicate) {
   return request;
 }
 
-/// For the check-in of the earliest day, or of the latest.
-NSFetchRequest<CDCheckin> requestForEnd(NSPredicate predicate, bool earliest) {
+enum class DayOrder : std::uint8_t { ascending, descending };
+
+const Sorts& byDay(DayOrder order) {
+  static const Sorts ascending{{"date", true}};
+  static const Sorts descending{{"date", false}};
+  return order == DayOrder::ascending ? ascending : descending;
+}
+
+/// For the check-in of the day that comes first in that order.
+NSFetchRequest<CDCheckin> requestForFirst(NSPredicate predicate, DayOrder order) {
   NSFetchRequest<CDCheckin> request = CDCheckin::fetchRequest();
   request.setPredicate(std::move(predicate));
-  request.setSortDescriptors({{"date", earliest}});
+  request.setSortDescriptors(byDay(order));
   request.setFetchLimit(1);
   return request;
 }
@@ -119,7 +130,7 @@ NSFetchRequest<CDCheckin> requestForSum(NSPredicate predicate) {
 
 NSArray<CDCheckin> LocalAPI::checkins(const Ref<CDActivity>& of, const CheckinTypes& types) const {
   auto request = checkinRequest(ofTypes(ofActivity(of), types));
-  request.setSortDescriptors({{"date", true}});
+  request.setSortDescriptors(byDay(DayOrder::ascending));
   return list(request);
 }
 
@@ -146,11 +157,11 @@ Ref<CDCheckin> LocalAPI::firstCheckin(const Ref<CDActivity>& of, ActivityStatus 
   static constinit PredicateTemplate ofOne{"activity = %@ AND activity.status = %d"};
   static constinit PredicateTemplate ofAll{"activity.status = %d"};
   NSPredicate predicate = of ? ofOne.bind(of, with.value()) : ofAll.bind(with.value());
-  return list(requestForEnd(std::move(predicate), true)).first();
+  return list(requestForFirst(std::move(predicate), DayOrder::ascending)).first();
 }
 
 Ref<CDCheckin> LocalAPI::lastCheckin(const Ref<CDActivity>& of) const {
-  return list(requestForEnd(ofActivity(of), false)).first();
+  return list(requestForFirst(ofActivity(of), DayOrder::descending)).first();
 }
 
 std::int64_t LocalAPI::numberOfCheckins(const Ref<CDActivity>& activity, const CheckinTypes& types,

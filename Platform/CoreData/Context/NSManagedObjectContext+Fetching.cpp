@@ -14,9 +14,15 @@ using foundation::Ref;
 
 void NSManagedObjectContext::requireClass(const NSFetchRequestBase& request,
                                           const EntityClass& entityClass) const {
+  // A class serves one entity at most, and finding it compares no names.
+  const auto& classes = state_->classes;
+  const auto served =
+      static_cast<std::size_t>(std::ranges::find(classes, &entityClass) - classes.begin());
+  const auto entities = state_->coordinator->managedObjectModel().entities();
+  if (served != classes.size() && entities[served]->name() == request.entityName()) return;
   const NSEntityDescription* asked = entity(request.entityName());
   // An unknown entity is the fetch's to report.
-  if (asked == nullptr || state_->classes[asked->index()] == &entityClass) return;
+  if (asked == nullptr) return;
   throw fetchError(FetchErrorCode::unsuitableKey,
                    "Objects of " + asked->name() + " are not of the class " +
                        std::string(entityClass.className()) + " in this model.");

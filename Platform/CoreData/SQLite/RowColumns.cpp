@@ -1,6 +1,7 @@
 #include "CoreData/SQLite/RowColumns.h"
 
 #include <algorithm>
+#include <array>
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
 
@@ -48,13 +49,12 @@ SlotTag slotKind(const Slot& slot) noexcept {
 }
 
 RowColumns::RowColumns(const NSEntityDescription& entity) : entity_(&entity) {
-  kinds_.reserve(entity.slots().size());
+  SlotIndex index = 0;
   for (const Slot& slot : entity.slots()) {
     const SlotTag kind = slotKind(slot);
-    if (kind == SlotTag::text || kind == SlotTag::bytes || kind == SlotTag::identifier) {
-      payloadSlots_.push_back(static_cast<SlotIndex>(kinds_.size()));
-    }
-    kinds_.push_back(kind);
+    const bool isPacked =
+        kind == SlotTag::text || kind == SlotTag::bytes || kind == SlotTag::identifier;
+    (isPacked ? packed_ : plain_).push_back({index++, kind});
   }
 }
 
@@ -66,54 +66,84 @@ std::string RowColumns::list(std::string_view alias) const {
   return result;
 }
 
-std::size_t RowColumns::payloadSize(const Statement& statement) const {
-  std::size_t size = 0;
-  for (const SlotIndex slot : payloadSlots_) {
-    size += statement.cell(kFirstSlotColumn + slot).byteSize();
-  }
-  return size;
+namespace {
+
+/// What a packed column holds; lent by the statement.
+struct PackedCell {
+  const std::uint8_t* start;
+  std::size_t size;
+  bool isAbsent;
+
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const noexcept { return {start, size}; }
+};
+
+PackedCell packedCell(const Cell& cell) {
+  if (cell.isNull()) return {nullptr, 0, true};
+  const auto bytes = cell.bytes();
+  return {bytes.data(), bytes.size(), false};
 }
 
+void putPlain(Row& row, SlotIndex slot, SlotTag kind, const Cell& cell) noexcept {
+  if (cell.isNull()) return;
+  if (kind == SlotTag::integer) {
+    row.setInteger(slot, cell.integer());
+  } else if (kind == SlotTag::reference) {
+    row.setReference(slot, cell.integer());
+  } else if (kind == SlotTag::date) {
+    row.setDate(slot, cell.real());
+  } else if (kind == SlotTag::real) {
+    row.setReal(slot, cell.real());
+  }
+}
+
+}  // namespace
+
 Ref<Row> RowColumns::read(const Statement& statement, RowBlocks* blocks) const {
-  Ref<Row> row = Row::make(*entity_, payloadSize(statement), blocks);
+  // Looked at once, for the room that they take and for what they hold. Not cleared: most entities
+  // have few.
+  std::array<PackedCell, kMaxSlots> cells;
+  std::size_t size = 0;
+  for (std::size_t i = 0; i < packed_.size(); ++i) {
+    cells[i] = packedCell(statement.cell(kFirstSlotColumn + packed_[i].slot));
+    size += cells[i].size;
+  }
+  Ref<Row> row = Row::make(*entity_, size, blocks);
   row->setKey(statement.integer(0));
   row->setVersion(statement.integer(1));
-  const auto count = static_cast<SlotIndex>(kinds_.size());
-  for (SlotIndex slot = 0; slot < count; ++slot) {
-    const Cell cell = statement.cell(kFirstSlotColumn + slot);
-    if (!cell.isNull()) readSlot(cell, row, slot);
+  for (const Column& column : plain_) {
+    putPlain(*row, column.slot, column.kind, statement.cell(kFirstSlotColumn + column.slot));
+  }
+  for (std::size_t i = 0; i < packed_.size(); ++i) {
+    if (!cells[i].isAbsent) putPacked(row, packed_[i], cells[i].bytes());
   }
   return row;
 }
 
-void RowColumns::readSlot(const Cell& cell, Ref<Row>& row, SlotIndex slot) const {
-  switch (kinds_[slot]) {
-    case SlotTag::none:
-      return;
-    case SlotTag::integer:
-      return row->setInteger(slot, cell.integer());
-    case SlotTag::real:
-      return row->setReal(slot, cell.real());
-    case SlotTag::date:
-      return row->setDate(slot, cell.real());
-    case SlotTag::reference:
-      return row->setReference(slot, cell.integer());
+void RowColumns::putPacked(Ref<Row>& row, const Column& column,
+                           std::span<const std::uint8_t> bytes) const {
+  switch (column.kind) {
     case SlotTag::text:
-      return Row::setText(row, slot, cell.text());
+      return Row::setText(row, column.slot,
+                          {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     case SlotTag::bytes:
-      return Row::setBytes(row, slot, cell.bytes());
+      return Row::setBytes(row, column.slot, bytes);
     case SlotTag::identifier: {
-      const auto bytes = cell.bytes();
       UUID::Bytes value;
       if (bytes.size() != value.size()) {
         throw storeError(StoreErrorCode::damaged,
                          entity_->name() + " " + std::to_string(row->key()) + " holds an " +
-                             entity_->slots()[slot].property->name() + " of " +
+                             entity_->slots()[column.slot].property->name() + " of " +
                              std::to_string(bytes.size()) + " bytes, which is no identifier.");
       }
       std::ranges::copy(bytes, value.begin());
-      return Row::setIdentifier(row, slot, UUID(value));
+      return Row::setIdentifier(row, column.slot, UUID(value));
     }
+    case SlotTag::none:
+    case SlotTag::integer:
+    case SlotTag::real:
+    case SlotTag::date:
+    case SlotTag::reference:
+      return;
   }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,7 +24,7 @@ class RowColumns {
   /// their order; each quoted and qualified by the table's alias, for tables that may not fit.
   [[nodiscard]] std::string list(std::string_view alias) const;
   /// How many columns `list` names.
-  [[nodiscard]] int count() const noexcept { return static_cast<int>(kinds_.size()) + 2; }
+  [[nodiscard]] int count() const noexcept { return static_cast<int>(entity_->slots().size()) + 2; }
 
   /// The row on which the statement stands, whose columns are the table's; in memory of its
   /// own, or next to the others in `blocks`. Throws when a column cannot be what the model says.
@@ -32,13 +34,19 @@ class RowColumns {
   static void bind(Statement& statement, int parameter, const Row& row, SlotIndex slot);
 
  private:
-  [[nodiscard]] std::size_t payloadSize(const Statement& statement) const;
-  void readSlot(const Cell& cell, foundation::Ref<Row>& row, SlotIndex slot) const;
+  struct Column {
+    SlotIndex slot;
+    SlotTag kind;
+  };
+
+  void putPacked(foundation::Ref<Row>& row, const Column& column,
+                 std::span<const std::uint8_t> bytes) const;
 
   const NSEntityDescription* entity_;
-  std::vector<SlotTag> kinds_;
-  /// The slots whose values lie behind the row's words.
-  std::vector<SlotIndex> payloadSlots_;
+  /// The slots whose values lie in the row's words.
+  std::vector<Column> plain_;
+  /// Those whose values lie behind them.
+  std::vector<Column> packed_;
 };
 
 /// An SQL identifier in quotes.

@@ -1,5 +1,7 @@
 #include "Foundation/Notifications/NSNotificationCenter.h"
 
+#include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <new>
 #include <unordered_map>
@@ -59,6 +61,22 @@ struct NSNotificationCenter::State {
   mutable std::mutex mutex;
   /// Names without registrations have no entry.
   std::unordered_map<NSNotificationName, SharedRegistrations> byName;
+  /// The marks of the names in `byName`; written with the mutex. Contexts ask at each of their
+  /// turns whether somebody listens, and mostly nobody does.
+  std::atomic<std::uint64_t> marks{0};
+
+  [[nodiscard]] static std::uint64_t mark(const NSNotificationName& name) noexcept {
+    constexpr std::size_t kMarks = 64;
+    return std::uint64_t{1} << (name.hash() % kMarks);
+  }
+
+  /// With the mutex held.
+  void erase(const NSNotificationName& name) noexcept {
+    byName.erase(name);
+    std::uint64_t left = 0;
+    for (const auto& [other, registrations] : byName) left |= mark(other);
+    marks.store(left, std::memory_order_relaxed);
+  }
 
   [[nodiscard]] SharedRegistrations registrationsFor(const NSNotificationName& name) const {
     const std::scoped_lock guard(mutex);
@@ -74,7 +92,7 @@ struct NSNotificationCenter::State {
     const auto found = byName.find(name);
     if (found == byName.end()) return;
     replaced = std::exchange(found->second, without(*found->second, ended));
-    if (found->second == nullptr) byName.erase(found);
+    if (found->second == nullptr) erase(name);
   }
 
   void removeThoseOver(const NSNotificationName& name) noexcept {
@@ -112,6 +130,7 @@ void NSNotificationCenter::add(const Object* observer, const char* selector,
   }
   next->push_back(std::move(added));
   state_->byName.insert_or_assign(name, std::move(next));
+  state_->marks.fetch_or(State::mark(name), std::memory_order_release);
 }
 
 Ref<Object> NSNotificationCenter::addObserver(const NSNotificationName& name,
@@ -157,6 +176,7 @@ void NSNotificationCenter::post(const NSNotification& notification) {
 }
 
 bool NSNotificationCenter::hasObservers(const NSNotificationName& name) const noexcept {
+  if ((state_->marks.load(std::memory_order_acquire) & State::mark(name)) == 0) return false;
   const std::scoped_lock guard(state_->mutex);
   return state_->byName.contains(name);
 }

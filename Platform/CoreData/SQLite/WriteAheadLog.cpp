@@ -84,12 +84,18 @@ WriteAheadLog::WriteAheadLog(const std::string& storePath)
     : lock_(storePath + std::string(kLogLockSuffix)), longLogPages_(longLogPages.load()) {}
 
 void WriteAheadLog::makeRoom(Connection& connection) {
-  if (!enabled_) return;
+  // The file is not asked for its size each time: a file whose times somebody has looked at gets
+  // new ones with its next write, and the sync that follows writes them to the disk, too.
+  if (!enabled_ || hasRoom()) return;
   sqlite3_file* file = logFile(connection);
   if (file == nullptr) return;
-  const std::int64_t size = sizeOf(file);
-  if (size >= 0 && size - endOf(pages_) < kRoomForASave) fillWithZeros(file, size, size + kGrowth);
+  seenSize_ = sizeOf(file);
+  if (seenSize_ < 0 || hasRoom()) return;
+  fillWithZeros(file, seenSize_, seenSize_ + kGrowth);
+  seenSize_ = sizeOf(file);
 }
+
+bool WriteAheadLog::hasRoom() const noexcept { return seenSize_ - endOf(pages_) >= kRoomForASave; }
 
 void WriteAheadLog::committed(Connection& connection) noexcept {
   if (!enabled_) return;

@@ -62,10 +62,14 @@ class WriteAheadLog {
  private:
   [[nodiscard]] bool checkpoint(Connection& connection, int mode, int& pages) noexcept;
   void foldUnderLock(Connection& connection);
+  [[nodiscard]] bool hasRoom() const noexcept;
 
   SideLock lock_;
   /// Pages in the log after our last commit; -1 when unknown.
   int pages_ = -1;
+  /// The file's size when it was last looked at. Should somebody have cut it off since, saves
+  /// extend it by themselves.
+  std::int64_t seenSize_ = 0;
   const int longLogPages_;
   int nextCheckpointAt_ = longLogPages_;
   bool enabled_ = true;

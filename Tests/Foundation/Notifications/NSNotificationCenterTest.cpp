@@ -353,6 +353,23 @@ TEST_F(NSNotificationCenterTest, KnowsWhetherAnybodyListensForAName) {
   EXPECT_FALSE(center.hasObservers(kDidWither));
 }
 
+TEST_F(NSNotificationCenterTest, KnowsWhoListensAmongManyNames) {
+  constexpr int kNames = 200;
+  const auto anna = gardener("anna");
+  const auto name = [](int number) {
+    return NSNotificationName::named("Garden.bed" + std::to_string(number));
+  };
+  for (int number = 0; number < kNames; ++number) {
+    center.addObserver(anna, kSelector, name(number));
+  }
+
+  for (int number = 0; number < kNames; number += 2) center.removeObserver(*anna, name(number));
+
+  for (int number = 0; number < kNames; ++number) {
+    EXPECT_EQ(center.hasObservers(name(number)), number % 2 != 0) << number;
+  }
+}
+
 TEST_F(NSNotificationCenterTest, LetsAnExceptionOfAHandlerReachThePoster) {
   const auto anna = gardener("anna");
   center.addObserver(anna, kSelector, kDidGrow);

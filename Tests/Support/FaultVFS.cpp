@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <new>
 #include <string_view>
 #include <thread>
@@ -94,7 +96,10 @@ struct FaultVFSCalls {
     if (DiskSpace* space = spaceOf(file(f)); space != nullptr && file(f).goesWhenClosed) {
       space->giveBack(sizeOf(file(f)));
     }
-    return file(f).system->pMethods->xClose(file(f).system);
+    FaultVFS& self = *file(f).vfs;
+    const int result = file(f).system->pMethods->xClose(file(f).system);
+    --self.openFiles_;
+    return result;
   }
   static int read(sqlite3_file* f, void* to, int size, sqlite3_int64 offset) {
     if (const int code = note(file(f), FileOperation::read, offset, size)) return code;
@@ -197,7 +202,10 @@ struct FaultVFSCalls {
     const auto operation = creates ? FileOperation::create : FileOperation::open;
     if (const int code = self.judge(operation, path).code) return code;
     const int result = self.system_->xOpen(self.system_, path, f.system, flags, outFlags);
-    if (f.system->pMethods != nullptr) f.base.pMethods = &kMethods;
+    if (f.system->pMethods != nullptr) {
+      f.base.pMethods = &kMethods;
+      ++self.openFiles_;
+    }
     return result;
   }
   static int sleep(sqlite3_vfs* vfs, int microseconds) {
@@ -242,7 +250,17 @@ FaultVFS::FaultVFS()
   sqlite3_vfs_register(&vfs_, 0);
 }
 
-FaultVFS::~FaultVFS() { sqlite3_vfs_unregister(&vfs_); }
+FaultVFS::~FaultVFS() {
+  constexpr int kPatience = 10'000;
+  for (int waited = 0; openFiles_ != 0; ++waited) {
+    if (waited == kPatience) {
+      std::fputs("A FaultVFS ends before the stores that were opened through it.\n", stderr);
+      std::abort();
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  sqlite3_vfs_unregister(&vfs_);
+}
 
 void FaultVFS::reset() {
   const std::scoped_lock lock(mutex_);

@@ -28,6 +28,8 @@ namespace support {
 class FaultVFS {
  public:
   FaultVFS();
+  /// Waits for files to be closed that are open through it: whoever drops a store last closes it,
+  /// on whatever thread. Ends the process when one stays open.
   ~FaultVFS();
   FaultVFS(const FaultVFS&) = delete;
   FaultVFS& operator=(const FaultVFS&) = delete;
@@ -115,6 +117,7 @@ class FaultVFS {
   std::atomic<bool> skipsSyncs_{false};
   std::atomic<std::chrono::microseconds> delay_{};
   std::atomic<DiskSpace*> space_{nullptr};
+  std::atomic<int> openFiles_{0};
 };
 
 }  // namespace support

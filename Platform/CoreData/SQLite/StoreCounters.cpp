@@ -25,11 +25,13 @@ void StoreCounters::forget() noexcept {
 
 ObjectKey StoreCounters::reserve(Connection& connection, const NSEntityDescription& entity,
                                  std::size_t count) {
+  constexpr ObjectKey kLast = std::numeric_limits<ObjectKey>::max();
   ObjectKey& next = next_[entity.index()];
   if (next == 0) {
-    next = std::max(highestKey(connection, entity), keyMark(connection, entity.name())) + 1;
+    const ObjectKey used =
+        std::max(highestKey(connection, entity), keyMark(connection, entity.name()));
+    next = used == kLast ? 0 : used + 1;
   }
-  constexpr ObjectKey kLast = std::numeric_limits<ObjectKey>::max();
   if (next <= 0 || static_cast<std::uint64_t>(kLast - next) < count) {
     next = 0;
     throw storeError(StoreErrorCode::keysExhausted,

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <iterator>
 
@@ -45,8 +46,11 @@ const foundation::Error& innermost(const foundation::Error& error) {
 }
 
 bool isOf(const foundation::Error& error, const support::FileTrouble& trouble) {
-  if (error.domain() == foundation::kPosixErrorDomain) return error.code() == trouble.errorNumber;
+  if (error.domain() == foundation::kPosixErrorDomain)
+    return error.code() == (trouble.room ? ENOSPC : trouble.errorNumber);
   if (error.domain() != foundation::kSQLiteErrorDomain) return false;
+  // Shared memory that has no room has a code of its own.
+  if (trouble.room) return error.code() == SQLITE_FULL || error.code() == SQLITE_IOERR_SHMSIZE;
   if (trouble.sqliteCode != support::FaultVFS::kCodeOfOperation)
     return error.code() == trouble.sqliteCode;
   const auto kind = error.code() & 0xff;

@@ -1,5 +1,6 @@
 #include "CoreDataStack/Stack/BackupRestore.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -11,6 +12,7 @@
 #include "CoreData/Container/NSPersistentContainer.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreBackup.h"
+#include "CoreData/SQLite/StoreVFS.h"
 #include "CoreDataStack/CoreDataMigrator.h"
 #include "CoreDataStack/CoreDataMigratorError.h"
 #include "CoreDataStack/NSManagedObjectModel+Migration.h"
@@ -18,6 +20,7 @@
 #include "Foundation/Files/FileManager.h"
 #include "Foundation/Files/TemporaryDirectory.h"
 #include "Tests/Support/ErrorCode.h"
+#include "Tests/Support/FaultVFS.h"
 #include "Tests/Support/MigrationPlace.h"
 #include "Tests/Support/RecordingLogger.h"
 
@@ -52,7 +55,19 @@ void run(const URL& store, const char* sql) {
   sqlite3_close(database);
 }
 
-/// A migrator that fails, after somebody may have done something.
+/// Another program adds an activity, if nobody keeps it from that; false when somebody does.
+bool addsElsewhere(const URL& store, const std::string& title) {
+  sqlite3* database = nullptr;
+  EXPECT_EQ(sqlite3_open_v2(store.filePath()->c_str(), &database, SQLITE_OPEN_READWRITE, "unix"),
+            SQLITE_OK);
+  const std::string sql = "INSERT INTO Activity(_id, _version, title) SELECT max(_id) + 1, 1, '" +
+                          title + "' FROM Activity";
+  const int result = sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr);
+  sqlite3_close(database);
+  return result == SQLITE_OK;
+}
+
+/// A migrator that fails.
 class FailingMigrator final : public coredatastack::CoreDataMigratorProtocol {
  public:
   void migrateStore(const URL& /*at*/, const Version& /*to*/) override {
@@ -252,6 +267,38 @@ TEST_F(Restore, PutsTheStoreBackWhenThePhotosOfAnOldBackupAreGone) {
 
   EXPECT_EQ(titles(), std::vector<std::string>{"now"});
   EXPECT_TRUE(logger_->descriptions().empty());
+}
+
+TEST_F(Restore, PutsBackWhatOthersSavedUntilTheStoreWasReplaced) {
+  constexpr std::size_t kEvery = 5;
+  addLiveStore("now");
+  const Data bytes = backup(Version::version7, "then");
+  FailingMigrator failing;
+  std::vector<std::string> expected{"now"};
+  int refused = 0;
+
+  for (std::size_t point = 1;; point += kEvery) {
+    const std::string title = "meanwhile " + std::to_string(point);
+    support::FaultVFS vfs;
+    const coredata::StoreVFSOverride override(vfs.name());
+    bool wasReached = false;
+    vfs.callAt(point, [&] {
+      wasReached = true;
+      if (addsElsewhere(place_.storeURL(), title)) {
+        expected.push_back(title);
+      } else {
+        ++refused;
+      }
+    });
+    EXPECT_THROW(BackupRestore(failing, coredatastack::model(Version::version7.rawValue()), logger_)
+                     .run(bytes, place_.storeURL()),
+                 CoreDataMigratorError);
+    if (!wasReached) break;
+    ASSERT_THAT(titles(), testing::UnorderedElementsAreArray(expected)) << point;
+  }
+
+  EXPECT_GT(expected.size(), 10U);
+  EXPECT_GT(refused, 0);
 }
 
 TEST_F(Restore, KeepsNoCopyOfTheStoreThatItPutBack) {

@@ -175,6 +175,9 @@ class Attempt {
         faults_(trouble_) {
     program_.emplace(store);
   }
+  ~Attempt() { endProgram(); }
+  Attempt(const Attempt&) = delete;
+  Attempt& operator=(const Attempt&) = delete;
 
   [[nodiscard]] support::FileOperationCount countOperations() {
     faults_.restart(0, {});
@@ -189,12 +192,16 @@ class Attempt {
     if (!succeeded && call_.make(*program_) != call_.answer) {
       witness_.problem("it answers wrongly once the disk works");
     }
-    program_.reset();
-    foundation::drainMainQueue();
+    endProgram();
     witness_.expectClosed();
   }
 
  private:
+  /// What waits on the main queue may hold the store.
+  void endProgram() {
+    program_.reset();
+    foundation::drainMainQueue();
+  }
   [[nodiscard]] bool succeeds() {
     std::string answer;
     try {

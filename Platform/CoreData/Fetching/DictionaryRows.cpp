@@ -58,7 +58,10 @@ ObjectKey DictionaryRows::reference(std::size_t row, std::size_t column) const n
 
 Value DictionaryRows::value(std::size_t row, std::size_t column) const {
   const Cell& found = cell(row, column);
-  const auto* packed = reinterpret_cast<const std::uint8_t*>(payload_.data()) + found.offset;
+  // Of the other kinds the offset means nothing.
+  const auto packed = [&] {
+    return reinterpret_cast<const std::uint8_t*>(payload_.data()) + found.offset;
+  };
   switch (found.tag) {
     case SlotTag::none:
       return {};
@@ -72,10 +75,10 @@ Value DictionaryRows::value(std::size_t row, std::size_t column) const {
     case SlotTag::text:
       return text(row, column);
     case SlotTag::bytes:
-      return foundation::Data(std::span(packed, found.size));
+      return foundation::Data(std::span(packed(), found.size));
     case SlotTag::identifier: {
       foundation::UUID::Bytes bytes{};
-      std::memcpy(bytes.data(), packed, std::min<std::size_t>(found.size, bytes.size()));
+      std::memcpy(bytes.data(), packed(), std::min<std::size_t>(found.size, bytes.size()));
       return foundation::UUID(bytes);
     }
   }

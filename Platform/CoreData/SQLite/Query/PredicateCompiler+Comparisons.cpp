@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <utility>
 
 #include "CoreData/SQLite/Query/PredicateCompiler.h"
@@ -32,8 +33,12 @@ constexpr std::array kOrderings = {
              " >= ", QueryParameter::Role::roundedUp},
 };
 
-const Ordering& orderingOf(ComparisonOperator comparison) noexcept {
-  return *std::ranges::find(kOrderings, comparison, &Ordering::comparison);
+/// The entry of a comparison that the table must know.
+template <typename Table>
+const auto& entryOf(const Table& table, ComparisonOperator comparison) noexcept {
+  const auto found = std::ranges::find(table, comparison, &Table::value_type::comparison);
+  assert(found != table.end());
+  return *found;
 }
 
 /// The SQL functions that compare texts, as they are and without regard to case and marks.
@@ -118,7 +123,7 @@ SqlCondition PredicateCompiler::ordered(Comparison comparison, const Side& left,
   if (left.constant != nullptr && right.constant != nullptr) {
     return constantTest(comparison, left, right, Option::exact, wanted);
   }
-  const Ordering& ordering = orderingOf(comparison);
+  const Ordering& ordering = entryOf(kOrderings, comparison);
   if (left.constant != nullptr) return ordered(ordering.mirrored, right, left, wanted);
   if (!isOrdered(left.type)) return always(!wanted);
   if (right.constant == nullptr) {
@@ -189,8 +194,7 @@ SqlCondition PredicateCompiler::prefixRange(const Side& column, const Side& pref
 }
 
 const char* textFunction(ComparisonOperator comparison, foundation::TextOption option) noexcept {
-  const TextFunction& function =
-      *std::ranges::find(kTextFunctions, comparison, &TextFunction::comparison);
+  const TextFunction& function = entryOf(kTextFunctions, comparison);
   return option == foundation::TextOption::exact ? function.exact : function.folded;
 }
 

@@ -8,8 +8,8 @@
 #include "CoreData/Migration/NSMigrationManager.h"
 #include "CoreDataStack/BuildIdentifiers.h"
 #include "CoreDataStack/PhotoDirectories.h"
+#include "CoreDataStack/PhotoReference.h"
 #include "CoreDataStack/SetAsidePhotos.h"
-#include "Foundation/Json/NSJSONSerialization.h"
 #include "Foundation/Predicate/NSPredicate.h"
 #include "Foundation/Values/Error.h"
 #include "Foundation/Values/FatalError.h"
@@ -25,18 +25,15 @@ using foundation::Data;
 using foundation::Date;
 using foundation::Error;
 using foundation::FileManager;
-using foundation::NSJSONSerialization;
 using foundation::Ref;
 using foundation::URL;
 using foundation::UUID;
 using foundation::Value;
-using foundation::ValueDictionary;
 using foundation::ValueList;
 
 namespace {
 
 constexpr std::string_view kTransformSelector = "transformStringToData:";
-constexpr std::string_view kFilename = "filename";
 constexpr std::string_view kData = "data";
 constexpr std::size_t kPhotoBatch = 100;
 
@@ -61,19 +58,6 @@ void fillGaps(NSManagedObject& object) {
   if (isActivity || isGroup) requireText(object, "title");
   if (isDated || isGroup) requireDate(object, "createdDate");
   if (isDated) requireDate(object, "modifiedDate");
-}
-
-/// The file name in a photo's JSON text; none where the text says something else. Throws for a text
-/// that is no JSON.
-std::optional<std::string> filenameIn(const Data& text) {
-  const Value parsed = NSJSONSerialization::JSONObject(text);
-  const ValueDictionary* entries = parsed.dictionary();
-  if (entries == nullptr) return std::nullopt;
-  for (const auto& [key, value] : *entries) {
-    if (value.text() == nullptr) return std::nullopt;
-  }
-  const auto found = entries->find(kFilename);
-  return found == entries->end() ? std::nullopt : std::optional(*found->second.text());
 }
 
 std::optional<std::int64_t> integer16(const Value& value) {
@@ -102,8 +86,7 @@ MurtelleMigrationPolicyV6toV7::MurtelleMigrationPolicyV6toV7()
 std::optional<Data> MurtelleMigrationPolicyV6toV7::transformStringToData(
     const std::optional<std::string>& filename) {
   try {
-    const ValueDictionary object{{std::string(kFilename), filename.value_or("")}};
-    return NSJSONSerialization::data(object);
+    return photoReference(filename.value_or(""));
   } catch (const Error& error) {
     foundation::print(error.description());
     return std::nullopt;
@@ -166,7 +149,7 @@ void MurtelleMigrationPolicyV6toV7::foldPhotos(NSMigrationManager& manager) cons
 std::optional<std::string> MurtelleMigrationPolicyV6toV7::fold(NSManagedObject& photo) const {
   const Value data = photo.valueForKey(kData);
   if (data.data() == nullptr) return std::nullopt;
-  std::optional<std::string> filename = filenameIn(*data.data());
+  std::optional<std::string> filename = photoFileName(*data.data());
   if (!filename || !baseURL_) return std::nullopt;
   const URL file = photoFile(*baseURL_, *filename);
   const auto path = file.filePath();

@@ -1,6 +1,8 @@
 #include "CoreDataStack/NSManagedObjectModel+Migration.h"
 
+#include <cstdio>
 #include <optional>
+#include <string>
 
 #include "CoreDataStack/BuildIdentifiers.h"
 #include "Foundation/Files/Bundle.h"
@@ -36,8 +38,11 @@ Ref<const NSManagedObjectModel> model(std::string_view named) {
   if (!url) {
     foundation::fatalError("unable to find model in bundle", kModelSource, kNotFoundLine);
   }
-  Ref<const NSManagedObjectModel> model = NSManagedObjectModel::contentsOf(*url);
+  std::string why;
+  Ref<const NSManagedObjectModel> model = NSManagedObjectModel::contentsOf(*url, &why);
   if (!model) {
+    // The text of the stop is fixed, and says nothing of the disk.
+    std::fprintf(stderr, "%s\n", why.c_str());
     foundation::fatalError("unable to load model in bundle", kModelSource, kNotLoadedLine);
   }
   return model;

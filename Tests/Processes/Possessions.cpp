@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <iterator>
+#include <string_view>
 
 namespace support {
 
@@ -10,13 +11,19 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr std::string_view kRemoved = " (deleted)";
+
 std::multiset<std::string> openDescriptors() {
   std::multiset<std::string> result;
   for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
     std::error_code error;
     const fs::path target = fs::read_symlink(entry.path(), error);
     // The iteration's own descriptor.
-    if (!error && !target.string().ends_with("/fd")) result.insert(target.string());
+    if (error || target.string().ends_with("/fd")) continue;
+    std::string name = target.string();
+    // Also said of what was handed to the program and somebody removes meanwhile.
+    if (name.ends_with(kRemoved)) name.resize(name.size() - kRemoved.size());
+    result.insert(std::move(name));
   }
   return result;
 }

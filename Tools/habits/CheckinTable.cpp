@@ -22,7 +22,7 @@ namespace {
 
 constexpr std::size_t kNoColumn = static_cast<std::size_t>(-1);
 
-std::string quoted(std::string_view cell) { return "\"" + std::string(cell) + "\""; }
+std::string inQuotes(std::string_view cell) { return "\"" + std::string(cell) + "\""; }
 
 bool isBlank(std::string_view text) {
   return foundation::trimmingWhitespaceAndNewlines(text).empty();
@@ -63,7 +63,7 @@ std::optional<double> countIn(std::string_view cell) {
 double countAt(const CsvRow& row, std::size_t column) {
   const std::string& cell = row.cells[column];
   if (const auto count = countIn(cell)) return *count;
-  throw BadCell{column, quoted(cell) + " is no count; write a number above 0, or nothing"};
+  throw BadCell{column, inQuotes(cell) + " is no count; write a number above 0, or nothing"};
 }
 
 /// The days of one column, in the one form that it is written in.
@@ -82,7 +82,7 @@ class DayColumn {
     const auto day = isMonthFirst_ ? monthFirstDay(cell) : plainDay(cell);
     if (!day) {
       throw BadCell{column_,
-                    quoted(cell) + " is no day; write it as YYYY-MM-DD, or all days as MM/DD/YY"};
+                    inQuotes(cell) + " is no day; write it as YYYY-MM-DD, or all days as MM/DD/YY"};
     }
     const auto noon = noonOf(*day);
     if (!noon) {
@@ -121,7 +121,7 @@ std::size_t columnNamed(const CsvRow& header, std::string_view name, std::string
     if (!isSameName(cell, name) && !isSameName(cell, otherName)) continue;
     if (found != kNoColumn) {
       refuse(header, column,
-             quoted(cell) + " says again what column " + std::to_string(found + 1) + " says");
+             inQuotes(cell) + " says again what column " + std::to_string(found + 1) + " says");
     }
     found = column;
   }
@@ -168,7 +168,7 @@ class MatrixLayout final : public Layout {
       const auto [first, isNew] = columns.emplace(titles_[column], column);
       if (!isNew) {
         refuse(header, column,
-               quoted(titles_[column]) + " has column " + std::to_string(first->second + 1) +
+               inQuotes(titles_[column]) + " has column " + std::to_string(first->second + 1) +
                    " already");
       }
     }

@@ -11,7 +11,6 @@
 namespace coredata {
 
 namespace {
-using Kind = SchemaObject::Kind;
 using Expected = foundation::HashMap<std::string_view, const SchemaObject*>;
 
 Expected byName(const std::vector<SchemaObject>& schema) {
@@ -73,7 +72,7 @@ SchemaCheck checkSchema(Connection& connection, const NSManagedObjectModel& mode
   }
   for (const SchemaObject& object : schema) {
     if (!expected.contains(object.name)) continue;
-    if (object.kind == Kind::index) {
+    if (object.kind == SchemaObject::Kind::index) {
       result.indexChanges.push_back(object.sql);
     } else {
       report("it has no table " + quote(object.name) + " as this model needs it.");

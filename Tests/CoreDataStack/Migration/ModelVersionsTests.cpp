@@ -135,7 +135,8 @@ TEST_F(OwnModelBundleDeathTest, StopsTheProcessOverAModelThatCannotBeRead) {
   addModel("Tessaline 1.mom", "Readable");
 
   EXPECT_DEATH((void)coredatastack::model("Tessaline 1"),
-               "^CoreDataStack/NSManagedObjectModel\\+Migration:19: Fatal error: unable to load "
+               "^The compiled model file \".*Tessaline 1.omo\" .*\n"
+               "CoreDataStack/NSManagedObjectModel\\+Migration:19: Fatal error: unable to load "
                "model in bundle\n$");
 }
 

@@ -67,9 +67,12 @@ Ending endingOf(const std::filesystem::path& stream, Work&& work) {
   return ending;
 }
 
-constexpr std::string_view kNoModel =
-    "CoreDataStack/NSManagedObjectModel+Migration:15: Fatal error: unable to find model in "
-    "bundle\n";
+/// A bundle or a model that cannot be read stops the process; the reason comes before.
+bool stopsForModel(std::string_view text) {
+  const std::string source = "CoreDataStack/NSManagedObjectModel+Migration:";
+  return text.ends_with(source + "15: Fatal error: unable to find model in bundle\n") ||
+         text.ends_with(source + "19: Fatal error: unable to load model in bundle\n");
+}
 
 /// A pattern that finds the text as it stands.
 std::string literally(const std::string& text) {
@@ -95,7 +98,7 @@ class FailingMigration : public testing::TestWithParam<DiskFailure> {
     const bool hasNoIndex = trouble_.sqliteCode == SQLITE_FULL &&
                             text.contains("Code=" + std::to_string(SQLITE_IOERR_SHMSIZE));
     return text.contains(sqlite + " ") || text.contains(posix + " ") || hasNoIndex ||
-           text.contains("unknownStoreVersion") || text.contains(kNoModel);
+           text.contains("unknownStoreVersion") || stopsForModel(text);
   }
   /// One of the fixed texts, and nothing else.
   [[nodiscard]] bool isFixedText(const std::string& stream) const {
@@ -104,8 +107,7 @@ class FailingMigration : public testing::TestWithParam<DiskFailure> {
     const std::string temporary = "file://" + literally(lone_.scene.place().directory().string()) +
                                   "/homes/\\S+/tmp/[0-9A-F-]{36}";
     const std::string error = ", error: Error Domain=\\S+ Code=-?\\d+ .*\n";
-    // A bundle that cannot be read is none; the reason comes before.
-    if (stream.ends_with(kNoModel)) return stream.contains(std::strerror(trouble_.errorNumber));
+    if (stopsForModel(stream)) return stream.contains(std::strerror(trouble_.errorNumber));
     const std::regex whole(
         source + "(12: Fatal error: failed to destroy persistent store at " + temporary +
         "|23: Fatal error: failed to replace persistent store at " + store + " with " + temporary +

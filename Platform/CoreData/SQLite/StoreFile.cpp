@@ -32,6 +32,10 @@ Error fileError(std::string message, int number, const char* call) {
       std::make_shared<Error>(std::string(foundation::kPosixErrorDomain), number, call));
 }
 
+bool saysBusy(const Error& error) {
+  return error.domain() == foundation::kSQLiteErrorDomain && (error.code() & 0xff) == SQLITE_BUSY;
+}
+
 void throwMeaning(const Error& error, const std::string& path) {
   const auto say = [&](StoreErrorCode code, const std::string& text) {
     return storeError(code, text, error.clone());

@@ -66,6 +66,8 @@ void syncDirectoryOf(const std::string& path);
 
 /// What a failed call of the system's means for a store.
 [[nodiscard]] foundation::Error fileError(std::string message, int number, const char* call);
+/// Whether the error is SQLite's, of a lock that somebody else holds.
+[[nodiscard]] bool saysBusy(const foundation::Error& error);
 /// What SQLite's failure means for somebody who wants to open a store. Called where the error was
 /// caught; throws it on when it says enough by itself.
 [[noreturn]] void throwMeaning(const foundation::Error& error, const std::string& path);

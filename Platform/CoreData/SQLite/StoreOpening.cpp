@@ -1,6 +1,7 @@
 #include "CoreData/SQLite/StoreOpening.h"
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <vector>
 
@@ -129,6 +130,21 @@ void keepJournalInMemory(OpenedStore& store) {
   store.settings.pragmas.insert_or_assign("journal_mode", "MEMORY");
 }
 
+/// Begins a log; its mode in the end. SQLite asks for the write lock without waiting for it, so
+/// that whoever writes just then, or begins the log as well, is waited for here.
+std::string beginLog(Connection& connection, std::chrono::milliseconds patience) {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (true) {
+    try {
+      return setJournalMode(connection, "PRAGMA journal_mode=WAL");
+    } catch (const Error& error) {
+      if (!saysBusy(error) || std::chrono::steady_clock::now() >= deadline) throw;
+    }
+    connection.beginWriting();
+    connection.rollBack();
+  }
+}
+
 void chooseJournal(OpenedStore& store, const StoreOptions& options) {
   if (options.isScratch) return keepJournalInMemory(store);
   const auto mode = store.settings.pragmas.find("journal_mode");
@@ -136,7 +152,7 @@ void chooseJournal(OpenedStore& store, const StoreOptions& options) {
     store.usesLog = !leaveLog(*store.connection, store.path);
     return;
   }
-  const std::string result = setJournalMode(*store.connection, "PRAGMA journal_mode=WAL");
+  const std::string result = beginLog(*store.connection, options.busyTimeout);
   if (result == "wal") return;
   throw storeError(StoreErrorCode::notWritable,
                    "The store " + store.path +

@@ -6,6 +6,7 @@
 #include "CoreData/SQLite/RowAccess.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreCore.h"
+#include "CoreData/SQLite/StoreFile.h"
 #include "CoreData/SQLite/StoreMarks.h"
 #include "Foundation/Internal/HashTables.h"
 #include "Foundation/Internal/TestPoint.h"
@@ -23,10 +24,6 @@ Error busyError(const StoreCore& core, const Error* cause) {
                         " was being written by somebody else for longer than " +
                         std::to_string(core.options().busyTimeout.count()) + " ms.",
                     cause == nullptr ? nullptr : cause->clone());
-}
-
-bool saysBusy(const Error& error) {
-  return error.domain() == foundation::kSQLiteErrorDomain && (error.code() & 0xff) == SQLITE_BUSY;
 }
 
 /// A row that is handed to the cache is shared from then on, and nobody writes a shared row.

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <future>
+#include <thread>
 
 #include "CoreData/Model/ModelBuilder.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
@@ -21,11 +23,10 @@ using coredata::StoreOptions;
 using foundation::Ref;
 using foundation::Value;
 using foundation::ValueDictionary;
+using shelf::code;
 using shelf::readFile;
 using shelf::StoreFile;
 using shelf::writeFile;
-
-std::int64_t code(StoreErrorCode value) { return static_cast<std::int64_t>(value); }
 
 /// Whether the log has no header, without which none of its pages counts.
 bool hasEmptyLog(const StoreFile& file) {
@@ -411,6 +412,38 @@ TEST(SQLiteStore, KeepsTheLogWhenAnotherStoreUsesIt) {
 
   EXPECT_EQ(shelf::titleOf(session, shelf::insertBook(session, "Persuasion")), "Persuasion");
   EXPECT_EQ(shelf::query(file.path(), "PRAGMA journal_mode"), std::vector<std::string>{"wal"});
+}
+
+TEST(SQLiteStore, WaitsForAWriterBeforeItBeginsTheLog) {
+  const StoreFile file;
+  StoreOptions options = file.options();
+  options.pragmas = {{"journal_mode", "DELETE"}};
+  const Ref<SQLiteStore> other = file.open(options);
+  std::promise<void> isWriting;
+  const std::jthread writing([&] {
+    ReadSession writer(other);
+    const coredata::WriteTransaction transaction(writer);
+    isWriting.set_value();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  });
+  isWriting.get_future().wait();
+
+  const Ref<SQLiteStore> store = file.open();
+
+  EXPECT_EQ(shelf::query(file.path(), "PRAGMA journal_mode"), std::vector<std::string>{"wal"});
+}
+
+TEST(SQLiteStore, GivesTheLogUpWhereAWriterTakesTooLong) {
+  const StoreFile file;
+  StoreOptions options = file.options();
+  options.pragmas = {{"journal_mode", "DELETE"}};
+  ReadSession writer(file.open(options));
+  const coredata::WriteTransaction transaction(writer);
+
+  options = file.options();
+  options.busyTimeout = shelf::kImpatient;
+  EXPECT_EQ(shelf::errorCode([&] { static_cast<void>(file.open(options)); }),
+            code(StoreErrorCode::busy));
 }
 
 TEST(SQLiteStore, WritesAScratchFileWithNothingBesideIt) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "CoreData/SQLite/SQLiteStore.h"
+#include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/WriteTransaction.h"
 #include "Tests/Support/ErrorCode.h"
 #include "Tests/Support/TemporaryDirectory.h"
@@ -68,5 +69,9 @@ std::vector<std::string> query(const std::string& path, const std::string& sql);
 void writeFile(const std::string& path, std::string_view content);
 
 using support::errorCode;
+/// As errors carry it.
+[[nodiscard]] constexpr std::int64_t code(coredata::StoreErrorCode value) {
+  return static_cast<std::int64_t>(value);
+}
 
 }  // namespace shelf

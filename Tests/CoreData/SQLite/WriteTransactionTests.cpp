@@ -17,12 +17,11 @@ using coredata::SQLiteStore;
 using coredata::StoreErrorCode;
 using coredata::WriteTransaction;
 using foundation::Ref;
+using shelf::code;
 using shelf::entity;
 using shelf::slot;
 using shelf::StoreFile;
 using Lines = std::vector<std::string>;
-
-std::int64_t code(StoreErrorCode value) { return static_cast<std::int64_t>(value); }
 
 constexpr std::size_t kManyBooks = 50;
 

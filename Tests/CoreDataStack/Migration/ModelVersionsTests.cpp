@@ -135,7 +135,7 @@ TEST_F(OwnModelBundleDeathTest, StopsTheProcessOverAModelThatCannotBeRead) {
   addModel("Tessaline 1.mom", "Readable");
 
   EXPECT_DEATH((void)coredatastack::model("Tessaline 1"),
-               "^The compiled model file \".*Tessaline 1.omo\" .*\n"
+               "^\".*Tessaline 1\\.omo\": The .*\n"
                "CoreDataStack/NSManagedObjectModel\\+Migration:19: Fatal error: unable to load "
                "model in bundle\n$");
 }

@@ -83,6 +83,10 @@ void Program::afterMerging(std::function<void(const Transactions&)> handler) {
       });
 }
 
+void Program::onError(std::function<void(const std::string&)> handler) const {
+  log_->onError(std::move(handler));
+}
+
 void Program::prune(const coredatastack::AppTarget& target) {
   target_ = target;
   pruner_ = make<coredatastack::PersistentHistoryObserver>(target, stack_->persistentContainer(),

@@ -52,6 +52,9 @@ class Program {
 
   /// Calls `handler` after each pass over the history, on the thread of the pass.
   void afterMerging(std::function<void(const Transactions&)> handler);
+  /// Calls `handler` with each error that the stack's logger is told, on the thread that it is told
+  /// on.
+  void onError(std::function<void(const std::string&)> handler) const;
   /// The view context and a context that has seen nothing hold the same.
   [[nodiscard]] bool viewIsCurrent() const;
   [[nodiscard]] std::int64_t newestTransaction() const;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Logger/Loggable.h"
@@ -16,6 +18,12 @@ class RecordingLogger final : public logger::Loggable {
   void error(const foundation::Error& error) noexcept override {
     const std::scoped_lock lock(mutex_);
     descriptions_.push_back(error.description());
+    if (handler_) handler_(descriptions_.back());
+  }
+  /// Calls `handler` with each description too, where the error was handed over, one at a time.
+  void onError(std::function<void(const std::string&)> handler) {
+    const std::scoped_lock lock(mutex_);
+    handler_ = std::move(handler);
   }
   [[nodiscard]] std::vector<std::string> descriptions() const {
     const std::scoped_lock lock(mutex_);
@@ -28,6 +36,7 @@ class RecordingLogger final : public logger::Loggable {
  private:
   mutable std::mutex mutex_;
   std::vector<std::string> descriptions_;
+  std::function<void(const std::string&)> handler_;
 };
 
 }  // namespace support

@@ -81,6 +81,13 @@ void Ledger::read(const std::string& line) {
   } else if (kind == "merged") {
     auto& [number, author] = sessions.back().passes.back().emplace_back();
     words >> number >> author;
+  } else if (kind == "failed") {
+    Session& session = sessions.back();
+    std::int64_t told = session.ready;
+    for (const auto& pass : session.passes) {
+      if (!pass.empty()) told = std::max(told, pass.back().first);
+    }
+    words >> session.untold.emplace_back(told, 0).second;
   } else if (kind == "stamp") {
     words >> stamps.emplace_back();
   } else if (kind == "quiet") {

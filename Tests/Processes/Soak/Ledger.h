@@ -47,6 +47,9 @@ struct Session {
   /// Between which transactions each of its own saves lies: behind the first, and the second at
   /// most.
   std::vector<std::pair<std::int64_t, std::int64_t>> own;
+  /// The transactions that a pass may have merged which failed later: behind the first, and the
+  /// second at most.
+  std::vector<std::pair<std::int64_t, std::int64_t>> untold;
   /// The newest transaction when all were quiet, if it lived to see that.
   std::optional<std::int64_t> quiet;
   bool wasCurrent = false;
@@ -94,6 +97,8 @@ class LedgerFile {
   void opened(std::int64_t newest) const { write("session " + std::to_string(newest)); }
   void passed() const { write("pass"); }
   void merged(std::int64_t number, const std::string& author) const;
+  /// A pass told of an error; `newest` is the newest transaction then.
+  void failed(std::int64_t newest) const { write("failed " + std::to_string(newest)); }
   void stamped(double seconds) const;
   void quiet(std::int64_t newest, bool isCurrent) const;
 

@@ -145,6 +145,11 @@ void Member::note(const support::Program::Transactions& transactions) {
 void Member::watch() {
   program_.afterMerging(
       [this](const support::Program::Transactions& transactions) { note(transactions); });
+  // A pass whose cleaning fails has merged what was there, and tells nobody of it.
+  program_.onError([this](const std::string& error) {
+    file_.count("error: " + error);
+    if (follows_) file_.failed(program_.newestTransaction());
+  });
   announcements_ = foundation::NSNotificationCenter::defaultCenter().addObserver(
       coredata::NSPersistentStoreRemoteChangeNotification,
       program_.stack().persistentStoreCoordinator(),
@@ -413,7 +418,6 @@ void Member::settle() {
   static_cast<void>(
       support::runMainQueueUntil([] { return false; }, std::chrono::milliseconds(200)));
   file_.quiet(program_.newestTransaction(), program_.viewIsCurrent());
-  for (const std::string& error : program_.errors()) file_.count("error: " + error);
 }
 
 }  // namespace soak

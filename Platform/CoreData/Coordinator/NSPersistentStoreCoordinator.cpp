@@ -222,7 +222,8 @@ std::unique_ptr<RemoteChangeWatcher> NSPersistentStoreCoordinator::watcher(
       postRemoteChange(alive, identifier, url, newest);
   };
   try {
-    return std::make_unique<RemoteChangeWatcher>(store->engine(), std::move(announce));
+    return std::make_unique<RemoteChangeWatcher>(
+        store->engine(), store->engine()->newestAtOpening(), std::move(announce));
   } catch (const std::system_error& error) {
     std::fprintf(stderr, "CoreData: changes to the store %s are not announced: %s\n",
                  store->url()->absoluteString().c_str(), error.what());

@@ -36,16 +36,13 @@ bool hasCode(const Error& error, StoreErrorCode code) {
 /// The thread's work, and all that it works with.
 class RemoteChangeWatcher::Watch {
  public:
-  // The events first: what happens from then on is heard, what happened before is counted from.
-  Watch(const Ref<SQLiteStore>& store, Announce announce, const WatchTimings& timings)
+  Watch(const Ref<SQLiteStore>& store, std::int64_t since, Announce announce,
+        const WatchTimings& timings)
       : timings_(timings),
         announce_(std::move(announce)),
         events_(store->path(), !store->options().readOnly),
-        probe_(store),
-        path_(store->path()) {
-    // A store that was just made has no log before it is read.
-    if (!events_.hearsLog()) events_.listen();
-  }
+        probe_(store, since),
+        path_(store->path()) {}
 
   void run() noexcept {
     pthread_setname_np(pthread_self(), "remote changes");
@@ -71,7 +68,8 @@ class RemoteChangeWatcher::Watch {
   [[nodiscard]] bool awaitOccasion() noexcept {
     if (backoff_ > Duration::zero()) return events_.sleep(backoff_);
     const bool looksSoon = looksDue_ > 0 || !events_.hears();
-    Wake wake = events_.wait(looksSoon ? timings_.quickPoll : timings_.poll);
+    Wake wake =
+        events_.wait(looksSoon ? std::min(timings_.quickPoll, timings_.poll) : timings_.poll);
     if (looksDue_ > 0) --looksDue_;
     if (wake == Wake::log) {
       looksDue_ = kLooksAfterWriting;
@@ -137,17 +135,18 @@ class RemoteChangeWatcher::Watch {
   CommitEvents events_;
   CommitProbe probe_;
   const std::string path_;
-  /// The log was written to, and no commit has been found since: so many looks are to follow soon.
-  int looksDue_ = 0;
+  /// So many looks are to follow soon: the log was written to, and no commit has been found since;
+  /// or nobody has looked yet at what was committed before the events were listened to.
+  int looksDue_ = 1;
   /// How long to leave a store alone that could not be read.
   Duration backoff_ = Duration::zero();
   bool isReported_ = false;
 };
 
-RemoteChangeWatcher::RemoteChangeWatcher(const Ref<SQLiteStore>& store, Announce announce,
-                                         WatchTimings timings)
+RemoteChangeWatcher::RemoteChangeWatcher(const Ref<SQLiteStore>& store, std::int64_t since,
+                                         Announce announce, WatchTimings timings)
     : forkGeneration_(forkGeneration()),
-      watch_(std::make_shared<Watch>(store, std::move(announce), timings)) {
+      watch_(std::make_shared<Watch>(store, since, std::move(announce), timings)) {
   const foundation::SignalBlock inherited;
   thread_ = std::make_unique<std::thread>([watch = watch_] { watch->run(); });
 }

@@ -28,8 +28,10 @@ struct WatchTimings {
 /// Watches an open store, on a thread of its own, for commits by whomever: other processes, other
 /// coordinators, this one.
 ///
-/// - Whatever is committed after this was made is announced; commits close to one another are
-///   announced together, and the last one always.
+/// - Whatever is committed after the transaction from which it counts is announced; commits close
+/// to
+///   one another are announced together, and the last one always. Those from before this was made
+///   are found by a look soon afterwards.
 /// - What commits nothing, such as reads and checkpoints, is never announced.
 /// - A store that was replaced is announced once more, for the last time. One that cannot be read
 ///   is looked at again, ever more seldom. The standard error stream gets a line about either.
@@ -41,10 +43,13 @@ class RemoteChangeWatcher {
   /// keeps no history. What it throws is reported, and the watch goes on.
   using Announce = std::function<void(std::optional<std::int64_t>)>;
 
-  /// Throws `foundation::Error` when the store cannot be read, and `std::system_error` when the
+  /// `since` is the number of a transaction that is no news any more. A store without a history
+  /// knows of none, and counts from when this is made.
+  ///
+  /// Throws `foundation::Error` when such a store cannot be read, and `std::system_error` when the
   /// process has no thread or descriptor left.
-  RemoteChangeWatcher(const foundation::Ref<SQLiteStore>& store, Announce announce,
-                      WatchTimings timings = {});
+  RemoteChangeWatcher(const foundation::Ref<SQLiteStore>& store, std::int64_t since,
+                      Announce announce, WatchTimings timings = {});
   /// Announces nothing any more, and returns when an announcement that is being made has been made.
   /// On the watcher's own thread, out of an announcement, it does not wait for that. In a child of
   /// the process that made it, where the thread is not, it does nothing.

@@ -18,14 +18,12 @@ namespace {
 constexpr std::chrono::milliseconds kPatience{50};
 }  // namespace
 
-CommitProbe::CommitProbe(Ref<SQLiteStore> store) : store_(std::move(store)) {
-  if (store_->options().historyTracking) {
-    newest_ = store_->newestTransaction().number;
-  } else {
-    // Without a history a connection tells only of what was committed after it looked first.
-    connect();
-    connection_->seenDataVersion = connection_->dataVersion();
-  }
+CommitProbe::CommitProbe(Ref<SQLiteStore> store, std::int64_t since)
+    : store_(std::move(store)), newest_(since) {
+  if (store_->options().historyTracking) return;
+  // Without a history a connection tells only of what was committed after it looked first.
+  connect();
+  connection_->seenDataVersion = connection_->dataVersion();
 }
 
 CommitProbe::~CommitProbe() = default;
@@ -63,7 +61,7 @@ bool CommitProbe::look() {
   store_->core().requireSameStore(*connection_);
   bool hasNews = true;
   if (store_->options().historyTracking) {
-    const std::int64_t newest = newestTransactionIn(*connection_).number;
+    const std::int64_t newest = newestRecordIn(*connection_);
     hasNews = newest > newest_;
     newest_ = std::max(newest, newest_);
   }

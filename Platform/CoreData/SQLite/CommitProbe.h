@@ -19,8 +19,9 @@ class Connection;
 /// Threading: one thread at a time.
 class CommitProbe {
  public:
-  /// Counts from what is in the store now. Throws when that cannot be read.
-  explicit CommitProbe(foundation::Ref<SQLiteStore> store);
+  /// Counts from the transaction of that number, or from what is in the store now where it keeps no
+  /// history. Throws when that cannot be read.
+  CommitProbe(foundation::Ref<SQLiteStore> store, std::int64_t since);
   ~CommitProbe();
   CommitProbe(const CommitProbe&) = delete;
   CommitProbe& operator=(const CommitProbe&) = delete;
@@ -40,7 +41,7 @@ class CommitProbe {
 
   const foundation::Ref<SQLiteStore> store_;
   std::unique_ptr<Connection> connection_;
-  std::int64_t newest_ = 0;
+  std::int64_t newest_;
 };
 
 }  // namespace coredata

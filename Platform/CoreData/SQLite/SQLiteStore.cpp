@@ -67,6 +67,8 @@ HistoryPosition SQLiteStore::newestTransaction() {
   return session.newestTransaction();
 }
 
+std::int64_t SQLiteStore::newestAtOpening() const noexcept { return core_->newestAtOpening(); }
+
 void SQLiteStore::close() noexcept { core_->close(); }
 
 bool SQLiteStore::isClosed() const noexcept { return core_->pool().isClosed(); }

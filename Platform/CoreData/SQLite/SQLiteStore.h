@@ -70,6 +70,9 @@ class SQLiteStore final : public foundation::Object {
 
   /// The newest transaction in the file, whoever wrote it.
   [[nodiscard]] HistoryPosition newestTransaction();
+  /// The number of the one that was the newest when the store was opened: whatever comes after it
+  /// is news to who opened it. 0 for a store that announces no changes or keeps no history.
+  [[nodiscard]] std::int64_t newestAtOpening() const noexcept;
 
   /// Closes the file and folds the log into it when nobody else has it open. Sessions that are
   /// reading finish first. Using the store afterwards throws. Closing twice is fine.

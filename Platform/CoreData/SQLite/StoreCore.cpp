@@ -13,6 +13,7 @@ StoreCore::StoreCore(StoreOptions options, Ref<const NSManagedObjectModel> model
       model_(std::move(model)),
       identifier_(opened.identifier),
       schemaVersion_(opened.schemaVersion),
+      newestAtOpening_(opened.newestTransaction),
       counters_(*model_),
       history_(model_->entities().size()),
       pool_(std::make_shared<ConnectionPool>(std::move(opened.path), std::move(opened.settings),

@@ -26,6 +26,7 @@ class StoreCore {
   [[nodiscard]] const StoreOptions& options() const noexcept { return options_; }
   [[nodiscard]] const NSManagedObjectModel& model() const noexcept { return *model_; }
   [[nodiscard]] const foundation::UUID& identifier() const noexcept { return identifier_; }
+  [[nodiscard]] std::int64_t newestAtOpening() const noexcept { return newestAtOpening_; }
   [[nodiscard]] const RowColumns& columns(const NSEntityDescription& entity) const noexcept {
     return columns_[entity.index()];
   }
@@ -64,6 +65,7 @@ class StoreCore {
   const foundation::Ref<const NSManagedObjectModel> model_;
   const foundation::UUID identifier_;
   const std::int64_t schemaVersion_;
+  const std::int64_t newestAtOpening_;
   std::vector<RowColumns> columns_;
   RowCache rows_;
   WriterGate gate_;

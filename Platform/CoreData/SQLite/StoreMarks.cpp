@@ -1,6 +1,7 @@
 #include "CoreData/SQLite/StoreMarks.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "CoreData/SQLite/Connection.h"
 
@@ -23,6 +24,15 @@ Statement& raiseStatement(Connection& connection) {
     return "INSERT INTO _mark(name, value) VALUES(?, ?) ON CONFLICT(name) DO UPDATE SET "
            "value=excluded.value WHERE excluded.value>value";
   });
+}
+
+std::optional<HistoryPosition> lastRecordIn(Connection& connection) {
+  Statement& statement = connection.statement({StatementKind::newestTransaction}, [] {
+    return "SELECT number, timestamp FROM _transaction ORDER BY number DESC LIMIT 1";
+  });
+  const StatementUse use(statement);
+  if (!statement.step()) return std::nullopt;
+  return HistoryPosition{statement.integer(0), Date::fromReference(statement.real(1))};
 }
 }  // namespace
 
@@ -55,15 +65,13 @@ void raiseHistoryMarks(Connection& connection, const HistoryPosition& position) 
   statement.run();
 }
 
+std::int64_t newestRecordIn(Connection& connection) {
+  const std::optional<HistoryPosition> recorded = lastRecordIn(connection);
+  return recorded ? recorded->number : keyMark(connection, kNumberMark);
+}
+
 HistoryPosition newestTransactionIn(Connection& connection) {
-  HistoryPosition result;
-  Statement& newest = connection.statement({StatementKind::newestTransaction}, [] {
-    return "SELECT number, timestamp FROM _transaction ORDER BY number DESC LIMIT 1";
-  });
-  {
-    const StatementUse use(newest);
-    if (newest.step()) result = {newest.integer(0), Date::fromReference(newest.real(1))};
-  }
+  HistoryPosition result = lastRecordIn(connection).value_or(HistoryPosition());
   result.number = std::max(result.number, keyMark(connection, kNumberMark));
   Statement& mark = markStatement(connection);
   const StatementUse use(mark);

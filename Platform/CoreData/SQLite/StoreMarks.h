@@ -27,5 +27,9 @@ void raiseHistoryMarks(Connection& connection, const HistoryPosition& position);
 /// The newest transaction that any later one must exceed in number and stamp: the last recorded, or
 /// the marks.
 [[nodiscard]] HistoryPosition newestTransactionIn(Connection& connection);
+/// The number of the last recorded one, or the mark where none is recorded. Behind a record the
+/// mark may be later, which tells of transactions that the store had before its content was
+/// replaced.
+[[nodiscard]] std::int64_t newestRecordIn(Connection& connection);
 
 }  // namespace coredata

@@ -8,6 +8,7 @@
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/SchemaCheck.h"
 #include "CoreData/SQLite/StoreFile.h"
+#include "CoreData/SQLite/StoreMarks.h"
 #include "CoreData/SQLite/StoreMetadata.h"
 #include "CoreData/SQLite/StorePragmas.h"
 #include "CoreData/SQLite/StoreSchema.h"
@@ -92,6 +93,8 @@ void verify(OpenedStore& store, const StoreOptions& options, const NSManagedObje
     throw storeError(StoreErrorCode::foreignSchema,
                      "The store " + store.path + " is not used: " + check.problem);
   }
+  if (options.announcesChanges && options.historyTracking)
+    store.newestTransaction = newestRecordIn(connection);
   store.schemaVersion = connection.schemaVersion();
   connection.seenDataVersion = connection.dataVersion();
   connection.rollBack();

@@ -17,6 +17,9 @@ struct OpenedStore {
   std::unique_ptr<Connection> connection;
   foundation::UUID identifier = foundation::UUID::empty();
   std::int64_t schemaVersion = 0;
+  /// The newest transaction's number in the state that was looked through; 0 unless changes are to
+  /// be announced.
+  std::int64_t newestTransaction = 0;
   /// Whether commits go to a log, rather than a rollback journal.
   bool usesLog = true;
 };

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <future>
 #include <stdexcept>
 
@@ -18,12 +19,14 @@
 #include "Tests/CoreData/Coordinator/WatchedGarden.h"
 #include "Tests/CoreData/Coordinator/Writer.h"
 #include "Tests/Support/ErrorCode.h"
+#include "Tests/Support/ForwardingFileSystem.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 namespace {
 
 using coredata::NSPersistentContainer;
 using coredata::NSPersistentStoreRemoteChangeNotification;
+using foundation::make;
 using foundation::NSNotification;
 using foundation::NSNotificationCenter;
 using foundation::Ref;
@@ -34,6 +37,22 @@ using garden::Opening;
 using garden::savePlant;
 
 constexpr std::chrono::seconds kDeadline{30};
+
+/// Commits when somebody who has opened a store is about to listen to its files.
+class CommitBeforeWatch final : public support::ForwardingFileSystem {
+ public:
+  explicit CommitBeforeWatch(std::function<std::int64_t()> commit) : commit_(std::move(commit)) {}
+  [[nodiscard]] std::int64_t transaction() const noexcept { return transaction_; }
+
+  foundation::FileResult<int> openWatcher() override {
+    if (const auto commit = std::exchange(commit_, nullptr)) transaction_ = commit();
+    return ForwardingFileSystem::openWatcher();
+  }
+
+ private:
+  std::function<std::int64_t()> commit_;
+  std::int64_t transaction_ = 0;
+};
 
 class RemoteChangeNotification : public testing::Test {
  protected:
@@ -119,6 +138,20 @@ TEST_F(RemoteChangeNotification, IsPostedForCommitsOfAnotherProcess) {
   for (int i = 0; i < 20; ++i) EXPECT_TRUE(announcements.await(writer.save())) << i;
 
   EXPECT_LE(announcements.count(), 20U);
+}
+
+TEST_F(RemoteChangeNotification, IsPostedForCommitsBetweenTheOpeningAndTheWatch) {
+  const auto other = garden::open(url, {.isWatched = false});
+  savePlant(*other);
+  CommitBeforeWatch between([&] { return savePlant(*other); });
+  const auto container = make<NSPersistentContainer>("garden", garden::model());
+  Announcements announcements(coordinatorOf(container));
+  container->setPersistentStoreDescriptions({garden::described(url)});
+
+  container->loadPersistentStores([](const auto&, const auto&) {});
+
+  EXPECT_EQ(between.transaction(), 2);
+  EXPECT_TRUE(announcements.await(between.transaction()));
 }
 
 TEST_F(RemoteChangeNotification, IsPostedForEachCoordinatorThatWatches) {

@@ -68,9 +68,14 @@ class RemoteChangeWatcherTest : public testing::Test {
       garden::open(url, {.isWatched = false});
   Announcements announcements;
 
+  /// Counts from what is in the store now.
   [[nodiscard]] std::unique_ptr<RemoteChangeWatcher> watcher(const WatchTimings& timings) {
+    return watcher(timings, engineOf(*container)->newestTransaction().number);
+  }
+  [[nodiscard]] std::unique_ptr<RemoteChangeWatcher> watcher(const WatchTimings& timings,
+                                                             std::int64_t since) {
     return std::make_unique<RemoteChangeWatcher>(
-        engineOf(*container),
+        engineOf(*container), since,
         [this](std::optional<std::int64_t> newest) { announcements.add(newest); }, timings);
   }
   /// Waits for events alone.
@@ -145,6 +150,15 @@ TEST_F(RemoteChangeWatcherTest, AnnouncesWhatWasCommittedRightAfterItWasMade) {
     const auto watching = watcher(kNoPoll);
     ASSERT_TRUE(announcements.await(savePlant(*container))) << i;
   }
+}
+
+TEST_F(RemoteChangeWatcherTest, SoonAnnouncesWhatWasCommittedBeforeItListened) {
+  const std::int64_t since = savePlant(*container);
+  const std::int64_t newest = savePlant(*container);
+
+  const auto watching = watcher({.poll = hours(1), .quickPoll = milliseconds(5)}, since);
+
+  EXPECT_TRUE(announcements.await(newest));
 }
 
 TEST_F(RemoteChangeWatcherTest, AnnouncesNothingThatWasCommittedBefore) {

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "CoreData/Model/ModelBuilder.h"
+#include "CoreData/SQLite/HistoryPruning.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreMetadata.h"
 #include "CoreData/SQLite/StorePragmas.h"
@@ -72,6 +73,23 @@ TEST(SQLiteStore, FindsItsRowsAgain) {
 
   ReadSession session(file.open());
   EXPECT_EQ(shelf::titleOf(session, key), "Emma");
+}
+
+TEST(SQLiteStore, KnowsTheTransactionThatWasTheNewestWhenItWasOpened) {
+  const StoreFile file;
+  StoreOptions options = file.options();
+  options.announcesChanges = true;
+  const Ref<SQLiteStore> first = file.open(options);
+  ReadSession session(first);
+  for (const char* title : {"Emma", "Persuasion"}) shelf::insertBook(session, title);
+
+  const Ref<SQLiteStore> second = file.open(options);
+  shelf::insertBook(session, "Sanditon");
+  coredata::HistoryPruning(session).deleteBefore(std::int64_t{4});
+
+  EXPECT_EQ(first->newestAtOpening(), 0);
+  EXPECT_EQ(second->newestAtOpening(), 2);
+  EXPECT_EQ(file.open(options)->newestAtOpening(), 3) << "of which only a mark is left";
 }
 
 TEST(SQLiteStore, LeavesTheMainFileCompleteAndNothingInTheLogWhenItIsClosed) {

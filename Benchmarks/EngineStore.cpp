@@ -12,7 +12,7 @@ using foundation::URL;
 namespace {
 
 Ref<const NSManagedObjectModel> loadedModel() {
-  const std::string path = BENCHMARK_RESOURCE_DIR "/CoreDataStackModel.bundle/Model.momd/";
+  const std::string path = BENCHMARK_RESOURCE_DIR "/coredata.bundle/Model.momd/";
   std::string why;
   Ref<const NSManagedObjectModel> model =
       NSManagedObjectModel::contentsOf(URL::fileURL(path), &why);

@@ -28,14 +28,16 @@ endfunction()
 # cds_add_bundle(<name> IDENTIFIER <identifier>
 #                [MODEL <name> VERSIONS <source>... CURRENT <version name>]
 #                [MAPPINGS <source>... BETWEEN <model source>...] [TABLES <directory>.lproj...])
-# Makes <name>.bundle, and a target <name>Bundle that builds it. Paths are relative to the calling folder.
+# Makes a bundle that is named as its identifier ends, by which it is found at once, and a target <name>Bundle that
+# builds it. Paths are relative to the calling folder.
 #   MODEL     Model.momd/ with every version compiled to a readable .mom and an optimised .omo, and the list of
 #             versions with the current one's name in Info.json
 #   MAPPINGS  each source checked against the versions BETWEEN which it leads, and compiled to a .cdm
 #   TABLES    folders of texts, one a language, copied as they are
 function(cds_add_bundle name)
   cmake_parse_arguments(ARG "" "IDENTIFIER;MODEL;CURRENT" "VERSIONS;MAPPINGS;BETWEEN;TABLES" ${ARGN})
-  set(bundle "${COREDATASTACK_RESOURCE_DIR}/${name}.bundle")
+  string(REGEX REPLACE "^.*\\." "" directory "${ARG_IDENTIFIER}")
+  set(bundle "${COREDATASTACK_RESOURCE_DIR}/${directory}.bundle")
   file(CONFIGURE OUTPUT "${bundle}/Info.json" @ONLY
        CONTENT "{\"identifier\": \"${ARG_IDENTIFIER}\", \"name\": \"${name}\"}\n")
   set(outputs)

@@ -10,7 +10,7 @@ using foundation::Ref;
 using foundation::URL;
 
 Ref<const NSManagedObjectModel> loadedModel() {
-  const std::string path = TEST_RESOURCE_DIR "/CoreDataStackModel.bundle/Model.momd/";
+  const std::string path = TEST_RESOURCE_DIR "/coredata.bundle/Model.momd/";
   std::string why;
   Ref<const NSManagedObjectModel> model =
       NSManagedObjectModel::contentsOf(URL::fileURL(path), &why);

@@ -66,6 +66,18 @@ std::string withoutTrailingSlashes(std::string path) {
   return path;
 }
 
+constexpr std::string_view kBundleExtension = ".bundle";
+
+std::string bundlePath(const std::string& directory, std::string_view name) {
+  return joined(directory, name).append(kBundleExtension);
+}
+
+/// The name that an identifier tells, its last component; empty where that can be no name.
+std::string_view likelyNameOf(std::string_view identifier) {
+  const std::string_view name = identifier.substr(identifier.rfind('.') + 1);
+  return staysBelow(name) ? name : std::string_view();
+}
+
 }  // namespace
 
 std::optional<Bundle> Bundle::open(std::string path, bool needsInfo) {
@@ -81,22 +93,27 @@ std::optional<Bundle> Bundle::open(std::string path, bool needsInfo) {
 
 template <typename Accept>
 std::optional<Bundle> Bundle::findIn(const std::vector<std::string>& directories,
-                                     const Accept& accept) {
+                                     std::string_view likelyName, const Accept& accept) {
+  const auto accepted = [&](std::string path) {
+    auto found = open(std::move(path), true);
+    return found && accept(*found) ? std::move(found) : std::nullopt;
+  };
   for (const std::string& directory : directories) {
-    auto itself = open(directory, true);
-    if (itself && accept(*itself)) return itself;
-    for (const std::string& path : entriesWithExtension(directory, ".bundle")) {
-      auto found = open(path, true);
-      if (found && accept(*found)) return found;
+    if (auto itself = accepted(directory)) return itself;
+    if (!likelyName.empty()) {
+      if (auto likely = accepted(bundlePath(directory, likelyName))) return likely;
+    }
+    for (std::string& path : entriesWithExtension(directory, kBundleExtension)) {
+      if (auto found = accepted(std::move(path))) return found;
     }
   }
   return std::nullopt;
 }
 
 template <typename Accept>
-std::optional<Bundle> Bundle::find(const Accept& accept) {
-  if (auto found = findIn(addedBundleDirectories(), accept)) return found;
-  return findIn(otherBundleDirectories(), accept);
+std::optional<Bundle> Bundle::find(std::string_view likelyName, const Accept& accept) {
+  if (auto found = findIn(addedBundleDirectories(), likelyName, accept)) return found;
+  return findIn(otherBundleDirectories(), likelyName, accept);
 }
 
 std::optional<Bundle> Bundle::known() {
@@ -109,7 +126,7 @@ Bundle Bundle::main() {
   const ProgramLocation& program = programLocation();
   for (const auto& directories : {addedBundleDirectories(), otherBundleDirectories()}) {
     for (const std::string& directory : directories) {
-      if (auto found = open(directory + "/" + program.name + ".bundle", true)) {
+      if (auto found = open(bundlePath(directory, program.name), true)) {
         // Kept once it is found, for every text of the program comes through here.
         const std::scoped_lock guard(mainBundle().mutex);
         if (!mainBundle().set) mainBundle().set = std::move(found);
@@ -129,12 +146,12 @@ std::optional<Bundle> Bundle::withIdentifier(std::string_view identifier) {
   const auto isIt = [&](const Bundle& bundle) { return bundle.bundleIdentifier() == identifier; };
   // A main bundle that was neither set nor asked for yet lies where the others are looked for.
   if (const auto own = known(); own && isIt(*own)) return own;
-  return find(isIt);
+  return find(likelyNameOf(identifier), isIt);
 }
 
 std::vector<Bundle> Bundle::allBundles() {
   std::vector<Bundle> bundles{main()};
-  static_cast<void>(find([&](const Bundle& bundle) {
+  static_cast<void>(find({}, [&](const Bundle& bundle) {
     if (bundle.content_->path != bundles.front().content_->path) bundles.push_back(bundle);
     return false;
   }));

@@ -30,7 +30,9 @@ class Bundle {
   [[nodiscard]] static Bundle main();
   /// Sets the program's own bundle, to be done before anything reads it.
   static void setMain(Bundle bundle);
-  /// The first bundle with this identifier, none when there is none now.
+  /// The first bundle with this identifier, none when there is none now. One that is named as the
+  /// identifier ends, `garden.bundle` for "com.example.garden", is found at once, without a look at
+  /// the others of its directory.
   [[nodiscard]] static std::optional<Bundle> withIdentifier(std::string_view identifier);
   /// The program's own and every other one, in the order in which they are looked for.
   [[nodiscard]] static std::vector<Bundle> allBundles();
@@ -66,11 +68,14 @@ class Bundle {
   [[nodiscard]] static std::optional<Bundle> open(std::string path, bool needsInfo);
   /// The main bundle, once it was set or found.
   [[nodiscard]] static std::optional<Bundle> known();
+  /// A bundle of the name that is likely is looked at before the others of its directory.
   template <typename Accept>
   [[nodiscard]] static std::optional<Bundle> findIn(const std::vector<std::string>& directories,
+                                                    std::string_view likelyName,
                                                     const Accept& accept);
   template <typename Accept>
-  [[nodiscard]] static std::optional<Bundle> find(const Accept& accept);
+  [[nodiscard]] static std::optional<Bundle> find(std::string_view likelyName,
+                                                  const Accept& accept);
 
   std::shared_ptr<const Content> content_;
 };

@@ -89,6 +89,39 @@ TEST_F(BundleTest, IsTheOneRegisteredFirst) {
   EXPECT_EQ(Bundle::withIdentifier("test.twice")->bundleURL(), URL::fileURL(path().string() + "/"));
 }
 
+TEST_F(BundleTest, IsFoundAtOnceWhereItsNameIsTheEndOfItsIdentifier) {
+  write(directory() / "A.bundle" / "Info.json", "[]");
+  makeBundle(infoOf("test.Plants"));
+
+  testing::internal::CaptureStderr();
+  const auto found = Bundle::withIdentifier("test.Plants");
+
+  EXPECT_TRUE(found.has_value());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the others were looked at";
+}
+
+TEST_F(BundleTest, IsNotTakenByItsNameAlone) {
+  write(directory() / "roses.bundle" / "Info.json", infoOf("test.others.roses"));
+  makeBundle(infoOf("test.roses"));
+
+  const auto found = Bundle::withIdentifier("test.roses");
+
+  ASSERT_TRUE(found.has_value());
+  EXPECT_EQ(found->bundleURL(), URL::fileURL(path().string() + "/"));
+}
+
+TEST_F(BundleTest, ReadsItsInfoInAnyFormThatIsJSON) {
+  const std::string plain = R"({"identifier": "test.form", "name": "Garden"})";
+  for (const std::string& info :
+       {plain + "\n", plain, R"({"name":"Garden","identifier":"test.form"})" + std::string("\n"),
+        R"({"identifier": "test.f\u006frm", "name": "Gard\u0065n"})" + std::string("\n"),
+        R"({"identifier": "test.form", "name": "Garden", "more": [1]})" + std::string("\n")}) {
+    write(path() / "Info.json", info);
+    EXPECT_EQ(bundle().bundleIdentifier(), "test.form") << info;
+    EXPECT_EQ(bundle().name(), "Garden") << info;
+  }
+}
+
 TEST_F(BundleTest, IsLeftOutWithOneLineWhenItsInfoIsDamaged) {
   makeBundle(R"({"identifier": "test.damaged")");
 

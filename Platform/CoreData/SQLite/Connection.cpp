@@ -6,6 +6,7 @@
 
 #include "CoreData/SQLite/ForkGeneration.h"
 #include "CoreData/SQLite/InheritedFiles.h"
+#include "CoreData/SQLite/MemoryAccount.h"
 #include "CoreData/SQLite/RowFeed.h"
 #include "CoreData/SQLite/StoreSchema.h"
 #include "CoreData/SQLite/StoreVFS.h"
@@ -49,6 +50,7 @@ Connection::Connection(const std::string& path, const ConnectionSettings& settin
     : serial_(nextSerial.fetch_add(1, std::memory_order_relaxed)),
       forkGeneration_(coredata::forkGeneration()),
       busyTimeoutMs_(static_cast<int>(settings.busyTimeout.count())) {
+  keepNoMemoryAccount();
   keepInheritedFilesApart();
   // Never SQLITE_OPEN_CREATE: a new file is made beforehand, with the owner's permissions only.
   const int flags = (settings.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |

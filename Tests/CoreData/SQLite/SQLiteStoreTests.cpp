@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <future>
 #include <thread>
@@ -90,6 +91,18 @@ TEST(SQLiteStore, KnowsTheTransactionThatWasTheNewestWhenItWasOpened) {
   EXPECT_EQ(first->newestAtOpening(), 0);
   EXPECT_EQ(second->newestAtOpening(), 2);
   EXPECT_EQ(file.open(options)->newestAtOpening(), 3) << "of which only a mark is left";
+}
+
+/// In a process where nobody has used SQLite before.
+TEST(SQLiteStoreDeathTest, HasSQLiteKeepNoAccountOfItsMemory) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto accounted = [] {
+    const StoreFile file;
+    const Ref<SQLiteStore> store = file.open();
+    return sqlite3_memory_used();
+  };
+
+  EXPECT_EXIT(std::exit(accounted() == 0 ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST(SQLiteStore, LeavesTheMainFileCompleteAndNothingInTheLogWhenItIsClosed) {

@@ -78,13 +78,15 @@ void narrowNumber(HistoryBounds& bounds, ComparisonOperator comparison, std::int
   if (boundsAbove(comparison)) bounds.lastNumber = std::min(bounds.lastNumber, number);
 }
 
-void narrowAuthor(HistoryBounds& bounds, ComparisonOperator comparison, const Value& author) {
+/// Whether the bounds have it now.
+bool narrowAuthor(HistoryBounds& bounds, ComparisonOperator comparison, const Value& author) {
   const bool isWanted = comparison == ComparisonOperator::equal;
-  if (!isWanted && comparison != ComparisonOperator::notEqual) return;
-  if (author.text() == nullptr && !author.isNone()) return;
+  if (!isWanted && comparison != ComparisonOperator::notEqual) return false;
+  if (author.text() == nullptr && !author.isNone()) return false;
   // One condition is all that the way can be shortened by; a wanted author shortens it most.
-  if (bounds.author && !isWanted) return;
+  if (bounds.author && !isWanted) return false;
   bounds.author = {isWanted, author.isNone() ? std::nullopt : std::optional(*author.text())};
+  return true;
 }
 
 }  // namespace
@@ -185,23 +187,24 @@ void HistoryPredicate::resolve(const ExpressionNode& side) {
                                                        "\" that a predicate could ask for.");
 }
 
-void HistoryPredicate::narrow(HistoryBounds& bounds) const {
-  if (predicate_) narrow(bounds, predicate_->shape().root());
+bool HistoryPredicate::narrow(HistoryBounds& bounds) const {
+  return !predicate_ || narrow(bounds, predicate_->shape().root());
 }
 
-void HistoryPredicate::narrow(HistoryBounds& bounds, const PredicateNode& node) const {
+bool HistoryPredicate::narrow(HistoryBounds& bounds, const PredicateNode& node) const {
   if (node.kind == PredicateNode::Kind::conjunction) {
-    for (const PredicateNode& child : node.children) narrow(bounds, child);
+    // One condition may take another's place in the bounds.
+    for (const PredicateNode& child : node.children) static_cast<void>(narrow(bounds, child));
   }
   if (node.kind != PredicateNode::Kind::comparison ||
       node.left.kind != ExpressionNode::Kind::keyPath ||
       node.modifier != ComparisonModifier::direct || node.option != foundation::TextOption::exact) {
-    return;
+    return false;
   }
   const Value* constant = constantOf(node.right, *predicate_);
-  if (constant == nullptr) return;
+  if (constant == nullptr) return false;
   const Key key = keys_[node.left.path.site];
-  if (key == Key::author) narrowAuthor(bounds, node.comparison, *constant);
+  if (key == Key::author) return narrowAuthor(bounds, node.comparison, *constant);
   if (key == Key::timestamp && constant->date() != nullptr) {
     narrowStamp(bounds, node.comparison, constant->date()->timeIntervalSinceReferenceDate());
   }
@@ -209,6 +212,7 @@ void HistoryPredicate::narrow(HistoryBounds& bounds, const PredicateNode& node) 
       !constant->number()->isReal()) {
     narrowNumber(bounds, node.comparison, constant->number()->int64Value());
   }
+  return false;
 }
 
 bool HistoryPredicate::holds(const HistoryTransactionRecord& transaction,

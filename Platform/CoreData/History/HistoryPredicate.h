@@ -13,7 +13,8 @@ namespace coredata {
 
 /// A predicate on transactions, made ready for one request. What it says of stamps, numbers and
 /// authors shortens the way through the history; whether a transaction is wanted is then decided by
-/// evaluating it whole, so that the answer is the same as in memory.
+/// evaluating it whole, so that the answer is the same as in memory. One that asks for an author
+/// and nothing else, as programs do that look for others' changes, is answered by the way alone.
 class HistoryPredicate {
  public:
   /// The keys that a predicate may name.
@@ -31,8 +32,9 @@ class HistoryPredicate {
   /// Throws `HistoryErrorCode::unknownKey`. Without a predicate every transaction is wanted.
   HistoryPredicate(std::optional<foundation::NSPredicate> predicate, std::string storeID);
 
-  /// Makes the bounds narrower where the predicate allows it.
-  void narrow(HistoryBounds& bounds) const;
+  /// Makes the bounds narrower where the predicate allows it. True when they say all that it says:
+  /// then no transaction within them has to be looked at.
+  [[nodiscard]] bool narrow(HistoryBounds& bounds) const;
   [[nodiscard]] bool holds(const HistoryTransactionRecord& transaction,
                            const HistoryRecords& records) const;
 
@@ -41,7 +43,7 @@ class HistoryPredicate {
 
   void resolve(const foundation::PredicateNode& node);
   void resolve(const foundation::ExpressionNode& side);
-  void narrow(HistoryBounds& bounds, const foundation::PredicateNode& node) const;
+  bool narrow(HistoryBounds& bounds, const foundation::PredicateNode& node) const;
 
   std::optional<foundation::NSPredicate> predicate_;
   std::string storeID_;

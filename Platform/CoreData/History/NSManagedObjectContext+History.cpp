@@ -41,10 +41,10 @@ HistoryRecords found(const Request& request, ReadSession& session, const NSPersi
   HistoryBounds bounds = boundsAfter(request.place(), store);
   const HistoryPredicate predicate(which.predicate(), store.identifier());
   if (!session.store()->options().historyTracking) return {};
-  predicate.narrow(bounds);
+  const bool isAnswered = predicate.narrow(bounds);
   const auto isWanted = [&](const HistoryTransactionRecord& transaction,
                             const HistoryRecords& records) {
-    return predicate.holds(transaction, records);
+    return isAnswered || predicate.holds(transaction, records);
   };
   HistoryReader reader(session);
   const bool wantsChanges = request.resultType() == ResultType::changesOnly ||

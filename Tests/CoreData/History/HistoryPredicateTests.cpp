@@ -124,8 +124,30 @@ TEST_F(HistoryPredicateTest, AsksForEachPropertyByItsName) {
 /// The bounds that a condition leaves.
 coredata::HistoryBounds narrowed(const NSPredicate& predicate) {
   coredata::HistoryBounds bounds;
-  coredata::HistoryPredicate(predicate, "").narrow(bounds);
+  static_cast<void>(coredata::HistoryPredicate(predicate, "").narrow(bounds));
   return bounds;
+}
+
+/// Whether they say all that the condition says.
+bool isAnsweredByBounds(const NSPredicate& predicate) {
+  coredata::HistoryBounds bounds;
+  return coredata::HistoryPredicate(predicate, "").narrow(bounds);
+}
+
+TEST(HistoryPredicateBounds, SayAllThatAConditionOnTheAuthorAloneSays) {
+  EXPECT_TRUE(isAnsweredByBounds(NSPredicate::format("author = 'app'")));
+  EXPECT_TRUE(isAnsweredByBounds(NSPredicate::format("author != 'app'")));
+  EXPECT_TRUE(isAnsweredByBounds(NSPredicate::format("author = nil")));
+}
+
+TEST(HistoryPredicateBounds, DoNotSayAllThatAnyOtherConditionSays) {
+  for (const char* condition :
+       {"author ==[c] 'app'", "author > 'app'", "author = 5", "author = contextName",
+        "author BEGINSWITH 'app'", "contextName = 'app'", "transactionNumber > 5",
+        "NOT author = 'app'", "author = 'app' OR author = 'share'",
+        "author = 'app' AND author != 'app'", "author = 'app' AND author = 'share'"}) {
+    EXPECT_FALSE(isAnsweredByBounds(NSPredicate::format(condition))) << condition;
+  }
 }
 
 TEST(HistoryPredicateBounds, AreNarrowedByNumbers) {

@@ -121,10 +121,14 @@ template <typename T>
   CD_OPTIONAL(::foundation::Date, date, name, setter,                            \
               ::foundation::Date::fromReference(values.real(name##Slot_.index)), \
               NSManagedObject::setDate(name##Slot_.index, value))
-#define CD_DATA(name, setter)                                      \
-  CD_OPTIONAL(::foundation::Data, data, name, setter,              \
-              ::foundation::Data(values.bytes(name##Slot_.index)), \
-              NSManagedObject::setData(name##Slot_.index, value))
+#define CD_DATA(name, setter)                                    \
+  CD_ACCESSOR(name, data)                                        \
+  [[nodiscard]] std::optional<::foundation::Data> name() const { \
+    return NSManagedObject::data(name##Slot_.index);             \
+  }                                                              \
+  void setter(const std::optional<::foundation::Data>& value) {  \
+    NSManagedObject::setData(name##Slot_.index, value);          \
+  }
 #define CD_UUID(name, setter)                                                                     \
   CD_OPTIONAL(::foundation::UUID, identifier, name, setter, values.identifier(name##Slot_.index), \
               NSManagedObject::setIdentifier(name##Slot_.index, value))

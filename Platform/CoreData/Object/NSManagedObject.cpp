@@ -111,6 +111,14 @@ void NSManagedObject::neutralise() noexcept {
   toMany_ = nullptr;
 }
 
+std::optional<foundation::Data> NSManagedObject::data(SlotIndex slot) const {
+  const Row& values = row();
+  if (values.isNone(slot)) return std::nullopt;
+  // A row that may still be written must not be shared.
+  const bool isPrivate = state_.unattached || state_.inserted || committed_;
+  return isPrivate ? foundation::Data(values.bytes(slot)) : Row::sharedBytes(row_, slot);
+}
+
 void NSManagedObject::setInteger(SlotIndex slot, std::int64_t value) {
   if (Row* written = rowForWriting()) written->setInteger(slot, value);
 }

@@ -77,6 +77,7 @@ class NSManagedObject : public foundation::Object {
 
   // What typed accessors are made of. `slot` must be of the kind named.
   [[nodiscard]] const Row& row() const { return row_ ? *row_ : firedRow(); }
+  [[nodiscard]] std::optional<foundation::Data> data(SlotIndex slot) const;
   void setInteger(SlotIndex slot, std::int64_t value);
   void setReal(SlotIndex slot, std::optional<double> value);
   void setText(SlotIndex slot, std::optional<std::string_view> value);

@@ -113,6 +113,18 @@ std::span<const std::uint8_t> Row::bytes(SlotIndex slot) const noexcept {
   return {payload() + range.offset, range.size};
 }
 
+foundation::Data Row::sharedBytes(const Ref<Row>& row, SlotIndex slot) {
+  const auto bytes = row->bytes(slot);
+  const bool areMostOfIt = row->distance_ == 0 && bytes.size() >= row->byteSize() / 2;
+  if (!areMostOfIt) return foundation::Data(bytes);
+  struct LentBytes {
+    Ref<Row> row;
+    std::span<const std::uint8_t> bytes;
+  };
+  const auto lent = std::make_shared<const LentBytes>(row, bytes);
+  return foundation::Data({lent, &lent->bytes});
+}
+
 foundation::UUID Row::identifier(SlotIndex slot) const noexcept {
   foundation::UUID::Bytes bytes{};
   if (tag(slot) == SlotTag::identifier) {

@@ -75,6 +75,10 @@ class Row {
   [[nodiscard]] foundation::UUID identifier(SlotIndex slot) const noexcept;
   /// The bytes of a text, of data or of an identifier, whichever it is.
   [[nodiscard]] std::string_view packed(SlotIndex slot) const noexcept;
+  /// The bytes of a slot of a row that is not written any more. Where they are most of it they stay
+  /// in its memory, which lives as long as they do; else they are copied.
+  [[nodiscard]] static foundation::Data sharedBytes(const foundation::Ref<Row>& row,
+                                                    SlotIndex slot);
   /// The slot as a value of run-time kind; a reference gives its key as a number. Allocates for
   /// texts and bytes.
   [[nodiscard]] foundation::Value value(SlotIndex slot) const;

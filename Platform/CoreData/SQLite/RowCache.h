@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <limits>
@@ -30,6 +31,8 @@ class RowCache {
   struct Limits {
     std::size_t rows = 32'768;
     std::size_t bytes = std::size_t{16} << 20;
+    /// Reading a larger row once more costs less than reading those that it would push out.
+    std::size_t largestRow = std::size_t{64} << 10;
   };
 
   RowCache() : RowCache(Limits{}) {}
@@ -78,9 +81,8 @@ class RowCache {
   /// No reader's epoch is as late.
   static constexpr CacheEpoch kAfterAll = std::numeric_limits<CacheEpoch>::max();
 
-  /// One huge row is not worth everybody else's.
   [[nodiscard]] bool isTooLarge(std::size_t size) const noexcept {
-    return size > limits_.bytes / 8;
+    return size > std::min(limits_.largestRow, limits_.bytes / 8);
   }
   void take(std::span<const RowChange> changes, CacheEpoch now);
   void put(const Place& place, Entry entry);

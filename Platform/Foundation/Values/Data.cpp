@@ -9,14 +9,26 @@ namespace {
 std::span<const std::uint8_t> bytesOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
+
+struct OwnedBytes {
+  explicit OwnedBytes(std::vector<std::uint8_t> given) : owned(std::move(given)), bytes(owned) {}
+
+  const std::vector<std::uint8_t> owned;
+  const std::span<const std::uint8_t> bytes;
+};
 }  // namespace
 
-Data::Data(std::vector<std::uint8_t> bytes)
-    : bytes_(bytes.empty() ? nullptr
-                           : std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes))) {}
+Data::Data(std::vector<std::uint8_t> bytes) {
+  if (bytes.empty()) return;
+  const auto kept = std::make_shared<const OwnedBytes>(std::move(bytes));
+  bytes_ = {kept, &kept->bytes};
+}
 
 Data::Data(std::span<const std::uint8_t> bytes)
     : Data(std::vector<std::uint8_t>(bytes.begin(), bytes.end())) {}
+
+Data::Data(std::shared_ptr<const std::span<const std::uint8_t>> bytes) noexcept
+    : bytes_(std::move(bytes)) {}
 
 Data Data::fromText(std::string_view text) { return Data(bytesOf(text)); }
 

@@ -191,6 +191,17 @@ TEST_F(RowCacheTest, TakesNoRowThatWouldPushOutAllOthers) {
   EXPECT_FALSE(small.find(book(), 2, small.epoch()));
 }
 
+TEST_F(RowCacheTest, TakesNoRowThatIsAsLargeAsManyOthers) {
+  const std::size_t largest = RowCache::Limits().largestRow;
+  const std::size_t around = row(1)->byteSize();
+
+  cache_.add(row(1, 1, largest - around), cache_.epoch());
+  cache_.add(row(2, 1, largest - around + 1), cache_.epoch());
+
+  EXPECT_TRUE(find(1));
+  EXPECT_FALSE(find(2));
+}
+
 TEST_F(RowCacheTest, StaysWithinItsBoundsWhenRowsGrow) {
   RowCache small({.rows = 100, .bytes = 100'000});
   for (ObjectKey key = 1; key <= 40; ++key) small.add(row(key), small.epoch());

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <optional>
+#include <span>
+
 #include "Foundation/Values/Data.h"
 #include "Foundation/Values/Description.h"
 #include "Foundation/Values/Error.h"
@@ -67,6 +71,26 @@ TEST(Data, SharesItsBytesBetweenCopies) {
 
   EXPECT_EQ(copy.bytes().data(), data.bytes().data());
   EXPECT_EQ(copy.text(), "abc");
+}
+
+TEST(Data, KeepsTheMemoryThatItsBytesLieIn) {
+  struct Owner {
+    std::vector<std::uint8_t> memory = std::vector<std::uint8_t>(5, 7);
+    std::span<const std::uint8_t> middle = std::span(memory).subspan(1, 3);
+  };
+  auto owner = std::make_shared<Owner>();
+  const std::weak_ptr<Owner> watched = owner;
+  const std::uint8_t* place = owner->middle.data();
+  std::optional<Data> data(Data({owner, &owner->middle}));
+  owner = nullptr;
+
+  EXPECT_EQ(data->bytes().data(), place);
+  EXPECT_EQ(*data, Data(std::vector<std::uint8_t>{7, 7, 7}));
+  EXPECT_FALSE(watched.expired());
+
+  data.reset();
+
+  EXPECT_TRUE(watched.expired());
 }
 
 TEST(Data, EqualsByContent) {

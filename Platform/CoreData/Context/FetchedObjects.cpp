@@ -24,6 +24,10 @@ FetchedObjects::FetchedObjects(std::shared_ptr<FetchedContent> content)
 
 std::size_t FetchedObjects::size() const noexcept { return content_ ? content_->size() : 0; }
 
+std::span<const ObjectKey> FetchedObjects::keys() const noexcept {
+  return content_ ? std::span<const ObjectKey>(content_->keys) : std::span<const ObjectKey>();
+}
+
 Ref<Row> FetchedContent::row(std::size_t index, NSManagedObjectContext& context) {
   ContextState& state = *context.state_;
   const bool isCurrent = state.rowEpoch(*entity) == rowEpoch;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <iterator>
 #include <memory>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -37,6 +38,8 @@ class FetchedObjects {
   [[nodiscard]] bool empty() const noexcept { return size() == 0; }
   /// The object at a position below `size()`; null when the context is gone.
   [[nodiscard]] foundation::Ref<NSManagedObject> at(std::size_t index) const;
+  /// The keys that the objects had when the list was made, where it holds these and no rows.
+  [[nodiscard]] std::span<const ObjectKey> keys() const noexcept;
 
  private:
   friend class NSManagedObjectContext;

@@ -189,6 +189,7 @@ Ref<NSManagedObject> NSManagedObjectContext::insertNewObject(std::string_view en
 
 Ref<NSManagedObject> NSManagedObjectContext::object(const NSEntityDescription& entity,
                                                     ObjectKey key) {
+  assertQueue();
   return state_->object(entity, key, nullptr);
 }
 

@@ -17,4 +17,25 @@ FetchPlan::FetchPlan(Form form) : form_(std::move(form)), serial_(nextSerial()) 
       form_.sorts, [](const SortTerm& term) { return term.path.links.empty(); });
 }
 
+foundation::Ref<const FetchPlan> FetchPlan::showingSorts() const {
+  ResolvedPath key;
+  key.root = key.entity = form_.entity;
+  Form form{.entity = form_.entity,
+            .predicate = form_.predicate,
+            .sorts = form_.sorts,
+            .columns = {},
+            .grouping = {},
+            .distinct = false};
+  form.sorts.push_back({.path = key});
+  form.columns.push_back({.name = "key", .path = key});
+  for (const SortTerm& sort : form_.sorts) {
+    const NSAttributeDescription* attribute = sort.path.attribute;
+    form.columns.push_back(
+        {.name = {},
+         .path = sort.path,
+         .type = attribute == nullptr ? NSAttributeType::undefined : attribute->attributeType()});
+  }
+  return foundation::make<const FetchPlan>(std::move(form));
+}
+
 }  // namespace coredata

@@ -75,6 +75,10 @@ class FetchPlan final : public foundation::Object {
   /// Whether every sort reads the fetched row itself, so that rows can be ordered without the
   /// store.
   [[nodiscard]] bool sortsByOwnSlots() const noexcept { return sortsByOwnSlots_; }
+  /// The plan of a fetch of dictionaries for the same objects: their keys, in the first column, and
+  /// what the sorts go by. Its own sorts are these and then the keys, so that its order is
+  /// complete.
+  [[nodiscard]] foundation::Ref<const FetchPlan> showingSorts() const;
   /// Unique in this process and never used again.
   [[nodiscard]] std::uint64_t serial() const noexcept { return serial_; }
 

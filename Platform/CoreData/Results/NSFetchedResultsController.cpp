@@ -54,7 +54,7 @@ Ref<NSManagedObject> NSFetchedResultsControllerBase::objectAt(const IndexPath& p
     foundation::fatalError("a fetched list has no object at item " + std::to_string(path.item) +
                            " of section " + std::to_string(path.section));
   }
-  return context_->objectWithID(*list_.identifiers()[*position]);
+  return list_.object(*position, *context_);
 }
 
 std::optional<IndexPath> NSFetchedResultsControllerBase::indexPath(

@@ -40,9 +40,7 @@ class NSFetchedResultsControllerBase : public foundation::Object {
   [[nodiscard]] std::span<const NSFetchedResultsSectionInfo> sections() const noexcept {
     return list_.sections();
   }
-  [[nodiscard]] std::size_t numberOfFetchedObjects() const noexcept {
-    return list_.identifiers().size();
-  }
+  [[nodiscard]] std::size_t numberOfFetchedObjects() const noexcept { return list_.size(); }
   /// Where the object is; none when it is not in the list. Takes a look at each one before it.
   [[nodiscard]] std::optional<foundation::IndexPath> indexPath(
       const NSManagedObject& forObject) const;

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <iterator>
 
+#include "CoreData/Coordinator/ObjectIDTable.h"
 #include "CoreData/Fetching/FetchError.h"
 #include "Foundation/Internal/HashTables.h"
 
 namespace coredata {
 
 using foundation::IndexPath;
+using foundation::Ref;
 using foundation::Value;
 
 namespace {
@@ -37,23 +39,30 @@ foundation::Error tornApart(const std::string& section, const std::string& entit
 }  // namespace
 
 SectionedList::SectionedList(NSManagedObjectContext& context, const NSFetchRequestBase& request,
-                             const std::optional<std::string>& sectionNameKeyPath) {
+                             const std::optional<std::string>& sectionNameKeyPath)
+    : entity_(context.entity(request.entityName())),
+      coordinator_(context.persistentStoreCoordinator()),
+      store_(coordinator_->store()) {
   if (sectionNameKeyPath) {
     cut(context, request, *sectionNameKeyPath);
     return;
   }
   // The objects' rows are read when they are looked at.
-  NSFetchRequestBase forIdentifiers = request;
-  forIdentifiers.setIncludesPropertyValues(false);
-  identifiers_ = context.fetchObjectIDs(forIdentifiers);
-  sections_.push_back({std::string(), identifiers_.size()});
+  NSFetchRequestBase forKeys = request;
+  forKeys.setIncludesPropertyValues(false);
+  const FetchedObjects objects = context.fetchObjects(forKeys);
+  keys_.assign(objects.keys().begin(), objects.keys().end());
+  for (std::size_t i = 0; i < keys_.size(); ++i) {
+    if (isTemporary(keys_[i])) unsaved_.emplace(i, objects.at(i)->objectID());
+  }
+  sections_.push_back({std::string(), keys_.size()});
   starts_.push_back(0);
 }
 
 void SectionedList::cut(NSManagedObjectContext& context, const NSFetchRequestBase& request,
                         const std::string& keyPath) {
   const FetchedObjects objects = context.fetchObjects(request);
-  identifiers_.reserve(objects.size());
+  keys_.reserve(objects.size());
   foundation::HashSet<std::string> finished;
   for (std::size_t i = 0; i < objects.size(); ++i) {
     const auto object = objects.at(i);
@@ -64,13 +73,39 @@ void SectionedList::cut(NSManagedObjectContext& context, const NSFetchRequestBas
       }
       append(std::move(name));
     }
-    identifiers_.push_back(object->objectID());
+    add(object->objectID());
     ++sections_.back().numberOfObjects;
   }
 }
 
+void SectionedList::add(const Identifier& identifier) {
+  if (identifier->isTemporaryID()) unsaved_.emplace(keys_.size(), identifier);
+  keys_.push_back(identifier->key());
+}
+
+Ref<NSManagedObject> SectionedList::object(std::size_t position,
+                                           NSManagedObjectContext& context) const {
+  const auto unsaved = unsaved_.find(position);
+  return unsaved == unsaved_.end() ? context.object(*entity_, keys_[position])
+                                   : context.objectWithID(*unsaved->second);
+}
+
+const std::vector<SectionedList::Identifier>& SectionedList::identifiers() const {
+  if (!identifiers_.empty()) return identifiers_;
+  std::vector<Identifier> made;
+  made.reserve(keys_.size());
+  for (std::size_t i = 0; i < keys_.size(); ++i) {
+    const auto unsaved = unsaved_.find(i);
+    made.push_back(unsaved == unsaved_.end()
+                       ? coordinator_->identifiers().identifier(store_, *entity_, keys_[i])
+                       : unsaved->second);
+  }
+  identifiers_ = std::move(made);
+  return identifiers_;
+}
+
 void SectionedList::append(std::string name) {
-  starts_.push_back(identifiers_.size());
+  starts_.push_back(keys_.size());
   sections_.push_back({std::move(name), 0});
 }
 

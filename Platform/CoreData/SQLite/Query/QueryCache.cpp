@@ -6,6 +6,8 @@
 
 namespace coredata {
 
+using foundation::Ref;
+
 QueryCache& QueryCache::of(Connection& connection) {
   if (connection.queries == nullptr) connection.queries = std::make_shared<QueryCache>(connection);
   return *connection.queries;
@@ -59,6 +61,12 @@ void QueryCache::provideFor(const CompiledQuery& query) {
   if (result == SQLITE_OK) result = installListTable(connection_.handle());
   if (result != SQLITE_OK) connection_.fail(result, {});
   hasFunctions_ = true;
+}
+
+Ref<const FetchPlan> QueryCache::showingSorts(const FetchPlan& plan) {
+  Ref<const FetchPlan>& made = ofPlan(plan).showingSorts;
+  if (!made) made = plan.showingSorts();
+  return made;
 }
 
 bool QueryCache::indexGivesOrder(const FetchPlan& plan) { return ofPlan(plan).indexGivesOrder; }

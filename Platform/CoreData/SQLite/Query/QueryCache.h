@@ -35,6 +35,8 @@ class QueryCache {
   void provideFor(const CompiledQuery& query);
   /// As the function of that name, once for each plan.
   [[nodiscard]] bool indexGivesOrder(const FetchPlan& plan);
+  /// As the plan's own function of that name, once for each plan.
+  [[nodiscard]] foundation::Ref<const FetchPlan> showingSorts(const FetchPlan& plan);
 
   [[nodiscard]] std::size_t size() const noexcept { return size_; }
 
@@ -49,6 +51,8 @@ class QueryCache {
   struct PlanQueries {
     std::vector<std::unique_ptr<Kept>> variants;
     bool indexGivesOrder = false;
+    /// Null until it is asked for.
+    foundation::Ref<const FetchPlan> showingSorts;
   };
   [[nodiscard]] PlanQueries& ofPlan(const FetchPlan& plan);
   [[nodiscard]] Kept& kept(const FetchPlan& plan, const QueryVariant& variant);

@@ -167,6 +167,33 @@ TEST_F(QueryRunner, KeepsRowsWithoutALinkWhenItSortsThroughIt) {
   const auto plan = habits::everything("Checkin", {{"activity.title", true}});
 
   EXPECT_THAT(keysOf(store_.runner().rows(*plan, {})), ElementsAre(2, 3, 1));
+  EXPECT_THAT(store_.runner().keys(*plan, {}), ElementsAre(2, 3, 1));
+}
+
+TEST_F(QueryRunner, GivesKeysInTheOrderOfTheirRowsWhateverItSortsBy) {
+  std::vector<Ref<Row>> rows;
+  for (ObjectKey key = 1; key <= 5; ++key) {
+    rows.push_back(habits::row(
+        "Activity", key,
+        {{"title", key % 2 == 0 ? "even" : "odd"}, {"weight", static_cast<double>(key)}}));
+  }
+  // Many are even in every sort, and the index finds them in another order than that of their keys.
+  for (ObjectKey key = 1; key <= 600; ++key) {
+    rows.push_back(habits::row("Checkin", key,
+                               {{"activity", 6 - key % 7},
+                                {"date", "2024-02-" + std::to_string(10 + key % 13)},
+                                {"count", static_cast<double>(key % 3)}}));
+  }
+  store_.insert(rows);
+
+  for (const bool ascending : {true, false}) {
+    for (const char* path : {"activity.title", "activity", "count", "activity.weight"}) {
+      const auto plan = habits::everything("Checkin", {{path, ascending}, {"date", true}});
+
+      EXPECT_EQ(store_.runner().keys(*plan, {}), keysOf(store_.runner().rows(*plan, {})))
+          << path << (ascending ? " ascending" : " descending");
+    }
+  }
 }
 
 TEST_F(QueryRunner, CountsAllOrUpToALimit) {

@@ -8,15 +8,15 @@ namespace coredata {
 
 ConnectionLease::ConnectionLease() noexcept = default;
 
-ConnectionLease::ConnectionLease(std::shared_ptr<ConnectionPool> pool,
-                                 std::unique_ptr<Connection> connection)
-    : pool_(std::move(pool)), connection_(std::move(connection)) {}
+ConnectionLease::ConnectionLease(ConnectionPool& pool,
+                                 std::unique_ptr<Connection> connection) noexcept
+    : pool_(&pool), connection_(std::move(connection)) {}
 
 ConnectionLease::ConnectionLease(ConnectionLease&& other) noexcept = default;
 
 ConnectionLease& ConnectionLease::operator=(ConnectionLease&& other) noexcept {
   end();
-  pool_ = std::move(other.pool_);
+  pool_ = other.pool_;
   connection_ = std::move(other.connection_);
   return *this;
 }
@@ -25,7 +25,6 @@ ConnectionLease::~ConnectionLease() { end(); }
 
 void ConnectionLease::end() noexcept {
   if (connection_) pool_->takeBack(std::move(connection_));
-  pool_.reset();
 }
 
 }  // namespace coredata

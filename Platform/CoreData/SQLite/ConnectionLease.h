@@ -7,11 +7,12 @@ namespace coredata {
 class Connection;
 class ConnectionPool;
 
-/// A connection that is this holder's alone until the lease ends.
+/// A connection that is this holder's alone until the lease ends. The store that it is of must
+/// outlive it.
 class ConnectionLease {
  public:
   ConnectionLease() noexcept;
-  ConnectionLease(std::shared_ptr<ConnectionPool> pool, std::unique_ptr<Connection> connection);
+  ConnectionLease(ConnectionPool& pool, std::unique_ptr<Connection> connection) noexcept;
   ConnectionLease(ConnectionLease&& other) noexcept;
   ConnectionLease& operator=(ConnectionLease&& other) noexcept;
   ~ConnectionLease();
@@ -24,7 +25,7 @@ class ConnectionLease {
   Connection* operator->() const noexcept { return connection_.get(); }
 
  private:
-  std::shared_ptr<ConnectionPool> pool_;
+  ConnectionPool* pool_ = nullptr;
   std::unique_ptr<Connection> connection_;
 };
 

@@ -11,22 +11,24 @@ ConnectionPool::ConnectionPool(std::string path, ConnectionSettings settings,
       settings_(std::move(settings)),
       file_(FileIdentity::of(path_)),
       forkGeneration_(forkGeneration()),
-      log_(path_) {
+      log_(path_),
+      nearest_(first.get()) {
   // So that giving one back takes no memory.
   idle_.reserve(kMaxIdle);
-  idle_.push_back(std::move(first));
+  static_cast<void>(first.release());
 }
 
 ConnectionPool::~ConnectionPool() { close(); }
 
 ConnectionLease ConnectionPool::lease() {
-  std::unique_ptr<Connection> connection = takeIdle();
+  requireOpen();
+  std::unique_ptr<Connection> connection(nearest_.exchange(nullptr));
+  if (!connection) connection = takeIdle();
   if (!connection) connection = connect();
-  return ConnectionLease(shared_from_this(), std::move(connection));
+  return {*this, std::move(connection)};
 }
 
-std::unique_ptr<Connection> ConnectionPool::takeIdle() {
-  const std::scoped_lock lock(mutex_);
+void ConnectionPool::requireOpen() const {
   if (closed_) {
     throw storeError(StoreErrorCode::removed, "The store " + path_ + " was removed.");
   }
@@ -35,6 +37,12 @@ std::unique_ptr<Connection> ConnectionPool::takeIdle() {
                                                  " was opened before this process was forked; open "
                                                  "it again in the child.");
   }
+}
+
+std::unique_ptr<Connection> ConnectionPool::takeIdle() {
+  const std::scoped_lock lock(mutex_);
+  // Again, with the lock held: whoever closes counts what exists.
+  requireOpen();
   if (idle_.empty()) {
     ++open_;
     return nullptr;
@@ -65,15 +73,19 @@ void ConnectionPool::requireSameFile() const {
 
 bool ConnectionPool::keep(std::unique_ptr<Connection>& connection) noexcept {
   const std::scoped_lock lock(mutex_);
-  if (closed_ || !connection->isUsable() || !connection->isOurs() || idle_.size() >= kMaxIdle)
-    return false;
+  if (closed_ || idle_.size() >= kMaxIdle) return false;
   idle_.push_back(std::move(connection));
   return true;
 }
 
 void ConnectionPool::takeBack(std::unique_ptr<Connection> connection) noexcept {
-  if (connection->isOurs()) connection->rollBack();
-  if (!keep(connection)) retire(std::move(connection));
+  if (!connection->isOurs()) return retire(std::move(connection));
+  connection->rollBack();
+  if (!connection->isUsable()) return retire(std::move(connection));
+  std::unique_ptr<Connection> before(nearest_.exchange(connection.release()));
+  if (before && !keep(before)) retire(std::move(before));
+  // Whoever closes either finds it there, or has closed before and is seen here.
+  if (closed_) endIdle();
 }
 
 void ConnectionPool::retire(std::unique_ptr<Connection> connection) noexcept {
@@ -89,18 +101,22 @@ void ConnectionPool::retire(std::unique_ptr<Connection> connection) noexcept {
 }
 
 void ConnectionPool::close() noexcept {
-  std::vector<std::unique_ptr<Connection>> closing;
   {
     const std::scoped_lock lock(mutex_);
     closed_ = true;
-    closing.swap(idle_);
   }
-  for (auto& connection : closing) retire(std::move(connection));
+  endIdle();
 }
 
-bool ConnectionPool::isClosed() const {
-  const std::scoped_lock lock(mutex_);
-  return closed_;
+void ConnectionPool::endIdle() noexcept {
+  std::unique_ptr<Connection> nearest(nearest_.exchange(nullptr));
+  if (nearest) retire(std::move(nearest));
+  std::vector<std::unique_ptr<Connection>> ending;
+  {
+    const std::scoped_lock lock(mutex_);
+    ending.swap(idle_);
+  }
+  for (auto& connection : ending) retire(std::move(connection));
 }
 
 std::size_t ConnectionPool::size() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -16,8 +17,11 @@ namespace coredata {
 /// The connections of one open store. Any of them reads or writes; the one given back last is lent
 /// first, because its page cache knows most, and further ones are made when leases overlap.
 ///
+/// That one lies apart from the other idle ones: as long as one thread at a time asks, lending and
+/// giving back are an atomic exchange each, without the lock.
+///
 /// Threading: use it on any thread; `log()` as its own comment says.
-class ConnectionPool final : public std::enable_shared_from_this<ConnectionPool> {
+class ConnectionPool final {
  public:
   /// Starts with a connection that is already open.
   ConnectionPool(std::string path, ConnectionSettings settings, std::unique_ptr<Connection> first);
@@ -30,7 +34,7 @@ class ConnectionPool final : public std::enable_shared_from_this<ConnectionPool>
   [[nodiscard]] ConnectionLease lease();
   /// Closes what is not lent now, and the rest as it comes back; the last one folds the log.
   void close() noexcept;
-  [[nodiscard]] bool isClosed() const;
+  [[nodiscard]] bool isClosed() const noexcept { return closed_; }
   [[nodiscard]] const std::string& path() const noexcept { return path_; }
   [[nodiscard]] const ConnectionSettings& settings() const noexcept { return settings_; }
   [[nodiscard]] WriteAheadLog& log() noexcept { return log_; }
@@ -41,24 +45,30 @@ class ConnectionPool final : public std::enable_shared_from_this<ConnectionPool>
 
  private:
   friend class ConnectionLease;
+  void requireOpen() const;
+  /// Null when every connection is lent; one more is counted as existing then.
   [[nodiscard]] std::unique_ptr<Connection> takeIdle();
   [[nodiscard]] std::unique_ptr<Connection> connect();
   void takeBack(std::unique_ptr<Connection> connection) noexcept;
+  void endIdle() noexcept;
   [[nodiscard]] bool keep(std::unique_ptr<Connection>& connection) noexcept;
   /// Ends a connection that is lent no more, without the lock held: folding the log takes time.
   void retire(std::unique_ptr<Connection> connection) noexcept;
 
-  static constexpr std::size_t kMaxIdle = 6;
+  static constexpr std::size_t kMaxIdle = 5;
 
   const std::string path_;
   const ConnectionSettings settings_;
   const FileIdentity file_;
   const std::uint64_t forkGeneration_;
   WriteAheadLog log_;
+  /// The one given back last, owned; null while it is lent.
+  std::atomic<Connection*> nearest_;
+  std::atomic<bool> closed_{false};
   mutable std::mutex mutex_;
+  // Guarded by mutex_.
   std::vector<std::unique_ptr<Connection>> idle_;
   std::size_t open_ = 1;
-  bool closed_ = false;
 };
 
 }  // namespace coredata

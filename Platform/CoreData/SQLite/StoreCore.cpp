@@ -16,7 +16,7 @@ StoreCore::StoreCore(StoreOptions options, Ref<const NSManagedObjectModel> model
       newestAtOpening_(opened.newestTransaction),
       counters_(*model_),
       history_(model_->entities().size()),
-      pool_(std::make_shared<ConnectionPool>(std::move(opened.path), std::move(opened.settings),
+      pool_(std::make_unique<ConnectionPool>(std::move(opened.path), std::move(opened.settings),
                                              std::move(opened.connection))),
       bell_(pool_->path()) {
   columns_.reserve(model_->entities().size());

@@ -73,7 +73,7 @@ class StoreCore {
   HistoryWriter history_;
   std::optional<std::string> bundleIdentifier_;
   std::atomic<bool> replaced_{false};
-  std::shared_ptr<ConnectionPool> pool_;
+  const std::unique_ptr<ConnectionPool> pool_;
   const StoreBell bell_;
 };
 

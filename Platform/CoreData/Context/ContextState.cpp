@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <map>
 #include <new>
+#include <typeinfo>
 #include <utility>
 
 #include "CoreData/Context/ObjectsDidChange.h"
@@ -119,10 +120,20 @@ Ref<NSManagedObjectID> ContextState::ownIdentifier(const foundation::Object& arg
   return isOfThisStore ? identifier : nullptr;
 }
 
+const NSManagedObject* ContextState::managedObject(
+    const foundation::Object& argument) const noexcept {
+  const std::type_info& type = typeid(argument);
+  if (managedType_ != &type) {
+    if (dynamic_cast<const NSManagedObject*>(&argument) == nullptr) return nullptr;
+    managedType_ = &type;
+  }
+  return static_cast<const NSManagedObject*>(&argument);
+}
+
 ObjectKey ContextState::keyFor(const foundation::Object& argument,
                                const NSEntityDescription& expected) const {
   // Nearly always it is an object of this very context, whose key is at hand.
-  if (const auto* object = dynamic_cast<const NSManagedObject*>(&argument);
+  if (const NSManagedObject* object = managedObject(argument);
       object != nullptr && object->registry_ == registry && !object->state_.detached) {
     return &object->entity() == &expected ? object->key_ : kNoObject;
   }
@@ -240,8 +251,9 @@ void ContextState::remember(NSManagedObject& touched) {
 void ContextState::tellObservers() {
   foundation::NSNotificationCenter& center = foundation::NSNotificationCenter::defaultCenter();
   isObserved_ = center.hasObservers(NSManagedObjectContextObjectsDidChangeNotification);
-  if (!isObserved_) touched_.clear();
+  // Looked at first: clearing an empty set costs a walk over its buckets.
   if (touched_.empty()) return;
+  if (!isObserved_) return touched_.clear();
   foundation::NSNotification::UserInfo userInfo;
   try {
     userInfo = touchedByKind();

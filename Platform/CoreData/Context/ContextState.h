@@ -4,6 +4,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <typeinfo>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -177,6 +178,9 @@ class ContextState final : public ObjectArguments {
   std::vector<foundation::Ref<Row>> prototypes;
 
  private:
+  /// The argument as a managed object, or null.
+  [[nodiscard]] const NSManagedObject* managedObject(
+      const foundation::Object& argument) const noexcept;
   /// Takes an object that is no more out of the relationships that were changed here.
   void releaseChangedRelationships(NSManagedObject& object);
 
@@ -184,6 +188,9 @@ class ContextState final : public ObjectArguments {
   /// What there is to tell of what was touched.
   [[nodiscard]] foundation::NSNotification::UserInfo touchedByKind() const;
 
+  /// The class of the managed object that was asked about last: questions ask about few classes,
+  /// and going up a class's ancestors takes longer than the rest of the answer.
+  mutable const std::type_info* managedType_ = nullptr;
   std::atomic<bool> isObserved_{false};
   std::unordered_set<foundation::Ref<NSManagedObject>> touched_;
   std::optional<ReadSession> session_;

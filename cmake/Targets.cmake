@@ -129,7 +129,9 @@ function(cds_add_test_run test)
   list(GET tiers 0 first)
   set(name ${test}_${first})
   add_test(NAME ${name} COMMAND ${test} $<$<BOOL:${ARG_FILTER}>:--gtest_filter=${ARG_FILTER}> COMMAND_EXPAND_LISTS)
-  set_tests_properties(${name} PROPERTIES LABELS "${tiers}" TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
+  # The long ones begin first, so that in the end none runs alone.
+  set_tests_properties(${name} PROPERTIES LABELS "${tiers}" TIMEOUT ${ARG_TIMEOUT} COST ${ARG_TIMEOUT}
+                                          ENVIRONMENT "${ARG_ENVIRONMENT}")
   _cds_name_profiles(${name})
 endfunction()
 

@@ -7,9 +7,9 @@
 namespace coredata {
 
 namespace {
-std::atomic<std::uint64_t> generation{0};
+std::atomic<std::uint64_t> forkCount{0};
 
-void countFork() { generation.fetch_add(1, std::memory_order_relaxed); }
+void countFork() { forkCount.fetch_add(1, std::memory_order_relaxed); }
 }  // namespace
 
 std::uint64_t forkGeneration() noexcept {
@@ -17,7 +17,7 @@ std::uint64_t forkGeneration() noexcept {
   // it.
   static const int registered = pthread_atfork(nullptr, nullptr, countFork);
   static_cast<void>(registered);
-  return generation.load(std::memory_order_relaxed);
+  return forkCount.load(std::memory_order_relaxed);
 }
 
 }  // namespace coredata

@@ -173,7 +173,7 @@ void Filling::readChanges() {
 
 void Filling::readChanges(Run run) {
   Statement& statement = connection_.statement({StatementKind::changes}, [] {
-    return "SELECT \"transaction\", sequence, entity, key, kind, changed FROM _change "
+    return "SELECT \"transaction\", entity, key, kind, changed FROM _change "
            "WHERE \"transaction\">=?1 AND \"transaction\"<=?2 ORDER BY \"transaction\", sequence";
   });
   const StatementUse use(statement);
@@ -181,20 +181,24 @@ void Filling::readChanges(Run run) {
   statement.bindInteger(2, run.back().number);
   auto owner = run.begin();
   owner->firstChange = records_.changes.size();
+  // As they are numbered in the store: reading a column takes longer.
+  std::uint32_t sequence = 0;
   while (statement.step()) {
     const std::int64_t number = statement.integer(0);
     while (owner->number < number) {
       ++owner;
       owner->firstChange = records_.changes.size();
+      sequence = 0;
     }
     if (owner->number != number) continue;
-    const std::optional<EntityIndex> changed = entity(statement.integer(2));
+    ++sequence;
+    const std::optional<EntityIndex> changed = entity(statement.integer(1));
     if (!changed) continue;
-    records_.changes.push_back({.key = statement.integer(3),
-                                .changed = static_cast<SlotMask>(statement.integer(5)),
-                                .sequence = static_cast<std::uint32_t>(statement.integer(1)),
+    records_.changes.push_back({.key = statement.integer(2),
+                                .changed = static_cast<SlotMask>(statement.integer(4)),
+                                .sequence = sequence,
                                 .entity = *changed,
-                                .kind = static_cast<RowChangeKind>(statement.integer(4))});
+                                .kind = static_cast<RowChangeKind>(statement.integer(3))});
     ++owner->changeCount;
   }
 }

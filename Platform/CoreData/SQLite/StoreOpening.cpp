@@ -148,6 +148,19 @@ std::string beginLog(Connection& connection, std::chrono::milliseconds patience)
   }
 }
 
+/// Runs `work` with commits that wait for the disk, also where those of the store need not: with a
+/// rollback journal a loss of power during one that does not may cost the file.
+template <typename Work>
+void waitingForDisk(const OpenedStore& store, Work&& work) {
+  const auto asked = store.settings.pragmas.find("synchronous");
+  const bool isLess =
+      asked != store.settings.pragmas.end() && (asked->second == "NORMAL" || asked->second == "1");
+  if (!isLess) return work();
+  store.connection->execute("PRAGMA synchronous=EXTRA");
+  work();
+  store.connection->execute(("PRAGMA synchronous=" + asked->second).c_str());
+}
+
 void chooseJournal(OpenedStore& store, const StoreOptions& options) {
   if (options.isScratch) return keepJournalInMemory(store);
   const auto mode = store.settings.pragmas.find("journal_mode");
@@ -155,7 +168,8 @@ void chooseJournal(OpenedStore& store, const StoreOptions& options) {
     store.usesLog = !leaveLog(*store.connection, store.path);
     return;
   }
-  const std::string result = beginLog(*store.connection, options.busyTimeout);
+  std::string result;
+  waitingForDisk(store, [&] { result = beginLog(*store.connection, options.busyTimeout); });
   if (result == "wal") return;
   throw storeError(StoreErrorCode::notWritable,
                    "The store " + store.path +
@@ -202,7 +216,7 @@ OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& m
       if (options.readOnly) {
         throw storeError(StoreErrorCode::missing, "There is no store in " + store.path + ".");
       }
-      createStore(connection, options, model);
+      waitingForDisk(store, [&] { createStore(connection, options, model); });
       connection.beginReading();
     }
     verify(store, options, model);

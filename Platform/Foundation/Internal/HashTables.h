@@ -78,6 +78,9 @@ class GrowingTable {
 
   /// The next `more` elements take no memory.
   void makeRoomFor(std::size_t more) {
+    if (more <= room_ - used_) return;
+    // Where all are gone, their places are free.
+    if (empty()) clear();
     if (more > room_ - used_) grow(more);
   }
 

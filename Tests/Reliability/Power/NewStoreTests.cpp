@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -63,6 +65,25 @@ TEST_P(PowerLossOfNewStore, LeavesAPlaceThatOpensWithWhatWasAcknowledged) {
   });
   std::printf("%zu losses, %zu syncs among %zu operations\n", number, losses.syncs(),
               losses.operations().size());
+}
+
+/// How often a rollback journal is synced while a store is made and its log begins.
+std::ptrdiff_t journalSyncs(const StoreMode& mode) {
+  const support::Scene scene;
+  const PowerLosses losses(scene.place().directory(), [&](power::RecordedDisk&) {
+    static_cast<void>(reliability::contextOver(scene.place().storeURL(), mode));
+  });
+  return std::ranges::count_if(losses.operations(), [](const power::DiskOperation& operation) {
+    return operation.kind == power::DiskOperation::Kind::sync &&
+           operation.path.ends_with("-journal");
+  });
+}
+
+TEST(NewStore, IsMadeAsIfSavesWaitedForTheDisk) {
+  const std::ptrdiff_t syncs = journalSyncs(reliability::kLogged);
+
+  EXPECT_GE(syncs, 2);
+  EXPECT_EQ(journalSyncs(reliability::kUnconfirmed), syncs);
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, PowerLossOfNewStore,

@@ -71,14 +71,19 @@ void addCheckin(const Context& context, int number) {
   CoreDataCheckinUseCase(activity(context), context).addCheckin(day(number), CheckinType::standard);
 }
 
-/// Not by the use case: to its look-up, a failure to read and a day without a check-in are one.
+// The next two not by the use case: to its look-up, a failure to read and a day without a check-in
+// are one.
+
 void countUp(const Context& context, int number) {
   checkin(context, number)->increaseCount();
   context->save();
 }
 
 void deleteCheckin(const Context& context, int number) {
-  CoreDataCheckinUseCase(activity(context), context).deleteCheckin(day(number));
+  const auto deleted = checkin(context, number);
+  activity(context)->removeCheckinsObject(deleted);
+  context->delete_(deleted);
+  context->save();
 }
 
 template <std::size_t kBytes>

@@ -1,7 +1,9 @@
 #include "Tests/Reliability/Workloads/Workload.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "CoreDataStack/Model/CDActivity.h"
@@ -11,6 +13,7 @@
 #include "CoreDataStack/UseCases/CoreDataActivityUseCase.h"
 #include "CoreDataStack/UseCases/CoreDataActivityWidgetGroupUseCase.h"
 #include "CoreDataStack/UseCases/CoreDataCheckinUseCase.h"
+#include "Foundation/Text/DayKey.h"
 #include "Tests/Support/LocalDate.h"
 
 namespace reliability {
@@ -80,7 +83,10 @@ void countUp(const Context& context, int number) {
 }
 
 void deleteCheckin(const Context& context, int number) {
-  const auto deleted = checkin(context, number);
+  const std::string date = foundation::DayKey(day(number)).string();
+  const auto checkins = context->fetch(CDCheckin::fetchRequest());
+  const auto deleted =
+      *std::ranges::find(checkins, date, [](const auto& one) { return one->date(); });
   activity(context)->removeCheckinsObject(deleted);
   context->delete_(deleted);
   context->save();

@@ -1,5 +1,7 @@
 #include "CoreDataStack/CoreDataMigrationStep.h"
 
+#include <cstdio>
+#include <string>
 #include <vector>
 
 #include "CoreDataStack/NSManagedObjectModel+Migration.h"
@@ -20,7 +22,9 @@ namespace {
 constexpr std::string_view kStepSource = "CoreDataStack/CoreDataMigrationStep";
 constexpr int kNoMappingLine = 17;
 
-[[noreturn]] void stopWithoutMapping() {
+/// The text of the stop is fixed; the reason comes before it.
+[[noreturn]] void stopWithoutMapping(const std::string& why) {
+  std::fprintf(stderr, "%s\n", why.c_str());
   // The word "modal" is part of the message that support staff search for.
   foundation::fatalError("Expected modal mapping not present", kStepSource, kNoMappingLine);
 }
@@ -29,8 +33,8 @@ Ref<const NSMappingModel> inferred(const NSManagedObjectModel& source,
                                    const NSManagedObjectModel& destination) {
   try {
     return NSMappingModel::inferredMappingModel(source, destination);
-  } catch (const foundation::Error&) {
-    return nullptr;  // Whoever asked stops the process then, whatever the reason.
+  } catch (const foundation::Error& error) {
+    stopWithoutMapping(error.message());
   }
 }
 
@@ -39,7 +43,8 @@ Ref<const NSMappingModel> inferred(const NSManagedObjectModel& source,
 std::vector<URL> readableMappings() {
   std::vector<URL> mappings = foundation::Bundle::main().urls("cdm");
   for (const URL& url : mappings) {
-    if (!NSMappingModel::contentsOf(url)) stopWithoutMapping();
+    std::string why;
+    if (!NSMappingModel::contentsOf(url, &why)) stopWithoutMapping(why);
   }
   return mappings;
 }
@@ -53,7 +58,6 @@ CoreDataMigrationStep::CoreDataMigrationStep(const CoreDataMigrationVersion& fro
       mappingModel(NSMappingModel::from(readableMappings(), *sourceModel, *destinationModel)),
       isInferred(!mappingModel) {
   if (isInferred) mappingModel = inferred(*sourceModel, *destinationModel);
-  if (!mappingModel) stopWithoutMapping();
 }
 
 }  // namespace coredatastack

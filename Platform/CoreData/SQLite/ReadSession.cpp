@@ -74,8 +74,19 @@ Ref<Row> ReadSession::row(const NSEntityDescription& entity, ObjectKey key) {
 void ReadSession::rows(const NSEntityDescription& entity, std::span<const ObjectKey> keys,
                        std::vector<Ref<Row>>& out) {
   const Reading reading(*this);
-  out.reserve(out.size() + keys.size());
-  for (const ObjectKey key : keys) out.push_back(row(entity, key));
+  const std::size_t first = out.size();
+  store_->core().rows().find(entity, keys, epoch_, out);
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    if (!out[first + i]) out[first + i] = row(entity, keys[i]);
+  }
+}
+
+bool ReadSession::holdsMostOf(const NSEntityDescription& entity) const noexcept {
+  return epoch_ != kNoEpoch && store_->core().rows().holdsMostOf(entity);
+}
+
+void ReadSession::keepAll(const NSEntityDescription& entity, std::span<const Ref<Row>> rows) {
+  if (epoch_ != kNoEpoch) store_->core().rows().addAll(entity, rows, epoch_);
 }
 
 std::vector<ObjectKey> ReadSession::members(const NSRelationshipDescription& toMany,

@@ -39,6 +39,12 @@ class ReadSession {
   /// Appends the rows of the keys in their order, null for one that is gone.
   void rows(const NSEntityDescription& entity, std::span<const ObjectKey> keys,
             std::vector<foundation::Ref<Row>>& out);
+  /// Whether the keys of an entity's rows are all that has to be read, most rows being at hand. To
+  /// be asked while reading.
+  [[nodiscard]] bool holdsMostOf(const NSEntityDescription& entity) const noexcept;
+  /// Keeps what was read as the rows that an entity has, all of them, in the state that is being
+  /// read.
+  void keepAll(const NSEntityDescription& entity, std::span<const foundation::Ref<Row>> rows);
   /// The keys of a to-many's members, ascending.
   [[nodiscard]] std::vector<ObjectKey> members(const NSRelationshipDescription& toMany,
                                                ObjectKey owner);

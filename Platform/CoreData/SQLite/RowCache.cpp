@@ -8,8 +8,19 @@ using foundation::Ref;
 
 Ref<Row> RowCache::find(const NSEntityDescription& entity, ObjectKey key, CacheEpoch readerEpoch) {
   if (readerEpoch == kNoEpoch) return nullptr;
-  const Place place{entity.index(), key};
   const std::scoped_lock lock(mutex_);
+  return findHeld({entity.index(), key}, readerEpoch);
+}
+
+void RowCache::find(const NSEntityDescription& entity, std::span<const ObjectKey> keys,
+                    CacheEpoch readerEpoch, std::vector<Ref<Row>>& out) {
+  if (readerEpoch == kNoEpoch) return out.resize(out.size() + keys.size());
+  out.reserve(out.size() + keys.size());
+  const std::scoped_lock lock(mutex_);
+  for (const ObjectKey key : keys) out.push_back(findHeld({entity.index(), key}, readerEpoch));
+}
+
+Ref<Row> RowCache::findHeld(const Place& place, CacheEpoch readerEpoch) {
   if (const auto young = young_.rows.find(place); young != young_.rows.end()) {
     return young->second.since <= readerEpoch ? young->second.row : nullptr;
   }
@@ -23,12 +34,31 @@ Ref<Row> RowCache::find(const NSEntityDescription& entity, ObjectKey key, CacheE
   return row;
 }
 
+bool RowCache::takesFrom(CacheEpoch readerEpoch) const noexcept {
+  // While a commit is under way a snapshot may hold its rows or not; nobody can tell from outside.
+  return readerEpoch == epoch_.load(std::memory_order_relaxed) && commitsUnderWay_ == 0;
+}
+
 void RowCache::add(const Ref<Row>& row, CacheEpoch readerEpoch) {
   const std::scoped_lock lock(mutex_);
-  // While a commit is under way a snapshot may hold its rows or not; nobody can tell from outside.
-  if (readerEpoch != epoch_.load(std::memory_order_relaxed) || commitsUnderWay_ != 0) return;
+  if (!takesFrom(readerEpoch)) return;
   const Place place{row->entity().index(), row->key()};
   if (!young_.rows.contains(place)) put(place, {row, readerEpoch});
+}
+
+void RowCache::addAll(const NSEntityDescription& entity, std::span<const Ref<Row>> rows,
+                      CacheEpoch readerEpoch) {
+  if (rows.size() > limits_.listedRows) return;
+  std::size_t bytes = 0;
+  for (const Ref<Row>& row : rows) bytes += row->byteSize();
+  if (bytes > std::min(limits_.listedBytes, limits_.bytes / 8)) return;
+  const std::scoped_lock lock(mutex_);
+  if (!takesFrom(readerEpoch)) return;
+  for (const Ref<Row>& row : rows) {
+    const Place place{entity.index(), row->key()};
+    if (!young_.rows.contains(place)) put(place, {row, readerEpoch});
+  }
+  wholeEntities_.fetch_or(bitOf(entity), std::memory_order_relaxed);
 }
 
 CacheEpoch RowCache::outdate(CacheEpoch readerEpoch) {
@@ -64,6 +94,7 @@ void RowCache::didCommit(std::span<const RowChange> changes) noexcept {
 
 void RowCache::take(std::span<const RowChange> changes, CacheEpoch now) {
   const bool isTooMuch = changes.size() > limits_.rows / 2;
+  if (isTooMuch) wholeEntities_.store(0, std::memory_order_relaxed);
   for (const RowChange& change : changes) {
     const Place place{change.entity->index(), change.key};
     if (change.row && !isTooMuch) {
@@ -97,6 +128,7 @@ void RowCache::put(const Place& place, Entry entry) {
   if (young_.rows.size() >= limits_.rows / 2 || young_.bytes + size > limits_.bytes / 2) {
     old_ = std::move(young_);
     young_ = {};
+    wholeEntities_.store(0, std::memory_order_relaxed);
   }
   young_.rows.insert_or_assign(place, std::move(entry));
   young_.bytes += size;
@@ -141,6 +173,7 @@ void RowCache::erase(Generation& generation, const Place& place) {
 }
 
 void RowCache::forgetAll() noexcept {
+  wholeEntities_.store(0, std::memory_order_relaxed);
   young_ = {};
   old_ = {};
 }

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <mutex>
 #include <span>
+#include <vector>
 
 #include "CoreData/Rows/Row.h"
 #include "CoreData/SQLite/CacheEpoch.h"
@@ -33,6 +35,9 @@ class RowCache {
     std::size_t bytes = std::size_t{16} << 20;
     /// Reading a larger row once more costs less than reading those that it would push out.
     std::size_t largestRow = std::size_t{64} << 10;
+    /// The most rows that an entity has which are added because they were listed, and their bytes.
+    std::size_t listedRows = 512;
+    std::size_t listedBytes = std::size_t{256} << 10;
   };
 
   RowCache() : RowCache(Limits{}) {}
@@ -41,7 +46,20 @@ class RowCache {
   [[nodiscard]] CacheEpoch epoch() const noexcept { return epoch_.load(std::memory_order_acquire); }
   [[nodiscard]] foundation::Ref<Row> find(const NSEntityDescription& entity, ObjectKey key,
                                           CacheEpoch readerEpoch);
+  /// The same for several rows, appended to `out` in the order of the keys, null for what is not
+  /// there.
+  void find(const NSEntityDescription& entity, std::span<const ObjectKey> keys,
+            CacheEpoch readerEpoch, std::vector<foundation::Ref<Row>>& out);
   void add(const foundation::Ref<Row>& row, CacheEpoch readerEpoch);
+
+  /// Adds all rows that an entity has, where they are few and small.
+  void addAll(const NSEntityDescription& entity, std::span<const foundation::Ref<Row>> rows,
+              CacheEpoch readerEpoch);
+  /// Whether all rows of the entity were added, and hardly any was lost since: a hint, by which to
+  /// look for keys alone.
+  [[nodiscard]] bool holdsMostOf(const NSEntityDescription& entity) const noexcept {
+    return (wholeEntities_.load(std::memory_order_relaxed) & bitOf(entity)) != 0;
+  }
 
   /// Somebody else has committed: forgets everything. Gives the epoch under which the reader that
   /// found it out goes on, `kNoEpoch` if the cache has meanwhile moved past its snapshot.
@@ -84,6 +102,14 @@ class RowCache {
   [[nodiscard]] bool isTooLarge(std::size_t size) const noexcept {
     return size > std::min(limits_.largestRow, limits_.bytes / 8);
   }
+  /// None for an entity whose number is too high for one; of these nothing is hinted.
+  [[nodiscard]] static std::uint64_t bitOf(const NSEntityDescription& entity) noexcept {
+    constexpr EntityIndex kBits = 64;
+    return entity.index() < kBits ? std::uint64_t{1} << entity.index() : 0;
+  }
+  /// With the lock held.
+  [[nodiscard]] foundation::Ref<Row> findHeld(const Place& place, CacheEpoch readerEpoch);
+  [[nodiscard]] bool takesFrom(CacheEpoch readerEpoch) const noexcept;
   void take(std::span<const RowChange> changes, CacheEpoch now);
   void put(const Place& place, Entry entry);
   void replace(const Place& place, Entry entry);
@@ -98,6 +124,8 @@ class RowCache {
   Generation young_;
   Generation old_;
   int commitsUnderWay_ = 0;
+  /// The entities of which most rows are there, a bit each.
+  std::atomic<std::uint64_t> wholeEntities_{0};
 };
 
 }  // namespace coredata

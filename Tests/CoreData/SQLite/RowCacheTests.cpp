@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "CoreData/Model/ModelBuilder.h"
 
 namespace {
@@ -227,4 +229,61 @@ TEST_F(RowCacheTest, DropsARowThatGrowsTooLarge) {
 
   EXPECT_TRUE(small.find(book(), 1, small.epoch()));
   EXPECT_FALSE(small.find(book(), 2, small.epoch()));
+}
+
+TEST_F(RowCacheTest, KnowsWhenItHoldsAllThatAnEntityHas) {
+  EXPECT_FALSE(cache_.holdsMostOf(book()));
+  const std::vector<Ref<Row>> rows{row(1), row(3)};
+
+  cache_.addAll(book(), rows, cache_.epoch());
+
+  EXPECT_TRUE(cache_.holdsMostOf(book()));
+  std::vector<Ref<Row>> found;
+  cache_.find(book(), std::vector<ObjectKey>{3, 2, 1}, cache_.epoch(), found);
+  EXPECT_EQ(found, (std::vector<Ref<Row>>{rows[1], nullptr, rows[0]}));
+  cache_.find(book(), std::vector<ObjectKey>{3}, kNoEpoch, found);
+  EXPECT_EQ(found.size(), 4U);
+  EXPECT_FALSE(found.back());
+}
+
+TEST_F(RowCacheTest, AddsAllOfAnEntityOnlyIfTheyAreFewAndSmall) {
+  RowCache::Limits limits;
+  limits.listedRows = 2;
+  limits.listedBytes = 4096;
+  RowCache cache(limits);
+
+  cache.addAll(book(), std::vector<Ref<Row>>{row(1), row(2), row(3)}, cache.epoch());
+  cache.addAll(book(), std::vector<Ref<Row>>{row(1, 1, 4096)}, cache.epoch());
+  cache.addAll(book(), std::vector<Ref<Row>>{row(1)}, cache.epoch() - 1);
+
+  EXPECT_FALSE(cache.holdsMostOf(book()));
+  EXPECT_EQ(cache.rowCount(), 0U);
+}
+
+TEST_F(RowCacheTest, HoldsMostNoMoreOnceRowsWereForgotten) {
+  const auto addAll = [&](RowCache& cache) {
+    cache.addAll(book(), std::vector<Ref<Row>>{row(1)}, cache.epoch());
+    return cache.holdsMostOf(book());
+  };
+  EXPECT_TRUE(addAll(cache_));
+  static_cast<void>(cache_.outdate(cache_.epoch()));
+  EXPECT_FALSE(cache_.holdsMostOf(book()));
+
+  EXPECT_TRUE(addAll(cache_));
+  cache_.willCommit({});
+  cache_.commitFailed();
+  EXPECT_FALSE(cache_.holdsMostOf(book()));
+
+  RowCache::Limits few;
+  few.rows = 4;
+  RowCache small(few);
+  EXPECT_TRUE(addAll(small));
+  for (ObjectKey key = 2; key <= 3; ++key) small.add(row(key), small.epoch());
+  EXPECT_FALSE(small.holdsMostOf(book()));
+
+  EXPECT_TRUE(addAll(small));
+  const RowChange changes[] = {update(row(5)), update(row(6)), update(row(7))};
+  small.willCommit(changes);
+  small.didCommit(changes);
+  EXPECT_FALSE(small.holdsMostOf(book()));
 }

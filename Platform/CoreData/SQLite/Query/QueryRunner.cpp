@@ -202,18 +202,21 @@ std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const V
                                         std::size_t limit, std::size_t offset) {
   const QueryInput input{arguments, limit, offset};
   Reading reading(session_);
+  const NSEntityDescription& entity = plan.entity();
+  if (session_.holdsMostOf(entity)) return rowsOf(entity, keys(plan, arguments, limit, offset));
   const QueryOrder order = orderInStore(QueryCache::of(reading.connection()), plan, input);
   const bool isComplete = order == QueryOrder::complete;
   const QueryInput uncut{arguments};
   if (order == QueryOrder::sorts && passesMoreThanItKeeps(input)) {
     QueryRun run(reading, plan, QueryResult::sortedKeys, order, uncut, objects_);
-    return rowsOf(plan.entity(), cut(readKeysInOrder(run, plan, input), input));
+    return rowsOf(entity, cut(readKeysInOrder(run, plan, input), input));
   }
-  const RowColumns& columns = reading.core().columns(plan.entity());
+  const RowColumns& columns = reading.core().columns(entity);
   QueryRun run(reading, plan, QueryResult::rows, order, isComplete ? input : uncut, objects_);
   if (isComplete) return readAll(run, columns);
   std::vector<Ref<Row>> rows =
       order == QueryOrder::sorts ? readInOrder(run, columns, plan, input) : readAll(run, columns);
+  if (plan.predicate() == nullptr && !isCut(input)) session_.keepAll(entity, rows);
   if (order == QueryOrder::none) sortRows(rows, plan.sorts());
   cut(rows, limit, offset);
   return rows;

@@ -81,16 +81,7 @@ std::string Store::explanation(const Fetch& fetch, coredata::QueryVariant varian
   return text;
 }
 
-void Store::deleteBehindIndex(const std::string& table, const std::string& index, ObjectKey key) {
-  // SQLite does not see the index meanwhile.
-  const std::string sql = "CREATE TEMP TABLE kept AS SELECT * FROM sqlite_schema WHERE name='" +
-                          index +
-                          "'; PRAGMA writable_schema=ON;"
-                          "DELETE FROM sqlite_schema WHERE name IN (SELECT name FROM kept);"
-                          "PRAGMA writable_schema=RESET; DELETE FROM \"" +
-                          table + "\" WHERE _id=" + std::to_string(key) +
-                          "; PRAGMA writable_schema=ON;"
-                          "INSERT INTO sqlite_schema SELECT * FROM kept;";
+void Store::execute(const std::string& sql) {
   sqlite3* database = nullptr;
   const int opened = sqlite3_open(session_.store()->path().c_str(), &database);
   const std::unique_ptr<sqlite3, int (*)(sqlite3*)> owned(database, &sqlite3_close);
@@ -98,6 +89,17 @@ void Store::deleteBehindIndex(const std::string& table, const std::string& index
       sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
     throw std::runtime_error(sqlite3_errmsg(database));
   }
+}
+
+void Store::deleteBehindIndex(const std::string& table, const std::string& index, ObjectKey key) {
+  // SQLite does not see the index meanwhile.
+  execute("CREATE TEMP TABLE kept AS SELECT * FROM sqlite_schema WHERE name='" + index +
+          "'; PRAGMA writable_schema=ON;"
+          "DELETE FROM sqlite_schema WHERE name IN (SELECT name FROM kept);"
+          "PRAGMA writable_schema=RESET; DELETE FROM \"" +
+          table + "\" WHERE _id=" + std::to_string(key) +
+          "; PRAGMA writable_schema=ON;"
+          "INSERT INTO sqlite_schema SELECT * FROM kept;");
 }
 
 }  // namespace habits

@@ -54,6 +54,8 @@ class Store {
   /// What SQLite says of how it runs the fetch's query.
   [[nodiscard]] std::string explanation(const Fetch& fetch, coredata::QueryVariant variant);
 
+  /// Runs SQL on the file as another program would.
+  void execute(const std::string& sql);
   /// Damages the file: the row goes, and its entry in that index stays.
   void deleteBehindIndex(const std::string& table, const std::string& index,
                          coredata::ObjectKey key);

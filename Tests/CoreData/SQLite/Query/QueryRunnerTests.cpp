@@ -5,10 +5,13 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/Query/QueryCache.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
+#include "CoreData/SQLite/StoreCore.h"
 #include "Foundation/Values/Error.h"
 #include "Tests/CoreData/SQLite/Query/HabitStore.h"
 
@@ -337,6 +340,35 @@ TEST_F(QueryRunner, SeesOneStateWithinABlock) {
   EXPECT_EQ(store_.runner().count(*plan, {}), 1);
   store_.session().end();
   EXPECT_EQ(store_.runner().count(*plan, {}), 2);
+}
+
+TEST_F(QueryRunner, ListsWhatIsThereAlsoWhereItHasListedEverything) {
+  const auto plan = habits::everything("Activity", {{"title", true}});
+  const auto titles = [&] {
+    std::vector<std::string> result;
+    for (const auto& row : store_.runner().rows(*plan, {})) {
+      result.emplace_back(row->text(habits::entity("Activity").property("title")->slot()));
+    }
+    return result;
+  };
+  for (ObjectKey key = 1; key <= 2; ++key) {
+    store_.insert("Activity", key, {{"title", std::to_string(10 - key)}});
+  }
+  EXPECT_THAT(titles(), ElementsAre("8", "9"));
+  EXPECT_TRUE(store_.session().store()->core().rows().holdsMostOf(habits::entity("Activity")));
+  EXPECT_THAT(titles(), ElementsAre("8", "9"));
+
+  store_.insert("Activity", 3, {{"title", "7"}});
+  EXPECT_THAT(titles(), ElementsAre("7", "8", "9"));
+
+  store_.execute(
+      "UPDATE Activity SET title='6', _version=2 WHERE _id=1; DELETE FROM Activity WHERE _id=2");
+  EXPECT_THAT(titles(), ElementsAre("6", "7"));
+  EXPECT_THAT(titles(), ElementsAre("6", "7"));
+
+  const auto fetch = habits::fetch("Activity", NSPredicate::format("title > %@", "6"));
+  EXPECT_THAT(keysOf(store_.runner().rows(*fetch.plan, fetch.arguments())), ElementsAre(3));
+  EXPECT_THAT(keysOf(store_.runner().rows(*plan, {}, 1, 1)), ElementsAre(3));
 }
 
 TEST_F(QueryRunner, ThrowsWhenTheStoreIsClosed) {

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <memory>
 
+#include "CoreData/SQLite/StoreCore.h"
 #include "Tests/CoreDataStack/Queries/Diary.h"
 #include "Tests/Support/LocalDate.h"
 #include "Tests/Support/SqlTrace.h"
@@ -221,25 +222,36 @@ class QueriesSql : public testing::TestWithParam<Pin> {
   static void SetUpTestSuite() { world_ = std::make_unique<World>(); }
   static void TearDownTestSuite() { world_ = nullptr; }
 
-  /// The one query that the pinned call runs.
+  /// The one query that the pinned call runs where no rows are at hand.
   [[nodiscard]] static std::string query() {
-    static_cast<void>(world_->trace.takeQueries());
-    GetParam().ask(world_->diary.api(), world_->about);
-    const Steps queries = world_->trace.takeQueries();
-    EXPECT_EQ(queries.size(), 1U);
-    return queries.empty() ? std::string() : queries.front();
+    static_cast<void>(world_->engine().core().rows().outdate(coredata::kNoEpoch));
+    return queryWithRows();
+  }
+  /// The same where all activities have been listed before.
+  [[nodiscard]] static std::string queryOnceListed() {
+    static_cast<void>(world_->diary.api().activities());
+    return queryWithRows();
   }
   [[nodiscard]] static Steps plan(const std::string& query) { return world_->trace.plan(query); }
 
  private:
   struct World {
     World() { diary.save(); }
+    [[nodiscard]] coredata::SQLiteStore& engine() const {
+      return *diary.store().container().persistentStoreCoordinator()->store()->engine();
+    }
 
     Diary diary;
     Subject about{diary.activity(), diary.group(0), localDate(2024, 2, 10)};
-    support::SqlTrace trace{
-        *diary.store().container().persistentStoreCoordinator()->store()->engine()};
+    support::SqlTrace trace{engine()};
   };
+  [[nodiscard]] static std::string queryWithRows() {
+    static_cast<void>(world_->trace.takeQueries());
+    GetParam().ask(world_->diary.api(), world_->about);
+    const Steps queries = world_->trace.takeQueries();
+    EXPECT_EQ(queries.size(), 1U);
+    return queries.empty() ? std::string() : queries.front();
+  }
   inline static std::unique_ptr<World> world_;
 };
 
@@ -249,6 +261,26 @@ INSTANTIATE_TEST_SUITE_P(Query, QueriesSql, testing::ValuesIn(pins()),
 TEST_P(QueriesSql, IsThis) { EXPECT_EQ(query(), GetParam().sql); }
 
 TEST_P(QueriesSql, IsRunLikeThis) { EXPECT_EQ(plan(query()), GetParam().plan); }
+
+/// The pins of the lists of activities that ask for some of them.
+std::vector<Pin> activityListPins() {
+  std::vector<Pin> result;
+  std::ranges::copy_if(pins(), std::back_inserter(result),
+                       [](const Pin& pin) { return pin.name.starts_with("activitiesOf"); });
+  return result;
+}
+
+class ActivityListsSql : public QueriesSql {};
+
+INSTANTIATE_TEST_SUITE_P(Query, ActivityListsSql, testing::ValuesIn(activityListPins()),
+                         [](const auto& pin) { return pin.param.name; });
+
+TEST_P(ActivityListsSql, ReadKeysAloneOnceAllWereListed) {
+  const std::string sql = queryOnceListed();
+
+  EXPECT_TRUE(sql.starts_with("SELECT t0._id, ")) << sql;
+  EXPECT_EQ(plan(sql).front(), GetParam().plan.front());
+}
 
 /// The pins of the queries about check-ins, but for the one that has no activity to go by.
 std::vector<Pin> checkinPins() {

@@ -28,9 +28,8 @@ struct WatchTimings {
 /// Watches an open store, on a thread of its own, for commits by whomever: other processes, other
 /// coordinators, this one.
 ///
-/// - Whatever is committed after the transaction from which it counts is announced; commits close
-/// to
-///   one another are announced together, and the last one always. Those from before this was made
+/// - Whatever is committed after the transaction from which it counts is announced; of commits that
+///   are close to one another the last one always. Those from before this was made
 ///   are found by a look soon afterwards.
 /// - What commits nothing, such as reads and checkpoints, is never announced.
 /// - A store that was replaced is announced once more, for the last time. One that cannot be read

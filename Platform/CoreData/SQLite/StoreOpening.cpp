@@ -168,9 +168,7 @@ void chooseJournal(OpenedStore& store, const StoreOptions& options) {
     store.usesLog = !leaveLog(*store.connection, store.path);
     return;
   }
-  std::string result;
-  waitingForDisk(store, [&] { result = beginLog(*store.connection, options.busyTimeout); });
-  if (result == "wal") return;
+  if (beginLog(*store.connection, options.busyTimeout) == "wal") return;
   throw storeError(StoreErrorCode::notWritable,
                    "The store " + store.path +
                        " lies where no log can be kept beside it, perhaps on a network.");
@@ -220,7 +218,7 @@ OpenedStore openStore(const StoreOptions& options, const NSManagedObjectModel& m
       connection.beginReading();
     }
     verify(store, options, model);
-    if (!options.readOnly) chooseJournal(store, options);
+    if (!options.readOnly) waitingForDisk(store, [&] { chooseJournal(store, options); });
     return store;
   } catch (const Error& error) {
     throwMeaning(error, store.path);

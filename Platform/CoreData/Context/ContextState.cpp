@@ -217,7 +217,12 @@ void ContextState::releaseChangedRelationships(NSManagedObject& object) {
   const auto release = [&](const NSEntityDescription& entity, ObjectKey key, SlotIndex back) {
     const Ref<NSManagedObject> other = registry->find(entity, key);
     if (!other || other->isDeleted() || other->isFault()) return;
-    if (other->row().reference(back) == object.key_) other->setReference(back, kNoObject);
+    if (other->row().reference(back) != object.key_) return;
+    // One that the store leads here was noted of a change that is no more: it is the store's to
+    // lead elsewhere, and a change here would stand against that.
+    const bool isStored = other->committed_ ? other->committed_->slotEquals(back, other->row())
+                                            : !other->state_.inserted;
+    if (!isStored) other->setReference(back, kNoObject);
   };
   for (const SlotIndex slot : object.entity().toOneSlots()) {
     const NSRelationshipDescription& relationship = *object.entity().slots()[slot].relationship;

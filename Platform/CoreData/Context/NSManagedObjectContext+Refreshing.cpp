@@ -34,8 +34,8 @@ void NSManagedObjectContext::refreshFromHere(NSManagedObject& object, bool merge
     dropChanges(object);
     return;
   }
-  // A fault is as fresh as can be.
-  if (object.isFault()) return;
+  // A fault is as fresh as can be, unless it has changes to a row that is no more.
+  if (object.isFault() && !object.hasChanges()) return;
   takeFreshRow(object, state_->readRow(object.entity(), object.key_));
 }
 
@@ -44,6 +44,7 @@ void NSManagedObjectContext::takeFreshRow(NSManagedObject& object, Ref<Row> fres
     state_->markGone(object);
     return;
   }
+  if (object.isFault()) return;
   state_->touch(object);
   object.state_.gone = false;
   if (!object.committed_) {
@@ -137,7 +138,7 @@ void NSManagedObjectContext::refreshAllObjects() {
   for (const Ref<NSManagedObject>& object : state_->registry->objects()) {
     if (!canRefresh(*object)) continue;
     forgetStoredMembers(*object);
-    if (object->isFault()) continue;
+    if (object->isFault() && !object->hasChanges()) continue;
     Ref<Row> row = state_->readRow(object->entity(), object->key_);
     if (row) {
       fresh.emplace_back(object, std::move(row));

@@ -13,6 +13,7 @@ using garden::Bed;
 using garden::Label;
 using garden::Plant;
 using garden::Store;
+using garden::Tool;
 using support::FaultVFS;
 
 /// A context that merges what a sibling saves.
@@ -64,6 +65,39 @@ TEST_F(ContextMerging, KeepsAMemberWhereItWasPutHereAndNotWhereItWasMovedElsewhe
     EXPECT_EQ(plant->bed(), here);
     EXPECT_TRUE(here->plants().contains(plant));
     EXPECT_TRUE(there->plants().empty());
+  });
+}
+
+TEST_F(ContextMerging, ForgetsAMemberOnceGivenToABedThatIsDeletedOnBothSides) {
+  Ref<Bed> doomed;
+  Ref<Bed> other;
+  Ref<Tool> tool;
+  context->performBlockAndWait([&] {
+    doomed = make<Bed>(*context);
+    other = make<Bed>(*context);
+    tool = make<Tool>(*context);
+    tool->setName("Rake");
+    context->save();
+    tool->setBed(doomed);
+    context->delete_(doomed);
+    context->processPendingChanges();
+  });
+  const auto saveElsewhere = [&](auto&& change) {
+    sibling->performBlockAndWait([&] {
+      change();
+      sibling->save();
+    });
+    settle();
+  };
+  saveElsewhere([&] { in(*sibling, tool)->setBed(in(*sibling, doomed)); });
+  saveElsewhere([&] {
+    in(*sibling, tool)->setBed(in(*sibling, other));
+    sibling->delete_(in(*sibling, doomed));
+  });
+
+  context->performBlockAndWait([&] {
+    EXPECT_EQ(tool->bed(), other);
+    EXPECT_TRUE(other->tools().contains(tool));
   });
 }
 

@@ -49,6 +49,37 @@ TEST_F(ContextRefreshing, DropsChangesAndTurnsIntoAFault) {
   });
 }
 
+TEST_F(ContextRefreshing, FindsThatABedIsGoneOfWhichOnlyItsNewMembersAreKnown) {
+  context->performBlockAndWait([&] {
+    for (const bool all : {true, false}) {
+      Ref<coredata::NSManagedObjectID> identifier;
+      elsewhere([&](NSManagedObjectContext& other) {
+        const auto made = make<Bed>(other);
+        other.save();
+        identifier = made->objectID();
+      });
+      const Ref<coredata::NSManagedObject> other = context->objectWithID(*identifier);
+      plant->setBed(coredata::properties::uncheckedCast<Bed>(other));
+      EXPECT_TRUE(other->isFault());
+      EXPECT_TRUE(other->isUpdated());
+      elsewhere([&](NSManagedObjectContext& sibling) {
+        sibling.delete_(sibling.objectWithID(*identifier));
+      });
+
+      if (all) {
+        context->refreshAllObjects();
+      } else {
+        context->refresh(other, true);
+      }
+
+      EXPECT_FALSE(other->hasChanges());
+      EXPECT_TRUE(other->isDeleted());
+      EXPECT_EQ(plant->bed(), nullptr);
+      EXPECT_NO_THROW(context->save());
+    }
+  });
+}
+
 TEST_F(ContextRefreshing, KeepsLocalChangesOverTheNewestRow) {
   context->performBlockAndWait([&] {
     bed->setRank(7);

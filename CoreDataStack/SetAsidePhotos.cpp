@@ -20,15 +20,14 @@ constexpr std::string_view kAsidePrefix = "photos-of-";
 
 FileManager& files() { return FileManager::defaultManager(); }
 
-bool exists(const URL& url) {
-  const auto path = url.filePath();
-  return path && files().fileExists(*path);
+/// What cannot be examined is not taken for missing: photos would stay where nobody looks for them,
+/// or others' go along.
+std::optional<FileManager::ItemKind> kindOf(const URL& url) {
+  return url.filePath() ? files().itemKind(url) : std::nullopt;
 }
 
-bool isDirectory(const URL& url) {
-  const auto path = url.filePath();
-  return path && files().isDirectory(*path);
-}
+bool exists(const URL& url) { return kindOf(url).has_value(); }
+bool isDirectory(const URL& url) { return kindOf(url) == FileManager::ItemKind::directory; }
 
 /// Whether nothing but those files lies in the directory, so that it can go as a whole.
 bool holdsOnly(const URL& directory, const std::set<std::string>& names) {

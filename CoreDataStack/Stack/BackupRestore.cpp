@@ -55,7 +55,8 @@ bool concernsContent(const Error& error) {
 
 void removeIfThere(const std::string& path) {
   FileManager& files = FileManager::defaultManager();
-  if (files.fileExists(path)) files.removeItem(URL::fileURL(path));
+  const URL url = URL::fileURL(path);
+  if (files.itemKind(url)) files.removeItem(url);
 }
 
 /// An earlier restore's log would be replayed over what comes in the store's place.
@@ -93,8 +94,8 @@ class BackupRestore::KeptStore {
   /// Copies the store as it stands. From here on it is replaced only if nobody has written to it.
   void keep() {
     forget();
-    const auto path = store_.filePath();
-    isMissing_ = !path || !FileManager::defaultManager().fileExists(*path);
+    // One that cannot be examined is not missing: it would be replaced, and nothing put back.
+    isMissing_ = !FileManager::defaultManager().itemKind(store_);
     if (isMissing_) return;
     try {
       claim_.markRead();

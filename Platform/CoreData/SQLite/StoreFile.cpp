@@ -63,6 +63,10 @@ void throwMeaning(const Error& error, const std::string& path) {
 namespace {
 bool isLink(const std::string& path) {
   const auto status = FileSystem::current().status(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW);
+  if (!status && status.error() != ENOENT && status.error() != ENOTDIR) {
+    // Under the link's own name the store would get a second log.
+    throw fileError("The store " + path + " cannot be reached.", status.error(), "lstat");
+  }
   return status && S_ISLNK(status->st_mode);
 }
 }  // namespace

@@ -86,6 +86,16 @@ void FileManager::setUbiquityIdentityToken(std::optional<Data> token) {
   state_->token = std::move(token);
 }
 
+std::optional<FileManager::ItemKind> FileManager::itemKind(const URL& at) const {
+  constexpr std::string_view kExamined = "examined";
+  const std::string path = pathOf(at, kExamined);
+  const auto status = FileSystem::current().status(AT_FDCWD, path.c_str(), 0);
+  if (!status && (status.error() == ENOENT || status.error() == ENOTDIR)) return std::nullopt;
+  const auto mode = required(status, path, kExamined).st_mode;
+  if (S_ISDIR(mode)) return ItemKind::directory;
+  return S_ISREG(mode) ? ItemKind::file : ItemKind::other;
+}
+
 bool FileManager::fileExists(std::string_view atPath) const {
   return FileSystem::current().status(AT_FDCWD, std::string(atPath).c_str(), 0).has_value();
 }

@@ -51,6 +51,10 @@ class FileManager {
 
   // Files and directories.
 
+  enum class ItemKind : std::uint8_t { file, directory, other };
+  /// What there is, none where there is nothing; follows links. Throws where the system cannot
+  /// tell, for which `fileExists` and `isDirectory` answer that there is none.
+  [[nodiscard]] std::optional<ItemKind> itemKind(const URL& at) const;
   /// Whether there is something; follows links.
   [[nodiscard]] bool fileExists(std::string_view atPath) const;
   /// Whether there is a directory; follows links.

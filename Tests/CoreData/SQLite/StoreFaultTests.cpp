@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <filesystem>
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreCore.h"
@@ -12,6 +14,7 @@
 #include "Tests/CoreData/SQLite/StoreFixture.h"
 #include "Tests/Support/CrashRunner.h"
 #include "Tests/Support/FaultVFS.h"
+#include "Tests/Support/FaultyFileSystem.h"
 
 // Every operation on a file that creating a store, saving and closing make is hit once: by death,
 // and by an error.
@@ -186,6 +189,30 @@ TEST(StoreFaults, AStoreThatCouldBeOpenedKeepsALog) {
     }
     EXPECT_TRUE(isOpened || reached) << point;
   }
+}
+
+TEST(StoreFaults, AStoreBehindALinkIsOpenedUnderItsOwnNameOrNotAtAll) {
+  const StoreFile file;
+  file.open()->close();
+  const std::string link = (file.directory() / "link").string();
+  std::filesystem::create_symlink(file.path(), link);
+  coredata::StoreOptions options = file.options();
+  options.url = foundation::URL::fileURL(link);
+  bool isReached = true;
+  for (std::size_t point = 1; isReached; ++point) {
+    SCOPED_TRACE(point);
+    support::FaultyFileSystem faulty(support::FileFault::failOnce, point, EIO,
+                                     support::bit(support::FileOperation::access));
+    try {
+      const auto store = file.open(options);
+      EXPECT_EQ(store->path(), file.path());
+      store->close();
+    } catch (const foundation::Error&) {
+      EXPECT_TRUE(faulty.wasReached());
+    }
+    isReached = faulty.wasReached();
+  }
+  EXPECT_FALSE(std::filesystem::exists(link + "-wal"));
 }
 
 TEST(StoreFaults, TheConnectionOfAFailedCommitIsReplaced) {

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 
 #include "CoreDataStack/SetAsidePhotos.h"
+#include "Foundation/Values/Error.h"
+#include "Tests/Support/FaultyFileSystem.h"
 #include "Tests/Support/MigrationPlace.h"
 
 namespace {
@@ -125,6 +128,37 @@ TEST_F(SetAside, NeverOverwritesWhatCameInItsPlace) {
   EXPECT_EQ(bytes, "new");
   EXPECT_TRUE(has("photo/b.jpg"));
   EXPECT_TRUE(has("photos-of-ONE/photo/a.jpg"));
+}
+
+TEST_F(SetAside, TakesAllOrSaysThatItCouldNotWhateverCannotBeExamined) {
+  int failures = 0;
+  for (std::size_t point = 1;; ++point) {
+    SCOPED_TRACE(point);
+    place_.addPhotoFile("a.jpg", "A");
+    place_.addPhotoFile("2024/b.jpg", "B");
+    place_.addPhotoFile("others.jpg", "O");
+    addThumbnail("a.jpg");
+    support::FaultyFileSystem faulty(support::FileFault::failOnce, point, EIO,
+                                     support::bit(support::FileOperation::access));
+    try {
+      photosOf("ONE").setAside({"a.jpg", "2024/b.jpg"});
+      EXPECT_FALSE(has("photo/a.jpg") || has("photo/2024/b.jpg") || has("thumbnail/a.jpg"));
+      EXPECT_TRUE(has("photo/others.jpg"));
+    } catch (const foundation::Error& error) {
+      ++failures;
+      EXPECT_EQ(error.code(), EIO);
+    }
+    const bool isReached = faulty.wasReached();
+    faulty.restart(0);
+
+    photosOf("ONE").putBack();
+
+    EXPECT_TRUE(has("photo/a.jpg") && has("photo/2024/b.jpg") && has("thumbnail/a.jpg"));
+    std::filesystem::remove_all(place_.container() / "photo");
+    std::filesystem::remove_all(place_.container() / "thumbnail");
+    if (!isReached) break;
+  }
+  EXPECT_GT(failures, 3);
 }
 
 TEST_F(SetAside, GoesOnWhereAnEarlierOneStopped) {

@@ -21,6 +21,7 @@
 #include "Foundation/Files/TemporaryDirectory.h"
 #include "Tests/Support/ErrorCode.h"
 #include "Tests/Support/FaultVFS.h"
+#include "Tests/Support/ForwardingFileSystem.h"
 #include "Tests/Support/MigrationPlace.h"
 #include "Tests/Support/RecordingLogger.h"
 
@@ -299,6 +300,47 @@ TEST_F(Restore, PutsBackWhatOthersSavedUntilTheStoreWasReplaced) {
 
   EXPECT_GT(expected.size(), 10U);
   EXPECT_GT(refused, 0);
+}
+
+/// Cannot say what there is at a path when it is asked for the n-th time.
+class UnseenFile final : public support::ForwardingFileSystem {
+ public:
+  UnseenFile(std::string path, std::size_t point) : path_(std::move(path)), point_(point) {}
+
+  [[nodiscard]] bool wasReached() const noexcept { return count_ >= point_; }
+  foundation::FileResult<struct stat> status(int directory, const char* path, int flags) override {
+    if (path == path_ && ++count_ == point_) return std::unexpected(EIO);
+    return ForwardingFileSystem::status(directory, path, flags);
+  }
+
+ private:
+  const std::string path_;
+  const std::size_t point_;
+  std::size_t count_ = 0;
+};
+
+TEST_F(Restore, TakesNoStoreForMissingThatCannotBeExamined) {
+  addLiveStore("now");
+  const Data bytes = backup(Version::version7, "then");
+  FailingMigrator failing;
+  bool isReached = true;
+  for (std::size_t point = 1; isReached; ++point) {
+    {
+      const UnseenFile store(*place_.storeURL().filePath(), point);
+      EXPECT_ANY_THROW(
+          BackupRestore(failing, coredatastack::model(Version::version7.rawValue()), logger_)
+              .run(bytes, place_.storeURL()));
+      isReached = store.wasReached();
+    }
+    // Where it could not be put back, the copy stays.
+    const bool isKept = !logger_->descriptions().empty();
+    const URL place =
+        isKept ? foundation::TemporaryDirectory::ofProcess().url().appendingPathComponent(
+                     "Replaced.sqlite")
+               : place_.storeURL();
+    ASSERT_EQ(support::titlesOfActivities(place), std::vector<std::string>{"now"}) << point;
+    if (isKept) return;
+  }
 }
 
 TEST_F(Restore, KeepsNoCopyOfTheStoreThatItPutBack) {

@@ -109,6 +109,23 @@ TEST_F(FileManagerTest, SeesFilesAndDirectoriesThroughLinks) {
   EXPECT_TRUE(manager_.fileExists(path("link").native()));
   EXPECT_FALSE(manager_.fileExists(path("dangling").native()));
   EXPECT_FALSE(manager_.fileExists(""));
+
+  using Kind = FileManager::ItemKind;
+  EXPECT_EQ(manager_.itemKind(url("file")), Kind::file);
+  EXPECT_EQ(manager_.itemKind(url("link")), Kind::file);
+  EXPECT_EQ(manager_.itemKind(URL::fileURL(directory_.path().native())), Kind::directory);
+  EXPECT_EQ(manager_.itemKind(URL::fileURL("/dev/null")), Kind::other);
+  EXPECT_EQ(manager_.itemKind(url("dangling")), std::nullopt);
+  EXPECT_EQ(manager_.itemKind(url("file/beneath")), std::nullopt);
+}
+
+TEST_F(FileManagerTest, TakesNothingForMissingThatItCannotExamine) {
+  makeFile("file");
+  const FaultyFileSystem files(FileFault::failFromThenOn, 1, EIO,
+                               support::bit(support::FileOperation::access));
+
+  EXPECT_EQ(errorCode([&] { static_cast<void>(manager_.itemKind(url("file"))); }), EIO);
+  EXPECT_FALSE(manager_.fileExists(path("file").native()));
 }
 
 TEST_F(FileManagerTest, ListsHiddenEntriesToo) {

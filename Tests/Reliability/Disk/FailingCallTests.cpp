@@ -149,6 +149,8 @@ struct Call {
   /// What it answers when it hands the error to the logger; nothing for one that throws it, or
   /// gives it to its completion.
   std::optional<std::string> empty = std::nullopt;
+  /// Whether something aside of the answer may fail, and be logged, while the answer is right.
+  bool logsAside = false;
 
   friend std::ostream& operator<<(std::ostream& stream, const Call& call) {
     return stream << call.name;
@@ -218,9 +220,12 @@ class Attempt {
       witness_.note("unharmed");
       return true;
     }
-    if (logged.size() != 1 || call_.empty != answer) witness_.problem("it logged " + logged.back());
-    witness_.note("logged");
-    return false;
+    const bool isAside = call_.logsAside && answer == call_.answer;
+    if (logged.size() != 1 || (call_.empty != answer && !isAside)) {
+      witness_.problem("it logged " + logged.back());
+    }
+    witness_.note(isAside ? "logged something aside" : "logged");
+    return isAside;
   }
 
   const Call& call_;
@@ -299,7 +304,8 @@ const Refusal kRefusals[] = {
 };
 
 const Call kCalls[] = {
-    {"Setup", setUp, "opened"},
+    // It looks whether a migration left photos behind.
+    {.name = "Setup", .make = setUp, .answer = "opened", .logsAside = true},
     {"Reload", reload, "opened"},
     {"NeedMigration", needsMigration, "false", "false"},
     {"Fetch", fetch, "2024-03-01 2024-03-02 2024-03-03 2024-03-04 2024-03-05 "},

@@ -145,7 +145,7 @@ SortCell DictionaryRows::sortCell(std::size_t row, std::size_t column) const noe
   return result;
 }
 
-void DictionaryRows::sort(std::span<const SortTerm> sorts) {
+std::vector<std::uint32_t> DictionaryRows::order(std::span<const SortTerm> sorts) const {
   std::vector<std::size_t> columns;
   for (const SortTerm& sort : sorts) {
     columns.push_back(columnShowing(plan_->columns(), sort.path));
@@ -153,7 +153,7 @@ void DictionaryRows::sort(std::span<const SortTerm> sorts) {
   const auto valueOf = [&](std::uint32_t row, std::size_t sort) {
     return sortCell(row, columns[sort]);
   };
-  reorder(SortedOrder(sorts, valueOf).of(size()));
+  return SortedOrder(sorts, valueOf).of(size());
 }
 
 void DictionaryRows::reorder(std::span<const std::uint32_t> rows) {

@@ -61,8 +61,10 @@ class DictionaryRows {
 
   /// Whether the rows hold what these sorts go by.
   [[nodiscard]] static bool canSort(const FetchPlan& plan, std::span<const SortTerm> sorts);
-  /// Puts the rows in order by sorts that they can be sorted by.
-  void sort(std::span<const SortTerm> sorts);
+  /// The numbers of the rows in order by sorts that they can be sorted by.
+  [[nodiscard]] std::vector<std::uint32_t> order(std::span<const SortTerm> sorts) const;
+  /// Puts the rows in that order.
+  void sort(std::span<const SortTerm> sorts) { reorder(order(sorts)); }
 
  private:
   struct Cell {

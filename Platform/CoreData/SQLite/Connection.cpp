@@ -164,9 +164,42 @@ std::int64_t Connection::readNumber(Control which) {
   return statement.step() ? statement.integer(0) : 0;
 }
 
+std::uint32_t Connection::contentVersion() const noexcept {
+  unsigned int version = 0;
+  // Of the main file, which needs no name here.
+  sqlite3_file_control(database_, nullptr, SQLITE_FCNTL_DATA_VERSION, &version);
+  return version;
+}
+
+void Connection::commit() {
+  const std::uint32_t before = contentVersion();
+  control(Control::commit);
+  ownCommits_ += contentVersion() - before;
+}
+
+std::int64_t Connection::lastDataVersion() const noexcept { return contentVersion() - ownCommits_; }
+
+void Connection::beginUse(Statement& statement) {
+  if (standing_ != &statement) return;
+  beginReading();
+  endStanding();
+}
+
+void Connection::endUse(Statement& statement) noexcept {
+  if (standing_ != &statement) statement.reset();
+}
+
+void Connection::endStanding() noexcept {
+  if (standing_ != nullptr) std::exchange(standing_, nullptr)->reset();
+}
+
 std::int64_t Connection::dataVersion() {
-  if (isReading_) return controlStatement(Control::dataVersion).integer(0);
-  return readNumber(Control::dataVersion);
+  // SQLite looks at the file when a statement begins to read, which `BEGIN` alone does not.
+  const bool isHeld = isReading_ || standing_ != nullptr;
+  if (!isHeld && sqlite3_txn_state(database_, "main") == SQLITE_TXN_NONE) {
+    static_cast<void>(readNumber(Control::dataVersion));
+  }
+  return lastDataVersion();
 }
 
 std::int64_t Connection::schemaVersion() { return readNumber(Control::schemaVersion); }
@@ -187,6 +220,7 @@ void Connection::beginReading() {
 }
 
 void Connection::rollBack() noexcept {
+  endStanding();
   if (std::exchange(isReading_, false)) controlStatement(Control::dataVersion).reset();
   if (!isInTransaction()) return;
   try {

@@ -111,9 +111,12 @@ class Connection {
   /// Keeps all reads to one state of the store until `rollBack`, at the cost of one statement where
   /// a transaction takes three. When it throws, `rollBack` is still to be called.
   void beginReading();
+  /// The same at no cost, by a statement that was wanted anyway and stands on a row. It stays there
+  /// until `rollBack`, or until it is wanted again: see `KeptStatementUse`.
+  void keepReading(Statement& standing) noexcept { standing_ = &standing; }
   /// Waits for other writers as long as the busy timeout says.
   void beginWriting() { control(Control::beginWriting); }
-  void commit() { control(Control::commit); }
+  void commit();
   /// Ends the transaction or the reading if one is open. A connection that cannot even do that
   /// becomes unusable.
   void rollBack() noexcept;
@@ -121,9 +124,12 @@ class Connection {
     return sqlite3_get_autocommit(database_) == 0;
   }
 
-  /// Changes when others commit, never by this connection's own commits. True only inside a
-  /// transaction.
+  /// Changes when others commit, and not by this connection's own `commit`. Inside a transaction or
+  /// a reading it is that of the state seen there; otherwise the newest.
   [[nodiscard]] std::int64_t dataVersion();
+  /// The same for the state that was read last, also when its transaction has ended. Costs next to
+  /// nothing.
+  [[nodiscard]] std::int64_t lastDataVersion() const noexcept;
   /// Changes when tables or indexes do, and when the whole content is replaced.
   [[nodiscard]] std::int64_t schemaVersion();
 
@@ -154,6 +160,8 @@ class Connection {
   std::shared_ptr<QueryCache> queries;
 
  private:
+  friend class KeptStatementUse;
+
   enum class Control : std::uint8_t {
     begin,
     beginWriting,
@@ -180,6 +188,10 @@ class Connection {
   Statement& controlStatement(Control which);
   void control(Control which) { controlStatement(which).run(); }
   std::int64_t readNumber(Control which);
+  [[nodiscard]] std::uint32_t contentVersion() const noexcept;
+  void beginUse(Statement& statement);
+  void endUse(Statement& statement) noexcept;
+  void endStanding() noexcept;
   void dropStatements();
 
   sqlite3* database_ = nullptr;
@@ -188,10 +200,32 @@ class Connection {
   std::array<std::unique_ptr<Statement>, kControlCount> controls_;
   foundation::HashMap<StatementKey, std::unique_ptr<Statement>> statements_;
   std::uint64_t statementDrops_ = 0;
+  /// What keeps the reading in place of the connection's own statement; null if nothing does.
+  Statement* standing_ = nullptr;
+  /// By how much this connection's own commits have changed the content's version.
+  std::uint32_t ownCommits_ = 0;
   int busyTimeoutMs_;
   int logPages_ = -1;
   bool usable_ = true;
   bool isReading_ = false;
+};
+
+/// As `StatementUse`, for a statement that may be what keeps the connection's reading: then another
+/// takes over before it is used again, and it is not reset at the end of the use that began the
+/// reading. What was bound to it is not looked at any more.
+class KeptStatementUse {
+ public:
+  KeptStatementUse(Connection& connection, Statement& statement)
+      : connection_(connection), statement_(statement) {
+    connection_.beginUse(statement_);
+  }
+  ~KeptStatementUse() { connection_.endUse(statement_); }
+  KeptStatementUse(const KeptStatementUse&) = delete;
+  KeptStatementUse& operator=(const KeptStatementUse&) = delete;
+
+ private:
+  Connection& connection_;
+  Statement& statement_;
 };
 
 /// Keeps what a connection reads to one state of the store while it lives.

@@ -3,6 +3,7 @@
 #include "CoreData/SQLite/Connection.h"
 #include "CoreData/SQLite/RowAccess.h"
 #include "CoreData/SQLite/StoreCore.h"
+#include "CoreData/SQLite/StoreFile.h"
 #include "CoreData/SQLite/StoreMarks.h"
 
 namespace coredata {
@@ -22,9 +23,22 @@ void ReadSession::refresh() noexcept {
   if (!isWriting_) stopReading();
 }
 
+void ReadSession::takeLease() {
+  if (!lease_) lease_ = store_->core().lease();
+}
+
 void ReadSession::startReading() {
+  takeLease();
+  try {
+    holdState();
+  } catch (...) {
+    giveBack();
+    throw;
+  }
+}
+
+void ReadSession::holdState() {
   StoreCore& core = store_->core();
-  if (!lease_) lease_ = core.lease();
   const CacheEpoch before = core.rows().epoch();
   isReading_ = true;
   try {
@@ -32,9 +46,20 @@ void ReadSession::startReading() {
     epoch_ = core.notice(*lease_, before);
   } catch (...) {
     stopReading();
-    giveBack();
     throw;
   }
+}
+
+bool ReadSession::keepState(Statement& answered, CacheEpoch before) {
+  if (!answered.isRunning()) {
+    const std::int64_t version = lease_->lastDataVersion();
+    holdState();
+    return lease_->dataVersion() == version;
+  }
+  isReading_ = true;
+  lease_->keepReading(answered);
+  epoch_ = store_->core().notice(*lease_, before);
+  return true;
 }
 
 void ReadSession::stopReading() noexcept {
@@ -46,14 +71,40 @@ void ReadSession::stopReading() noexcept {
 
 void ReadSession::giveBack() noexcept { lease_.end(); }
 
-Reading::Reading(ReadSession& session)
+Reading::Reading(ReadSession& session, Beginning beginning)
     : session_(session),
       endsReading_(!session.isReading_ && !session.inBlock_ && !session.isWriting_) {
+  if (beginning == Beginning::atOnce) {
+    begin();
+  } else {
+    session_.takeLease();
+  }
+}
+
+void Reading::begin() {
   if (!session_.isReading_ && !session_.isWriting_) session_.startReading();
 }
 
+void Reading::answer(Statement& statement, foundation::FunctionRef<void()> run) {
+  if (session_.isReading_ || session_.isWriting_) return run();
+  const CacheEpoch before = core().rows().epoch();
+  isGivenUp_ = true;
+  try {
+    run();
+    if (!session_.keepState(statement, before)) {
+      statement.reset();
+      run();
+    }
+  } catch (const foundation::Error& error) {
+    // The statement may have met another store's content, which says more than its own failure.
+    if (connection().isUsable() && !saysBusy(error)) core().requireSameStore(connection());
+    throw;
+  }
+  isGivenUp_ = false;
+}
+
 Reading::~Reading() {
-  if (!endsReading_) return;
+  if (!endsReading_ && !isGivenUp_) return;
   session_.stopReading();
   session_.giveBack();
 }

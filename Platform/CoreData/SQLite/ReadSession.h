@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -7,9 +8,11 @@
 #include "CoreData/SQLite/CacheEpoch.h"
 #include "CoreData/SQLite/ConnectionLease.h"
 #include "CoreData/SQLite/SQLiteStore.h"
+#include "Foundation/Values/FunctionRef.h"
 
 namespace coredata {
 
+class Statement;
 class StoreCore;
 
 /// A context's view of a store. Between `begin` and `end` every read sees one state of the store,
@@ -54,7 +57,13 @@ class ReadSession {
   friend class Reading;
   friend class WriteTransaction;
 
+  void takeLease();
   void startReading();
+  /// Begins to read on the leased connection, which is kept when it throws.
+  void holdState();
+  /// Keeps the state that a statement was just run in. False where it could not be kept and another
+  /// one is kept now. Throws as `holdState`.
+  [[nodiscard]] bool keepState(Statement& answered, CacheEpoch before);
   void stopReading() noexcept;
   void giveBack() noexcept;
 
@@ -71,7 +80,12 @@ class ReadSession {
 /// started if need be and ended with the use when the session is in no block. Nests.
 class Reading {
  public:
-  explicit Reading(ReadSession& session);
+  explicit Reading(ReadSession& session) : Reading(session, Beginning::atOnce) {}
+  /// One that begins with its first answer, or with `begin`. Until then there is a connection, but
+  /// nothing may be read.
+  [[nodiscard]] static Reading withAnswer(ReadSession& session) {
+    return Reading(session, Beginning::withAnswer);
+  }
   ~Reading();
   Reading(const Reading&) = delete;
   Reading& operator=(const Reading&) = delete;
@@ -79,9 +93,22 @@ class Reading {
   [[nodiscard]] Connection& connection() const noexcept { return *session_.lease_; }
   [[nodiscard]] StoreCore& core() const noexcept { return session_.store_->core(); }
 
+  void begin();
+  /// Runs the statement by `run`, which stops at the row that it wants. If nobody reads yet the
+  /// statement stays on that row, and that keeps the state that it was read in: there is no need of
+  /// another statement for it. One that gave no row keeps nothing; then the state is begun, and
+  /// `run` is called again should the store have changed in between.
+  void answer(Statement& statement, foundation::FunctionRef<void()> run);
+
  private:
+  enum class Beginning : std::uint8_t { atOnce, withAnswer };
+  Reading(ReadSession& session, Beginning beginning);
+
   ReadSession& session_;
   bool endsReading_;
+  /// Whether the first answer failed: the connection is given back with the use, since statements
+  /// of it are still in use before.
+  bool isGivenUp_ = false;
 };
 
 }  // namespace coredata

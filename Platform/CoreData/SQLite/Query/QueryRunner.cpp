@@ -17,7 +17,8 @@ using foundation::Value;
 
 namespace {
 
-/// One run of one query: found or prepared, bound, and reset at the end.
+/// One run of one query: found or prepared, bound, and reset at the end unless it keeps the state
+/// that was read.
 class QueryRun {
  public:
   QueryRun(Reading& reading, const FetchPlan& plan, QueryResult result, QueryOrder order,
@@ -28,7 +29,7 @@ class QueryRun {
                               listCodes(plan, input.arguments), absentArguments(input.arguments)})),
         statement_(*query_.statement),
         binding_(statement_, input, objects),
-        use_(statement_) {
+        use_(reading.connection(), statement_) {
     binding_.bind(query_.compiled);
   }
 
@@ -39,7 +40,7 @@ class QueryRun {
   const QueryCache::Query& query_;
   Statement& statement_;
   QueryBinding binding_;
-  StatementUse use_;
+  KeptStatementUse use_;
 };
 
 bool isCut(const QueryInput& input) noexcept { return input.limit != 0 || input.offset != 0; }
@@ -178,10 +179,9 @@ std::vector<ObjectKey> readKeysAndSort(Reading& reading, const FetchPlan& plan,
   QueryRun run(reading, *shown, QueryResult::dictionaries, QueryOrder::none, input, objects);
   DictionaryRows rows(*shown);
   while (run.step()) appendRow(run.statement(), rows);
-  rows.sort(shown->sorts());
   std::vector<ObjectKey> keys;
   keys.reserve(rows.size());
-  for (std::size_t row = 0; row < rows.size(); ++row) keys.push_back(rows.reference(row, 0));
+  for (const std::uint32_t row : rows.order(shown->sorts())) keys.push_back(rows.reference(row, 0));
   return keys;
 }
 
@@ -201,16 +201,19 @@ std::vector<SortTerm> orderOfGroups(const FetchPlan& plan) {
 std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const Value> arguments,
                                         std::size_t limit, std::size_t offset) {
   const QueryInput input{arguments, limit, offset};
-  Reading reading(session_);
+  Reading reading = Reading::withAnswer(session_);
   const NSEntityDescription& entity = plan.entity();
-  if (session_.holdsMostOf(entity)) return rowsOf(entity, keys(plan, arguments, limit, offset));
   const QueryOrder order = orderInStore(QueryCache::of(reading.connection()), plan, input);
-  const bool isComplete = order == QueryOrder::complete;
   const QueryInput uncut{arguments};
   if (order == QueryOrder::sorts && passesMoreThanItKeeps(input)) {
     QueryRun run(reading, plan, QueryResult::sortedKeys, order, uncut, objects_);
-    return rowsOf(entity, cut(readKeysInOrder(run, plan, input), input));
+    std::vector<ObjectKey> found;
+    reading.answer(run.statement(), [&] { found = readKeysInOrder(run, plan, input); });
+    return rowsOf(entity, cut(std::move(found), input));
   }
+  reading.begin();
+  if (session_.holdsMostOf(entity)) return rowsOf(entity, keys(plan, arguments, limit, offset));
+  const bool isComplete = order == QueryOrder::complete;
   const RowColumns& columns = reading.core().columns(entity);
   QueryRun run(reading, plan, QueryResult::rows, order, isComplete ? input : uncut, objects_);
   if (isComplete) return readAll(run, columns);
@@ -254,16 +257,19 @@ std::vector<ObjectKey> QueryRunner::keys(const FetchPlan& plan, std::span<const 
 
 std::int64_t QueryRunner::count(const FetchPlan& plan, std::span<const Value> arguments,
                                 std::size_t limit) {
-  Reading reading(session_);
+  Reading reading = Reading::withAnswer(session_);
   const QueryInput input{arguments, limit == 1 ? 0 : limit};
+  std::int64_t count = 0;
   if (limit == 0) {
     QueryRun run(reading, plan, QueryResult::number, QueryOrder::none, input, objects_);
-    return run.step() ? run.statement().integer(0) : 0;
+    reading.answer(run.statement(), [&] { count = run.step() ? run.statement().integer(0) : 0; });
+    return count;
   }
   const QueryResult result = limit == 1 ? QueryResult::existence : QueryResult::ticks;
   QueryRun run(reading, plan, result, QueryOrder::none, input, objects_);
-  std::int64_t count = 0;
-  while (count < static_cast<std::int64_t>(limit) && run.step()) ++count;
+  reading.answer(run.statement(), [&] {
+    for (count = 0; count < static_cast<std::int64_t>(limit) && run.step();) ++count;
+  });
   return count;
 }
 

@@ -121,16 +121,21 @@ function(cds_add_test name)
   _cds_name_profiles(${name})
 endfunction()
 
-# cds_add_test_run(<test> <tier>... TIMEOUT <seconds> [FILTER <tests>] [ENVIRONMENT <variable=value>...])
-# The program of a test once more, as <test>_<first tier>, with other settings and in later tiers.
+# cds_add_test_run(<test> <tier>... TIMEOUT <seconds> [FIRST] [FILTER <tests>] [ENVIRONMENT <variable=value>...])
+# The program of a test once more, as <test>_<first tier>, with other settings and in later tiers. FIRST is for those that
+# last a set time.
 function(cds_add_test_run test)
-  cmake_parse_arguments(ARG "" "TIMEOUT;FILTER" "ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "FIRST" "TIMEOUT;FILTER" "ENVIRONMENT" ${ARGN})
   set(tiers ${ARG_UNPARSED_ARGUMENTS})
   list(GET tiers 0 first)
   set(name ${test}_${first})
   add_test(NAME ${name} COMMAND ${test} $<$<BOOL:${ARG_FILTER}>:--gtest_filter=${ARG_FILTER}> COMMAND_EXPAND_LISTS)
   # The long ones begin first, so that in the end none runs alone.
-  set_tests_properties(${name} PROPERTIES LABELS "${tiers}" TIMEOUT ${ARG_TIMEOUT} COST ${ARG_TIMEOUT}
+  set(cost ${ARG_TIMEOUT})
+  if(ARG_FIRST)
+    math(EXPR cost "${cost} + 10000")
+  endif()
+  set_tests_properties(${name} PROPERTIES LABELS "${tiers}" TIMEOUT ${ARG_TIMEOUT} COST ${cost}
                                           ENVIRONMENT "${ARG_ENVIRONMENT}")
   _cds_name_profiles(${name})
 endfunction()

@@ -62,7 +62,7 @@ Program::Program(const MigrationPlace& place, std::string_view name)
   if (!isOpen) throw std::runtime_error("the store was not of the newest version");
 }
 
-Program::~Program() = default;
+Program::~Program() { stopTelling(); }
 
 Ref<Program::Context> Program::newContext() const {
   auto context = stack_->privateManagedObjectContext();
@@ -76,15 +76,24 @@ void Program::close() const {
 }
 
 void Program::afterMerging(std::function<void(const Transactions&)> handler) {
+  merged_ = std::make_shared<Callback<const Transactions&>>(
+      [this, handler = std::move(handler)](const Transactions& transactions) {
+        if (isTold()) handler(transactions);
+      });
   token_ = foundation::NSNotificationCenter::defaultCenter().addObserver(
       coredatastack::CoreDataNotificationName::NSPersistentHistoryDidMerge, nullptr,
-      [this, handler = std::move(handler)](const NSNotification& notification) {
-        if (isTold()) handler(transactionsOf(notification));
+      [merged = merged_](const NSNotification& notification) {
+        (*merged)(transactionsOf(notification));
       });
 }
 
 void Program::onError(std::function<void(const std::string&)> handler) const {
   log_->onError(std::move(handler));
+}
+
+void Program::stopTelling() const {
+  if (merged_) merged_->takeAway();
+  log_->onError(nullptr);
 }
 
 void Program::prune(const coredatastack::AppTarget& target) {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +13,7 @@
 #include "CoreData/History/NSPersistentHistoryTransaction.h"
 #include "CoreDataStack/History/PersistentHistoryObserver.h"
 #include "CoreDataStack/Stack/CoreDataStack.h"
+#include "Tests/Support/Callback.h"
 #include "Tests/Support/MigrationPlace.h"
 #include "Tests/Support/RecordingLogger.h"
 
@@ -50,11 +52,14 @@ class Program {
   /// Closes the store, which stays open otherwise: those who follow it live on.
   void close() const;
 
-  /// Calls `handler` after each pass over the history, on the thread of the pass.
+  /// Calls `handler` after each pass over the history, on the thread of the pass, and not after
+  /// `stopTelling`.
   void afterMerging(std::function<void(const Transactions&)> handler);
   /// Calls `handler` with each error that the stack's logger is told, on the thread that it is told
-  /// on.
+  /// on, and not after `stopTelling`.
   void onError(std::function<void(const std::string&)> handler) const;
+  /// Waits for a call of a handler that goes on. Passes do not end with their program.
+  void stopTelling() const;
   /// The view context and a context that has seen nothing hold the same.
   [[nodiscard]] bool viewIsCurrent() const;
   [[nodiscard]] std::int64_t newestTransaction() const;
@@ -73,6 +78,8 @@ class Program {
   std::optional<combine::AnyCancellable> pruned_;
   /// On which the last pass of the pruner ended.
   std::atomic<std::thread::id> prunedOn_;
+  /// Whoever makes a pass has a part in it, and may call it when the program has gone.
+  std::shared_ptr<Callback<const Transactions&>> merged_;
   foundation::Ref<foundation::Object> token_;
 };
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Logger/Loggable.h"
+#include "Tests/Support/Callback.h"
 
 namespace support {
 
@@ -16,14 +17,16 @@ namespace support {
 class RecordingLogger final : public logger::Loggable {
  public:
   void error(const foundation::Error& error) noexcept override {
-    const std::scoped_lock lock(mutex_);
-    descriptions_.push_back(error.description());
-    if (handler_) handler_(descriptions_.back());
+    const std::string description = error.description();
+    {
+      const std::scoped_lock lock(mutex_);
+      descriptions_.push_back(description);
+    }
+    handler_(description);
   }
   /// Calls `handler` with each description too, where the error was handed over, one at a time.
   void onError(std::function<void(const std::string&)> handler) {
-    const std::scoped_lock lock(mutex_);
-    handler_ = std::move(handler);
+    handler_.set(std::move(handler));
   }
   [[nodiscard]] std::vector<std::string> descriptions() const {
     const std::scoped_lock lock(mutex_);
@@ -36,7 +39,7 @@ class RecordingLogger final : public logger::Loggable {
  private:
   mutable std::mutex mutex_;
   std::vector<std::string> descriptions_;
-  std::function<void(const std::string&)> handler_;
+  Callback<const std::string&> handler_;
 };
 
 }  // namespace support

@@ -75,7 +75,9 @@ void Ledger::read(const std::string& line) {
     ++counts["undone by a death"];
     pending.reset();
   } else if (kind == "session") {
-    words >> sessions.emplace_back().ready;
+    sessions.emplace_back();
+  } else if (kind == "ready") {
+    words >> sessions.back().ready.emplace();
   } else if (kind == "pass") {
     sessions.back().passes.emplace_back();
   } else if (kind == "merged") {
@@ -83,7 +85,7 @@ void Ledger::read(const std::string& line) {
     words >> number >> author;
   } else if (kind == "failed") {
     Session& session = sessions.back();
-    std::int64_t told = session.ready;
+    std::int64_t told = session.ready.value_or(0);
     for (const auto& pass : session.passes) {
       if (!pass.empty()) told = std::max(told, pass.back().first);
     }

@@ -40,8 +40,8 @@ void enter(const Pending& pending, Entries& entries);
 
 /// From a member's start to its end or death.
 struct Session {
-  /// The newest transaction when it had opened the store.
-  std::int64_t ready = 0;
+  /// The newest transaction when it was told of passes from then on, if it came so far.
+  std::optional<std::int64_t> ready;
   /// What each pass merged, with its author.
   std::vector<std::vector<std::pair<std::int64_t, std::string>>> passes;
   /// Between which transactions each of its own saves lies: behind the first, and the second at
@@ -94,7 +94,8 @@ class LedgerFile {
   /// After a death in the middle of it: whether the save is in the store.
   void found(bool isThere) const { write(isThere ? "kept" : "undone"); }
   void count(std::string_view what) const { write("count " + std::string(what)); }
-  void opened(std::int64_t newest) const { write("session " + std::to_string(newest)); }
+  void opened() const { write("session"); }
+  void follows(std::int64_t newest) const { write("ready " + std::to_string(newest)); }
   void passed() const { write("pass"); }
   void merged(std::int64_t number, const std::string& author) const;
   /// A pass told of an error; `newest` is the newest transaction then.

@@ -113,9 +113,11 @@ Member::Member(const support::MigrationPlace& place, int index, std::uint64_t se
       random_(seed + static_cast<std::uint64_t>(index) * 1000 + ledger_.sessions.size()),
       program_(place, name_),
       follows_(follows(index, custom)) {
+  // Before anybody follows: a pass may end at once, and belongs to this session.
+  file_.opened();
   follow(index, custom);
   ready_ = program_.newestTransaction();
-  file_.opened(ready_);
+  file_.follows(ready_);
   findOwn();
   resolve();
 }
@@ -142,14 +144,17 @@ void Member::note(const support::Program::Transactions& transactions) {
   file_.count("passes with news");
 }
 
+void Member::noteFailure(const std::string& error) {
+  const std::scoped_lock lock(mutex_);
+  file_.count("error: " + error);
+  file_.failed(program_.newestTransaction());
+}
+
 void Member::watch() {
   program_.afterMerging(
       [this](const support::Program::Transactions& transactions) { note(transactions); });
   // A pass whose cleaning fails has merged what was there, and tells nobody of it.
-  program_.onError([this](const std::string& error) {
-    file_.count("error: " + error);
-    if (follows_) file_.failed(program_.newestTransaction());
-  });
+  program_.onError([this](const std::string& error) { noteFailure(error); });
   announcements_ = foundation::NSNotificationCenter::defaultCenter().addObserver(
       coredata::NSPersistentStoreRemoteChangeNotification,
       program_.stack().persistentStoreCoordinator(),
@@ -413,10 +418,10 @@ void Member::settle() {
   const auto isUpToDate = [&] {
     return background->performBlockAndWait([&] { return hasMergedAll(*background); });
   };
-  if (!support::runMainQueueUntil(isUpToDate)) throw std::runtime_error("not all was merged");
-  // The pass tells of its end after its stamp, and the merge has its own turn.
-  static_cast<void>(
-      support::runMainQueueUntil([] { return false; }, std::chrono::milliseconds(200)));
+  // A pass tells of its end after its stamp, and the merge has its own turn.
+  const auto isDone = [&] { return isUpToDate() && !occasions_.isPassing(); };
+  if (!support::runMainQueueUntil(isDone)) throw std::runtime_error("not all was merged");
+  foundation::drainMainQueue();
   file_.quiet(program_.newestTransaction(), program_.viewIsCurrent());
 }
 

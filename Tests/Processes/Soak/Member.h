@@ -32,7 +32,8 @@ enum class Custom : std::uint8_t {
 [[nodiscard]] bool follows(int index, Custom custom) noexcept;
 
 /// One of the processes that share a store: writes at random, follows the others, and writes both
-/// down. It may be killed at any moment and begun again.
+/// down. It may be killed at any moment and begun again. It lasts as long as its process: passes go
+/// on in others' threads.
 class Member {
  public:
   Member(const support::MigrationPlace& place, int index, std::uint64_t seed, Custom custom,
@@ -48,6 +49,8 @@ class Member {
 
   void follow(int index, Custom custom);
   void watch();
+  /// What a pass that failed may have merged.
+  void noteFailure(const std::string& error);
   void note(const support::Program::Transactions& transactions);
   /// Looks in the store for what was pending at the last death.
   void resolve();
@@ -93,6 +96,7 @@ class Member {
   foundation::Ref<foundation::Object> announcements_;
   std::int64_t ready_ = 0;
   const bool follows_;
+  /// Held while the ledger is given what belongs together.
   mutable std::mutex mutex_;
   std::set<std::int64_t> merged_;
   Object activity_;

@@ -13,6 +13,8 @@ OccasionCounter::~OccasionCounter() { install(previous_); }
 
 void OccasionCounter::reached(foundation::TestPoint point) noexcept {
   ++occasions_.reached[static_cast<std::size_t>(point)];
+  if (point == foundation::TestPoint::passBegins) ++passing_;
+  if (point == foundation::TestPoint::passEnds) --passing_;
   if (deadly_ == static_cast<int>(point)) ::kill(::getpid(), SIGKILL);
 }
 

@@ -38,12 +38,15 @@ class OccasionCounter final : private foundation::TestPointObserver {
 
   /// SIGKILL, whoever comes to that point next.
   void dieAt(foundation::TestPoint point) noexcept { deadly_ = static_cast<int>(point); }
+  /// Whether a pass over the history goes on in this process.
+  [[nodiscard]] bool isPassing() const noexcept { return passing_ != 0; }
 
  private:
   void reached(foundation::TestPoint point) noexcept override;
 
   Occasions& occasions_;
   std::atomic<int> deadly_{-1};
+  std::atomic<int> passing_{0};
   foundation::TestPointObserver* previous_;
 };
 

@@ -56,11 +56,12 @@ class Soak : public testing::Test {
  protected:
   void begin(int index) {
     members_[static_cast<std::size_t>(index)] = std::make_unique<Companion>([&](Line& line) {
-      support::FaultVFS files;
+      // Both last as long as the process: a pass may go on in it when all is done.
+      auto& files = *new support::FaultVFS;
       files.watch(0);
       files.callBeforeWaits([this] { ++occasions_->busyRetries; });
       const coredata::StoreVFSOverride overFiles(files.name());
-      soak::Member(place_, index, seed_, custom_, *occasions_).run(line);
+      (new soak::Member(place_, index, seed_, custom_, *occasions_))->run(line);
     });
   }
   void beginAll() {

@@ -62,6 +62,26 @@ constexpr CivilDay gregorianDay(std::int64_t days) noexcept {
   return fromMarchYear(yearOfEra + era * 400, dayOfYear);
 }
 
+/// As `gregorianDay` in less time, for the days of two million years from the first of March of
+/// year 0.
+///
+/// After C. Neri and L. Schneider, "Euclidean affine functions and their application to calendar
+/// algorithms", Software: Practice and Experience 53 (2023): each division is a multiplication of
+/// 32-bit numbers.
+constexpr CivilDay nearGregorianDay(std::int64_t days) noexcept {
+  const auto sinceYear0 = static_cast<std::uint32_t>(days + 719468);
+  const std::uint32_t quarters = 4 * sinceYear0 + 3;
+  const std::uint32_t century = quarters / 146097;
+  const std::uint64_t yearOfCentury = std::uint64_t{2939745} * (quarters % 146097 | 3);
+  const std::uint32_t dayOfYear = static_cast<std::uint32_t>(yearOfCentury) / 2939745 / 4;
+  const std::uint32_t year = 100 * century + static_cast<std::uint32_t>(yearOfCentury >> 32);
+  const std::uint32_t monthAndDay = 2141 * dayOfYear + 197913;
+  const bool isNextYear = dayOfYear >= 306;
+  const auto month = static_cast<int>(monthAndDay >> 16);
+  return {std::int64_t{year} + (isNextYear ? 1 : 0), isNextYear ? month - 12 : month,
+          static_cast<int>((monthAndDay & 0xffff) / 2141) + 1};
+}
+
 constexpr CivilDay julianDay(std::int64_t days) noexcept {
   const auto [era, dayOfEra] = floorDivide(days + 719470, 1461);
   const std::int64_t yearOfEra = (dayOfEra - dayOfEra / 1460) / 365;

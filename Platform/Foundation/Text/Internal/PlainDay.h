@@ -24,7 +24,7 @@ inline constexpr std::int64_t kEndOfPlainDays = daysFromCivil(10000, 1, 1);
   const std::int64_t local = instant + environment.zone->offsetAt(instant);
   const std::int64_t days = civil::floorDivide(local, kSecondsPerDay).quotient;
   if (days < kFirstPlainDay || days >= kEndOfPlainDays) return std::nullopt;
-  return civil::gregorianDay(days);
+  return civil::nearGregorianDay(days);
 }
 
 }  // namespace foundation

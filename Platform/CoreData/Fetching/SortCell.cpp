@@ -130,6 +130,7 @@ void CellRanks::survey(std::string_view text) noexcept {
   }
   shortest_ = std::min(shortest_, text.size());
   longest_ = std::max(longest_, text.size());
+  if (text.starts_with(prefix_)) return;
   const auto end = std::ranges::mismatch(prefix_, text).in1;
   prefix_ = prefix_.substr(0, static_cast<std::size_t>(end - prefix_.begin()));
 }

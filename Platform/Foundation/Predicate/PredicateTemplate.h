@@ -38,17 +38,23 @@ class PredicateTemplate {
 
   /// Throws `Error` for bad syntax.
   [[nodiscard]] const std::shared_ptr<const PredicateShape>& shape() const {
-    const Handle* shape = shape_.load(std::memory_order_acquire);
-    return shape != nullptr ? *shape : read();
+    const Kept* kept = kept_.load(std::memory_order_acquire);
+    return kept != nullptr ? kept->lent : read();
   }
 
  private:
   using Handle = std::shared_ptr<const PredicateShape>;
+  /// Never destroyed. What is lent of it counts nobody, so that predicates cost no count.
+  struct Kept {
+    explicit Kept(Handle own) : shape(std::move(own)), lent(Handle(), shape.get()) {}
+    Handle shape;
+    Handle lent;
+  };
 
   [[nodiscard]] const Handle& read() const;
 
   const char* format_;
-  mutable std::atomic<const Handle*> shape_{nullptr};
+  mutable std::atomic<const Kept*> kept_{nullptr};
 };
 
 }  // namespace foundation

@@ -320,13 +320,14 @@ std::int64_t HandWrittenStore::number(const char* sql) {
 
 CheckinRecord readCheckin(PreparedStatement& row) {
   CheckinRecord record;
-  record.activity = row.integer(0);
-  record.count = row.real(1);
-  record.createdDate = row.optionalReal(2);
-  record.date = row.optionalText(3);
-  record.memo = row.optionalText(4);
-  record.modifiedDate = row.optionalReal(5);
-  record.type = static_cast<std::int16_t>(row.integer(6));
+  record.id = row.integer(0);
+  record.activity = row.integer(1);
+  record.count = row.real(2);
+  record.createdDate = row.optionalReal(3);
+  record.date = row.optionalText(4);
+  record.memo = row.optionalText(5);
+  record.modifiedDate = row.optionalReal(6);
+  record.type = static_cast<std::int16_t>(row.integer(7));
   return record;
 }
 

@@ -148,7 +148,8 @@ class HandWrittenStore {
 };
 
 /// What a statement selects that `readCheckin` reads.
-#define BENCHMARKS_CHECKIN_COLUMNS "activity, count, createdDate, date, memo, modifiedDate, type"
+#define BENCHMARKS_CHECKIN_COLUMNS \
+  "id, activity, count, createdDate, date, memo, modifiedDate, type"
 /// The check-in on which the statement stands.
 [[nodiscard]] CheckinRecord readCheckin(PreparedStatement& row);
 

@@ -49,6 +49,8 @@ struct Workload {
 
 /// One row of the check-ins, the same for both sides. Activities count from 1.
 struct CheckinRecord {
+  /// 0 for one that is not stored.
+  std::int64_t id = 0;
   std::int64_t activity = 0;
   double count = 0;
   std::optional<double> createdDate;

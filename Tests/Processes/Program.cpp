@@ -62,7 +62,10 @@ Program::Program(const MigrationPlace& place, std::string_view name)
   if (!isOpen) throw std::runtime_error("the store was not of the newest version");
 }
 
-Program::~Program() { stopTelling(); }
+Program::~Program() {
+  if (merged_) merged_->takeAway();
+  log_->onError(nullptr);
+}
 
 Ref<Program::Context> Program::newContext() const {
   auto context = stack_->privateManagedObjectContext();
@@ -89,11 +92,6 @@ void Program::afterMerging(std::function<void(const Transactions&)> handler) {
 
 void Program::onError(std::function<void(const std::string&)> handler) const {
   log_->onError(std::move(handler));
-}
-
-void Program::stopTelling() const {
-  if (merged_) merged_->takeAway();
-  log_->onError(nullptr);
 }
 
 void Program::prune(const coredatastack::AppTarget& target) {

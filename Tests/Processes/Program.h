@@ -34,6 +34,7 @@ class Program {
 
   /// `name` is both its author and, with a prefix, its identifier.
   Program(const MigrationPlace& place, std::string_view name);
+  /// Waits for a call of a handler that goes on.
   ~Program();
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
@@ -52,14 +53,12 @@ class Program {
   /// Closes the store, which stays open otherwise: those who follow it live on.
   void close() const;
 
-  /// Calls `handler` after each pass over the history, on the thread of the pass, and not after
-  /// `stopTelling`.
+  /// Calls `handler` after each pass over the history, on the thread of the pass, until the program
+  /// ends: passes do not end with it.
   void afterMerging(std::function<void(const Transactions&)> handler);
   /// Calls `handler` with each error that the stack's logger is told, on the thread that it is told
-  /// on, and not after `stopTelling`.
+  /// on, until the program ends.
   void onError(std::function<void(const std::string&)> handler) const;
-  /// Waits for a call of a handler that goes on. Passes do not end with their program.
-  void stopTelling() const;
   /// The view context and a context that has seen nothing hold the same.
   [[nodiscard]] bool viewIsCurrent() const;
   [[nodiscard]] std::int64_t newestTransaction() const;

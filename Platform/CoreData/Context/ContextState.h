@@ -158,6 +158,8 @@ class ContextState final : public ObjectArguments {
   /// By temporary key, which is never used again: the keys that new objects are to get where their
   /// maker chose them. Empty but in migrations.
   std::unordered_map<ObjectKey, ObjectKey> chosenKeys;
+  /// Whether a save takes objects that lack what is mandatory. Nowhere but in migrations.
+  bool savesUnfinished = false;
 
   /// Set in the context's turn, where they are read without the mutex; elsewhere with it.
   std::mutex settingsMutex;

@@ -67,6 +67,10 @@ NSMergePolicy NSManagedObjectContext::mergePolicy() const noexcept { return stat
 void NSManagedObjectContext::setMergePolicy(NSMergePolicy policy) noexcept {
   state_->mergePolicy = policy;
 }
+void NSManagedObjectContext::setSavesUnfinishedObjects(bool saves) {
+  assertQueue();
+  state_->savesUnfinished = saves;
+}
 bool NSManagedObjectContext::automaticallyMergesChangesFromParent() const noexcept {
   return state_->mergesAutomatically;
 }

@@ -146,6 +146,9 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
   /// before. Once the transaction is committed nothing throws any more but a receiver of the
   /// notification.
   void save();
+  /// Whether `save` takes objects that lack what is mandatory, which it otherwise refuses. For
+  /// whoever fills objects in bit by bit and looks at all of them in the end, such as a migration.
+  void setSavesUnfinishedObjects(bool saves);
   /// Brings the context up to date with what another one saved, as its did-save notification tells:
   /// refreshes live objects that were updated, keeping local changes, and removes deleted ones.
   /// Repeating it is harmless. Never throws: an object whose row cannot be read now becomes a fault

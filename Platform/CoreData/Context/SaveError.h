@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "Foundation/Values/Error.h"
 
@@ -25,5 +27,13 @@ inline constexpr std::string_view NSDetailedErrorsKey = "NSDetailedErrors";
                            static_cast<std::int64_t>(code), std::move(message),
                            std::move(userInfo));
 }
+
+/// A property that is not optional is absent. `object` is the object's description.
+[[nodiscard]] foundation::Error missingValueError(std::string_view property,
+                                                  std::string_view object);
+
+/// Throws the only error itself, and several as one, `SaveErrorCode::severalErrors`. There is at
+/// least one.
+[[noreturn]] void throwSaveErrors(const std::vector<foundation::Error>& errors);
 
 }  // namespace coredata

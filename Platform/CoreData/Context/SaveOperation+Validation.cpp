@@ -16,16 +16,6 @@ SlotMask mandatorySlots(const NSEntityDescription& entity) {
   return result;
 }
 
-[[noreturn]] void throwAll(const std::vector<Error>& errors) {
-  if (errors.size() == 1) throw Error(errors.front());
-  foundation::ValueList details;
-  for (const Error& error : errors) details.emplace_back(error.message());
-  throw saveError(
-      SaveErrorCode::severalErrors,
-      errors.front().message() + " There are " + std::to_string(errors.size() - 1) + " more.",
-      {{std::string(NSDetailedErrorsKey), std::move(details)}});
-}
-
 }  // namespace
 
 void SaveOperation::validate() const {
@@ -36,13 +26,13 @@ void SaveOperation::validate() const {
     for (const Ref<NSManagedObject>& object : *objects) {
       if (entity != &object->entity()) {
         entity = &object->entity();
-        mandatory = mandatorySlots(*entity);
+        mandatory = state_.savesUnfinished ? 0 : mandatorySlots(*entity);
       }
       if (mandatory != 0 && object->row_) validateValues(*object, mandatory, errors);
     }
   }
   for (const Ref<NSManagedObject>& object : deleted_) validateDeletion(*object, errors);
-  if (!errors.empty()) throwAll(errors);
+  if (!errors.empty()) throwSaveErrors(errors);
 }
 
 void SaveOperation::validateValues(const NSManagedObject& object, SlotMask mandatory,
@@ -50,9 +40,7 @@ void SaveOperation::validateValues(const NSManagedObject& object, SlotMask manda
   for (const Slot& slot : object.entity().slots()) {
     const SlotIndex index = slot.property->slot();
     if ((mandatory >> index & 1) == 0 || !object.row_->isNone(index)) continue;
-    errors.push_back(saveError(
-        SaveErrorCode::missingMandatoryProperty,
-        "\"" + slot.property->name() + "\" of " + object.description() + " must have a value."));
+    errors.push_back(missingValueError(slot.property->name(), object.description()));
   }
 }
 

@@ -3,15 +3,19 @@
 #include <algorithm>
 #include <new>
 
+#include "CoreData/Context/SaveError.h"
 #include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
 #include "CoreData/Fetching/NSFetchRequest.h"
 #include "CoreData/Migration/MigrationError.h"
 #include "CoreData/SQLite/RowTransfer.h"
+#include "Foundation/Predicate/NSCompoundPredicate.h"
 #include "Foundation/Values/FatalError.h"
 
 namespace coredata {
 
 using foundation::make;
+using foundation::NSCompoundPredicate;
+using foundation::NSPredicate;
 using foundation::Ref;
 using foundation::URL;
 using foundation::ValueDictionary;
@@ -47,11 +51,21 @@ std::string pathOf(const URL& url) {
                        "A store lies in a file, which " + url.absoluteString() + " does not name.");
 }
 
-/// Whether objects of the entity may be saved before their relationships are set.
-bool canBeSavedAlone(const NSEntityDescription& entity) {
-  return std::ranges::none_of(entity.propertiesByName(), [&](const auto& property) {
-    return !property.second->isOptional() && entity.relationship(property.first) != nullptr;
-  });
+std::vector<std::string> mandatoryProperties(const NSEntityDescription& entity) {
+  std::vector<std::string> names;
+  for (const Slot& slot : entity.slots()) {
+    if (!slot.property->isOptional()) names.push_back(slot.property->name());
+  }
+  return names;
+}
+
+/// The objects that lack any of the properties.
+NSPredicate lacking(const std::vector<std::string>& properties) {
+  std::vector<NSPredicate> lacks;
+  for (const std::string& name : properties) {
+    lacks.push_back(NSPredicate::format("%K == nil", name));
+  }
+  return NSCompoundPredicate::orPredicate(lacks);
 }
 
 }  // namespace
@@ -153,6 +167,7 @@ void NSMigrationManager::Run::openDestination(const ValueDictionary& options) {
   description.setOption(true, kDefersIndexesOption);
   destination_ = contextOver(make<NSPersistentStoreCoordinator>(manager_.destinationModel_));
   destination_->persistentStoreCoordinator()->addPersistentStore(description);
+  destination_->performBlockAndWait([this] { destination_->setSavesUnfinishedObjects(true); });
 }
 
 template <typename Work>
@@ -172,7 +187,7 @@ void NSMigrationManager::Run::runPolicies() {
     createRelationships();
     destination_->save();
     finishMappings();
-    destination_->save();
+    requireMandatoryValues();
   });
 }
 
@@ -188,15 +203,13 @@ void NSMigrationManager::Run::createInstances(std::size_t position) {
   NSEntityMigrationPolicy& policy = *policies_[position];
   policy.beginEntityMapping(mapping, manager_);
   if (planned.source != nullptr) {
-    const bool savesBetween =
-        planned.destination == nullptr || canBeSavedAlone(*planned.destination);
     NSFetchRequest<NSManagedObject> request(planned.source->name());
     request.setFetchBatchSize(kBatch);
     std::size_t count = 0;
     for (const Ref<NSManagedObject>& object : source_->fetch(request)) {
       policy.createDestinationInstances(*object, mapping, manager_);
       if (++count % kBatch != 0) continue;
-      if (savesBetween) destination_->save();
+      destination_->save();
       source_->rollback();
       report(planned, kBatch);
     }
@@ -229,6 +242,23 @@ void NSMigrationManager::Run::finishMappings() {
     // What the next mapping's end finds in the store includes what this one left unsaved.
     destination_->save();
   }
+}
+
+void NSMigrationManager::Run::requireMandatoryValues() {
+  std::vector<foundation::Error> errors;
+  for (const NSEntityDescription* entity : manager_.destinationModel_->entities()) {
+    const std::vector<std::string> properties = mandatoryProperties(*entity);
+    if (properties.empty()) continue;
+    NSFetchRequest<NSManagedObject> request(entity->name());
+    request.setPredicate(lacking(properties));
+    for (const Ref<NSManagedObject>& object : destination_->fetch(request)) {
+      for (const std::string& name : properties) {
+        if (!object->valueForKey(name).isNone()) continue;
+        errors.push_back(missingValueError(name, object->description()));
+      }
+    }
+  }
+  if (!errors.empty()) throwSaveErrors(errors);
 }
 
 bool NSMigrationManager::Run::keptEveryKey(std::size_t position) {

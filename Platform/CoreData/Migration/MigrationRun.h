@@ -51,6 +51,9 @@ class NSMigrationManager::Run {
   void createInstances(std::size_t position);
   void createRelationships();
   void finishMappings();
+  /// Throws what a save would, if objects lack what is mandatory: policies may leave that out until
+  /// the end.
+  void requireMandatoryValues();
   /// Writes into the columns of copied rows which objects the policies made of what they led to,
   /// where that is not an object of the same key.
   void settleReferences();

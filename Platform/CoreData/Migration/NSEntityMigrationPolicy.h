@@ -23,6 +23,9 @@ class NSMigrationManager;
 /// 3. `performCustomValidation`, `endEntityMapping`, with all objects and relationships in place
 ///    and saved.
 ///
+/// What is mandatory may be left absent until the end of the third pass; then each object must have
+/// it, or the migration ends with `SaveErrorCode::missingMandatoryProperty`.
+///
 /// A mapping without a source entity gets no call for objects. The first error that one of them
 /// throws ends the migration and reaches its caller unchanged. Changes that a policy makes to a
 /// source object feed the mapping's expressions and last while that object is being processed; they

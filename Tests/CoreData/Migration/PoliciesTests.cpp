@@ -1,6 +1,7 @@
 // Entity mappings that a policy steers: the passes, the keys, and what becomes of rows that were
 // copied without it.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -152,6 +153,30 @@ class Naming : public NSEntityMigrationPolicy {
   }
 };
 
+/// Leads each plant to its bed once all plants are there.
+class Planting : public NSEntityMigrationPolicy {
+ public:
+  void createRelationships(NSManagedObject& destination, const NSEntityMapping& of,
+                           NSMigrationManager& manager) override {
+    const auto source = manager.sourceInstance(destination, of);
+    const std::array bed{
+        Ref<NSManagedObject>(static_cast<NSManagedObject*>(source->valueForKey("bed").object()))};
+    if (bed[0]) destination.setValue(manager.destinationInstances("BedToBed", bed).at(0), "bed");
+  }
+};
+
+/// Gives beds their names at the very end.
+class NamingLate : public NSEntityMigrationPolicy {
+ public:
+  void createDestinationInstances(NSManagedObject& source, const NSEntityMapping& of,
+                                  NSMigrationManager& manager) override {
+    manager.associate(source, *manager.insertDestinationInstance(source, of), of);
+  }
+  void endEntityMapping(const NSEntityMapping&, NSMigrationManager& manager) override {
+    for (const auto& bed : all(manager.destinationContext(), "Bed")) bed->setValue("Late", "name");
+  }
+};
+
 class Failing : public NSEntityMigrationPolicy {
  public:
   void endEntityMapping(const NSEntityMapping&, NSMigrationManager&) override {
@@ -295,6 +320,82 @@ TEST_F(Policies, CannotLeaveAMandatoryValueOut) {
       [&] { store_.migrate(mapping(registered<NSEntityMigrationPolicy>("Plain"))); });
 
   EXPECT_EQ(code, support::number(coredata::SaveErrorCode::missingMandatoryProperty));
+}
+
+TEST_F(Policies, MayFillInAMandatoryValueInTheLastPass) {
+  store_.write([](NSManagedObjectContext& context) {
+    for (int i = 0; i < 250; ++i) addBed(context, Value());
+  });
+
+  store_.migrate(mapping(registered<NamingLate>("NamingLate")));
+
+  store_.read([](NSManagedObjectContext& context) {
+    const Objects beds = all(context, "Bed");
+    ASSERT_EQ(beds.size(), 250U);
+    for (const auto& bed : beds) EXPECT_EQ(bed->valueForKey("name"), Value("Late"));
+  });
+}
+
+/// As `kGarden`, but no plant is without a bed.
+constexpr std::string_view kGardenWithoutStrays = R"({
+  "identifiers": ["Garden 2"],
+  "entities": {
+    "Bed": {"attributes": {"name": "text"},
+            "relationships": {"plants": {"toMany": "Plant", "inverse": "bed"}}},
+    "Plant": {"attributes": {"kind": "text"},
+              "relationships": {"bed": {"toOne": "Bed", "inverse": "plants", "required": true}}}
+  }
+})";
+
+class PoliciesOfPlants : public Policies {
+ protected:
+  /// Beds as rows, plants by the policy.
+  static Ref<const NSMappingModel> plantsBy(const std::string& policy) {
+    EntityMappingContent beds;
+    beds.name = "BedToBed";
+    beds.sourceEntity = beds.destinationEntity = "Bed";
+    beds.attributes = {property("name", "$source.name")};
+    EntityMappingContent plants;
+    plants.name = "PlantToPlant";
+    plants.type = NSEntityMappingType::custom;
+    plants.sourceEntity = plants.destinationEntity = "Plant";
+    plants.policyClass = policy;
+    MappingContent content;
+    content.entityMappings = {beds, plants};
+    return foundation::make<NSMappingModel>(std::move(content));
+  }
+
+  MigratedStore garden_{kGarden, kGardenWithoutStrays};
+};
+
+TEST_F(PoliciesOfPlants, MaySetAMandatoryRelationshipInTheSecondPass) {
+  garden_.write([](NSManagedObjectContext& context) {
+    const auto bed = addBed(context, "North");
+    for (int i = 0; i < 250; ++i) addPlant(context, bed);
+  });
+
+  garden_.migrate(plantsBy(registered<Planting>("Planting")));
+
+  garden_.read([](NSManagedObjectContext& context) {
+    const Objects plants = all(context, "Plant");
+    ASSERT_EQ(plants.size(), 250U);
+    for (const auto& plant : plants) EXPECT_FALSE(plant->valueForKey("bed").isNone());
+  });
+}
+
+TEST_F(PoliciesOfPlants, CannotLeaveMandatoryRelationshipsOut) {
+  garden_.write([](NSManagedObjectContext& context) {
+    addPlant(context, addBed(context, "North"));
+    addPlant(context, nullptr);
+    addPlant(context, nullptr);
+  });
+  try {
+    garden_.migrate(plantsBy(registered<Planting>("Planting")));
+    FAIL() << "nothing was thrown";
+  } catch (const foundation::Error& error) {
+    EXPECT_EQ(error.code(), support::number(coredata::SaveErrorCode::severalErrors));
+    EXPECT_THAT(error.message(), testing::EndsWith("must have a value. There are 1 more."));
+  }
 }
 
 }  // namespace

@@ -197,6 +197,22 @@ TEST_F(HabitsRestore, RefusesABackupThatIsNotWhatItsManifestSays) {
   EXPECT_EQ(data({"last"}), json({{"Run", "2024-03-01"}}));
 }
 
+TEST_F(HabitsRestore, DoesNotTakeWhatCannotBeLookedAtForMissing) {
+  // Links in a circle stand for a disk that cannot be read.
+  fs::remove(manifest());
+  fs::create_symlink(manifest(), manifest());
+  fails({"restore", backup(), "--yes"}, 3, {manifest()});
+  EXPECT_EQ(data({"last"}), json({{"Run", "2024-02-13"}}));
+
+  const std::string circle = (program_.directory() / "circle").string();
+  fs::create_symlink(circle, circle);
+  fails({"restore", circle, "--yes"}, 3, {circle});
+  fs::remove(manifest());
+  const Outcome outcome = program_.runPlainly({"restore", backup(), "--yes", "--store", circle});
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_TRUE(fs::is_symlink(circle));
+}
+
 TEST_F(HabitsRestore, TakesWhatLiesInTheBackupsLog) {
   fs::remove(manifest());
   const auto url = foundation::URL::fileURL(backup());

@@ -33,7 +33,7 @@ ValueDictionary rowsData(const StoreContent& content) {
 Answer backUp(const std::string& storePath, const std::string& file) {
   if (file.empty()) throw UsageError("A backup needs the name of a file.");
   const std::string backup = std::filesystem::absolute(file).string();
-  if (!FileManager::defaultManager().fileExists(storePath)) {
+  if (!FileManager::defaultManager().itemKind(URL::fileURL(storePath))) {
     throw Refusal("There is no store at " + storePath + ".");
   }
   requireNothingAt(backup);

@@ -34,7 +34,7 @@ void writeManifest(const StoreContent& content, const std::string& backup) {
 
 std::optional<std::string> digestInManifest(const std::string& backup) {
   const std::string path = manifestPath(backup);
-  if (!FileManager::defaultManager().fileExists(path)) return std::nullopt;
+  if (!FileManager::defaultManager().itemKind(foundation::URL::fileURL(path))) return std::nullopt;
   const Json manifest = Json::parse(FileManager::defaultManager().contents(path).text(), nullptr,
                                     /*allow_exceptions=*/false);
   const bool isOurs = manifest.is_object() && manifest.value("format", Json()) == kFormat &&

@@ -50,7 +50,7 @@ void requireDigest(const StoreContent& content, const std::string& backup) {
 Comparison compared(const std::string& backup, const std::string& storePath) {
   Comparison comparison{contentOfBackup(backup, storePath), std::nullopt, ""};
   requireDigest(comparison.backup, backup);
-  if (!FileManager::defaultManager().fileExists(storePath)) return comparison;
+  if (!FileManager::defaultManager().itemKind(URL::fileURL(storePath))) return comparison;
   try {
     comparison.live = soundContent(URL::fileURL(storePath));
   } catch (const Error& error) {
@@ -62,7 +62,7 @@ Comparison compared(const std::string& backup, const std::string& storePath) {
 
 /// Copies the store to a new file beside it and says which; none where there is nothing to copy.
 std::optional<std::string> keptBeside(const std::string& storePath) {
-  if (!FileManager::defaultManager().fileExists(storePath)) return std::nullopt;
+  if (!FileManager::defaultManager().itemKind(URL::fileURL(storePath))) return std::nullopt;
   for (int number = 1;; ++number) {
     std::string kept = storePath + "-before-restore-" + std::to_string(number) + ".sqlite";
     if (std::filesystem::exists(std::filesystem::symlink_status(kept))) continue;
@@ -113,7 +113,7 @@ std::string questionOf(const Comparison& comparison, const std::string& backup,
 
 Answer restore(const std::string& storePath, const RestoreWish& wish) {
   const std::string backup = std::filesystem::absolute(wish.file).string();
-  if (!FileManager::defaultManager().fileExists(backup)) {
+  if (!FileManager::defaultManager().itemKind(URL::fileURL(backup))) {
     throw Refusal("There is no backup at " + backup + ".");
   }
   const Comparison comparison = compared(backup, storePath);

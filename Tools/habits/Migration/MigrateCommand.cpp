@@ -50,7 +50,7 @@ Answer answerOf(const std::string& path, const Version& from, const Steps& steps
 Answer migrate(const std::string& path, const MigrationWish& wish) {
   if (wish.photos) takePhotosFrom(*wish.photos);
   const URL store = URL::fileURL(path);
-  if (!FileManager::defaultManager().fileExists(path)) {
+  if (!FileManager::defaultManager().itemKind(store)) {
     throw Refusal("There is no store at " + path + ".");
   }
   const auto version = olderVersion(store);

@@ -58,7 +58,7 @@ class EnumError : public Error {
 
   template <typename Case>
   requires std::same_as<Case, typename Derived::Case> EnumError(
-      Case which, std::shared_ptr<const Error> underlying)
+      Case which, const std::shared_ptr<const Error>& underlying)
       : Error(std::string(Derived::kTypeName), static_cast<std::int64_t>(which),
               rendering(which, underlying->description()), {}, underlying),
         payload_(std::make_shared<const std::string>()) {}

@@ -89,18 +89,35 @@ void Reading::answer(Statement& statement, foundation::FunctionRef<void()> run) 
   if (session_.isReading_ || session_.isWriting_) return run();
   const CacheEpoch before = core().rows().epoch();
   isGivenUp_ = true;
+  runUnheld([&] {
+    run();
+    if (session_.keepState(statement, before)) return;
+    statement.reset();
+    run();
+  });
+  isGivenUp_ = false;
+}
+
+void Reading::readOnce(foundation::FunctionRef<void()> run) {
+  if (!endsReading_ || session_.isReading_) {
+    begin();
+    return run();
+  }
+  const CacheEpoch before = core().rows().epoch();
+  runUnheld([&] {
+    run();
+    static_cast<void>(core().notice(connection(), before));
+  });
+}
+
+void Reading::runUnheld(foundation::FunctionRef<void()> run) {
   try {
     run();
-    if (!session_.keepState(statement, before)) {
-      statement.reset();
-      run();
-    }
   } catch (const foundation::Error& error) {
     // The statement may have met another store's content, which says more than its own failure.
     if (connection().isUsable() && !saysBusy(error)) core().requireSameStore(connection());
     throw;
   }
-  isGivenUp_ = false;
 }
 
 Reading::~Reading() {

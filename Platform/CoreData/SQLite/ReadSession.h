@@ -99,10 +99,16 @@ class Reading {
   /// another statement for it. One that gave no row keeps nothing; then the state is begun, and
   /// `run` is called again should the store have changed in between.
   void answer(Statement& statement, foundation::FunctionRef<void()> run);
+  /// Runs what reads all that this use reads, by one statement. If nobody reads yet and the session
+  /// is in no block, no state is kept for it: the statement's own is one.
+  void readOnce(foundation::FunctionRef<void()> run);
 
  private:
   enum class Beginning : std::uint8_t { atOnce, withAnswer };
   Reading(ReadSession& session, Beginning beginning);
+
+  /// Runs what reads before a state is held, and explains why it failed.
+  void runUnheld(foundation::FunctionRef<void()> run);
 
   ReadSession& session_;
   bool endsReading_;

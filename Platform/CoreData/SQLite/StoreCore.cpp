@@ -39,7 +39,7 @@ const std::string& StoreCore::bundleIdentifier() {
 }
 
 CacheEpoch StoreCore::notice(Connection& connection, CacheEpoch epochBefore) {
-  const std::int64_t version = connection.dataVersion();
+  const std::int64_t version = connection.lastDataVersion();
   if (version == connection.seenDataVersion) return epochBefore;
   requireSameStore(connection);
   connection.seenDataVersion = version;

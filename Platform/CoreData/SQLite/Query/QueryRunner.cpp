@@ -211,15 +211,20 @@ std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const V
     reading.answer(run.statement(), [&] { found = readKeysInOrder(run, plan, input); });
     return rowsOf(entity, cut(std::move(found), input));
   }
-  reading.begin();
+  const bool readsEverything = plan.predicate() == nullptr && !isCut(input);
+  // What is taken from the cache, or added to it, belongs to one state.
+  if (readsEverything || reading.core().rows().holdsMostOf(entity)) reading.begin();
   if (session_.holdsMostOf(entity)) return rowsOf(entity, keys(plan, arguments, limit, offset));
   const bool isComplete = order == QueryOrder::complete;
   const RowColumns& columns = reading.core().columns(entity);
   QueryRun run(reading, plan, QueryResult::rows, order, isComplete ? input : uncut, objects_);
-  if (isComplete) return readAll(run, columns);
-  std::vector<Ref<Row>> rows =
-      order == QueryOrder::sorts ? readInOrder(run, columns, plan, input) : readAll(run, columns);
-  if (plan.predicate() == nullptr && !isCut(input)) session_.keepAll(entity, rows);
+  std::vector<Ref<Row>> rows;
+  reading.readOnce([&] {
+    rows =
+        order == QueryOrder::sorts ? readInOrder(run, columns, plan, input) : readAll(run, columns);
+  });
+  if (isComplete) return rows;
+  if (readsEverything) session_.keepAll(entity, rows);
   if (order == QueryOrder::none) sortRows(rows, plan.sorts());
   cut(rows, limit, offset);
   return rows;
@@ -276,7 +281,7 @@ std::int64_t QueryRunner::count(const FetchPlan& plan, std::span<const Value> ar
 DictionaryRows QueryRunner::dictionaries(const FetchPlan& plan, std::span<const Value> arguments,
                                          std::size_t limit, std::size_t offset) {
   const QueryInput input{arguments, limit, offset};
-  Reading reading(session_);
+  Reading reading = Reading::withAnswer(session_);
   const std::vector<SortTerm> order = orderOfGroups(plan);
   const bool isSorted = order.empty() || isCut(input) ||
                         QueryCache::of(reading.connection()).indexGivesOrder(plan) ||
@@ -284,7 +289,9 @@ DictionaryRows QueryRunner::dictionaries(const FetchPlan& plan, std::span<const 
   QueryRun run(reading, plan, QueryResult::dictionaries,
                isSorted ? QueryOrder::complete : QueryOrder::none, input, objects_);
   DictionaryRows rows(plan);
-  while (run.step()) appendRow(run.statement(), rows);
+  reading.readOnce([&] {
+    while (run.step()) appendRow(run.statement(), rows);
+  });
   if (!isSorted) rows.sort(order);
   return rows;
 }

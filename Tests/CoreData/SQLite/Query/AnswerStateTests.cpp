@@ -209,6 +209,32 @@ TEST_F(AnswerState, NeedsNoStatementOfItsOwn) {
   EXPECT_THAT(heard, testing::Not(testing::Contains(std::string(kBegin))));
 }
 
+TEST_F(AnswerState, IsNotKeptForAListByItself) {
+  EXPECT_THAT(keys(runs_), ElementsAre(1, 2, 3));
+  EXPECT_THAT(keys(swims_), ElementsAre());
+  std::vector<std::string> heard;
+  const Listener listener(connection(), [&](std::string_view sql) { heard.emplace_back(sql); });
+
+  EXPECT_THAT(keys(runs_), ElementsAre(1, 2, 3));
+  EXPECT_THAT(keys(swims_), ElementsAre());
+  EXPECT_EQ(heard.size(), 2U);
+  EXPECT_THAT(heard, testing::Not(testing::Contains(std::string(kBegin))));
+  store_.session().begin();
+  EXPECT_THAT(keys(runs_), ElementsAre(1, 2, 3));
+  EXPECT_THAT(heard, testing::Contains(std::string(kBegin)));
+}
+
+TEST_F(AnswerState, OfAListByItselfTellsOfOthersCommits) {
+  const auto& activity = habits::entity("Activity");
+  const auto slot = activity.property("title")->slot();
+  EXPECT_EQ(store_.session().row(activity, 1)->text(slot), "Run");
+  store_.execute("UPDATE Activity SET title = 'Swim', _version = 2 WHERE _id = 1");
+
+  EXPECT_THAT(keys(days_), ElementsAre(1, 2));
+
+  EXPECT_EQ(store_.session().row(activity, 1)->text(slot), "Swim");
+}
+
 TEST_F(AnswerState, LetsTheBlockSave) {
   store_.session().begin();
   EXPECT_EQ(count(runs_), 3);
@@ -220,15 +246,20 @@ TEST_F(AnswerState, LetsTheBlockSave) {
 
 TEST_F(AnswerState, OfAnotherStoresContentIsRefused) {
   for (const bool isInBlock : {false, true}) {
-    habits::Store other;
-    coredata::QueryRunner runner = other.runner();
-    EXPECT_EQ(runner.count(*swims_.plan, swims_.arguments()), 0);
-    other.execute("DROP TABLE Activity");
-    if (isInBlock) other.session().begin();
+    for (const bool isList : {false, true}) {
+      habits::Store other;
+      coredata::QueryRunner runner = other.runner();
+      const auto ask = [&] {
+        if (isList) return runner.rows(*swims_.plan, swims_.arguments()).empty();
+        return runner.count(*swims_.plan, swims_.arguments()) == 0;
+      };
+      EXPECT_TRUE(ask());
+      other.execute("DROP TABLE Activity");
+      if (isInBlock) other.session().begin();
 
-    EXPECT_EQ(support::errorCode(
-                  [&] { static_cast<void>(runner.count(*swims_.plan, swims_.arguments())); }),
-              static_cast<std::int64_t>(coredata::StoreErrorCode::replaced));
+      EXPECT_EQ(support::errorCode([&] { static_cast<void>(ask()); }),
+                static_cast<std::int64_t>(coredata::StoreErrorCode::replaced));
+    }
   }
 }
 

@@ -25,6 +25,10 @@ class EngineStore {
   [[nodiscard]] const foundation::Ref<coredata::NSManagedObjectContext>& contextHandle() const {
     return context_;
   }
+  /// The container's own context, which belongs to the main thread.
+  [[nodiscard]] const foundation::Ref<coredata::NSManagedObjectContext>& viewContext() const {
+    return container_->viewContext();
+  }
   /// Runs the block in the context's turn.
   template <typename F>
   decltype(auto) inBlock(F&& block) const {

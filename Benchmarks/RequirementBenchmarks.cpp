@@ -6,6 +6,8 @@
 
 namespace benchmarks {
 
+using coredatastack::CDActivity;
+
 namespace {
 constexpr double kMicroseconds = 1e6;
 }  // namespace
@@ -14,13 +16,15 @@ Interview::Interview(const Requirement& requirement, std::shared_ptr<Fixture> fi
                      const Workload& workload)
     : requirement_(requirement),
       fixture_(std::move(fixture)),
-      api_(fixture_->ours().contextHandle(), foundation::make<logger::StandardErrorLogger>()),
+      api_(fixture_->ours().viewContext(), foundation::make<logger::StandardErrorLogger>()),
       statement_(fixture_->byHand().statement(requirement.sql)) {
   const int count = std::min(requirement.questionsInARound, workload.queriesInARound);
+  auto& view = *fixture_->ours().viewContext();
   for (int number = 0; number < count; ++number) {
     const Question chosen = question(workload, static_cast<std::uint64_t>(number));
-    asked_.push_back({fixture_->activity(chosen.activity), chosen.activity, noonOf(chosen.firstDay),
-                      noonOf(chosen.lastDay)});
+    asked_.push_back({foundation::as<CDActivity>(
+                          view.objectWithID(*fixture_->activity(chosen.activity)->objectID())),
+                      chosen.activity, noonOf(chosen.firstDay), noonOf(chosen.lastDay)});
   }
 }
 
@@ -35,9 +39,7 @@ Run Interview::summed(F&& ask) const {
 }
 
 Run Interview::ours() {
-  return summed([&](const Asked& asked) {
-    return fixture_->ours().inBlock([&] { return requirement_.ours(api_, asked); });
-  });
+  return summed([&](const Asked& asked) { return requirement_.ours(api_, asked); });
 }
 
 Run Interview::byHand() {

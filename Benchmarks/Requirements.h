@@ -47,8 +47,8 @@ struct Requirement {
 
 [[nodiscard]] std::span<const Requirement> allRequirements();
 
-/// One question asked again and again about other activities and days, each time in a turn of its
-/// own.
+/// One question asked again and again about other activities and days, each time by itself, as an
+/// application asks its view context on the main thread.
 class Interview {
  public:
   /// `workload` says what the stores of the fixture hold.

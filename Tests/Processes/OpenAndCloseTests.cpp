@@ -1,10 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <barrier>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
+#include <thread>
 
 #include "CoreDataStack/Stack/CoreDataStack.h"
+#include "Foundation/Queues/GlobalQueue.h"
 #include "Tests/Processes/Possessions.h"
 #include "Tests/Processes/Program.h"
 #include "Tests/Support/Effort.h"
@@ -49,6 +54,17 @@ class OpenAndClose : public testing::Test {
       foundation::drainMainQueue();
     }
   }
+  /// The queues' workers keep a little memory each. Whether a cycle needs them, and how many, is a
+  /// matter of luck.
+  static void startWorkers() {
+    const unsigned workers = std::max(2U, std::thread::hardware_concurrency());
+    const auto together =
+        std::make_shared<std::barrier<>>(static_cast<std::ptrdiff_t>(workers) + 1);
+    for (unsigned i = 0; i < workers; ++i) {
+      foundation::GlobalQueue::userInitiated().async([=] { together->arrive_and_wait(); });
+    }
+    together->arrive_and_wait();
+  }
   /// What is held once the passes that were still on their way have ended.
   [[nodiscard]] Possessions atRest() const {
     static_cast<void>(
@@ -65,6 +81,7 @@ class OpenAndClose : public testing::Test {
   void expectNothingLeaks() {
     constexpr std::uint64_t kWarmUp = 20;
     const std::uint64_t times = support::numberFrom("OPEN_CYCLES", 50);
+    startWorkers();
     cycle(kWarmUp);
     const Possessions before = atRest();
 

@@ -2,7 +2,8 @@
 
 #include <malloc.h>
 
-#include <iterator>
+#include <algorithm>
+#include <fstream>
 #include <string_view>
 
 namespace support {
@@ -12,6 +13,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view kRemoved = " (deleted)";
+constexpr std::string_view kQueueWorker = "queue worker";
 
 std::multiset<std::string> openDescriptors() {
   std::multiset<std::string> result;
@@ -28,13 +30,25 @@ std::multiset<std::string> openDescriptors() {
   return result;
 }
 
+bool isQueueWorker(const fs::path& thread) {
+  std::string name;
+  // Empty for a thread that has just ended.
+  std::getline(std::ifstream(thread / "comm"), name);
+  return name == kQueueWorker;
+}
+
+std::size_t otherThreads() {
+  return static_cast<std::size_t>(std::count_if(
+      fs::directory_iterator("/proc/self/task"), fs::directory_iterator(),
+      [](const fs::directory_entry& thread) { return !isQueueWorker(thread.path()); }));
+}
+
 }  // namespace
 
 Possessions Possessions::look(const fs::path& below) {
   Possessions result;
   result.descriptors = openDescriptors();
-  result.threads = static_cast<std::size_t>(
-      std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
+  result.threads = otherThreads();
   for (const auto& entry : fs::recursive_directory_iterator(below)) {
     result.files.insert(entry.path().lexically_relative(below).string());
   }

@@ -15,6 +15,7 @@ struct Possessions {
 
   /// What each descriptor leads to.
   std::multiset<std::string> descriptors;
+  /// Without the queues' workers: they come when they are first needed, and stay for the next time.
   std::size_t threads = 0;
   std::set<std::string> files;
   /// Bytes that have been asked for and not given back.

@@ -313,6 +313,40 @@ TEST(MappedValues, CanBeLookedUpByAPolicyFromEitherSide) {
             (std::vector<std::string>{"ivy", "none", "none", "none", "1 become 0"}));
 }
 
+TEST(MappedRelationships, MayLeadFurtherThanTheSourcesOwn) {
+  constexpr std::string_view kOfPlants = R"({
+    "identifiers": ["Visits 1"],
+    "entities": {
+      "Bed": {},
+      "Plant": {"relationships": {"bed": {"toOne": "Bed"}}},
+      "Visit": {"relationships": {"plant": {"toOne": "Plant"}}}
+    }
+  })";
+  constexpr std::string_view kOfBeds = R"({
+    "identifiers": ["Visits 2"],
+    "entities": {
+      "Bed": {},
+      "Plant": {"relationships": {"bed": {"toOne": "Bed"}}},
+      "Visit": {"relationships": {"bed": {"toOne": "Bed"}}}
+    }
+  })";
+  const MigratedStore store(kOfPlants, kOfBeds);
+  store.write([](NSManagedObjectContext& context) {
+    static_cast<void>(context.insertNewObject("Bed"));
+    const auto plant = context.insertNewObject("Plant");
+    plant->setValue(context.insertNewObject("Bed"), "bed");
+    context.insertNewObject("Visit")->setValue(plant, "plant");
+  });
+
+  store.migrate(
+      mapping({mapped("Bed", {}), mapped("Plant", {}),
+               mapped("Visit", {}, {property("bed", becameOf("BedToBed", "$source.plant.bed"))})}));
+
+  store.read([](NSManagedObjectContext& context) {
+    EXPECT_EQ(all(context, "Visit").at(0)->valueForKey("bed"), Value(all(context, "Bed").at(1)));
+  });
+}
+
 /// Plants what needs a bed into its bed at once.
 class Bedding : public NSEntityMigrationPolicy {
  public:

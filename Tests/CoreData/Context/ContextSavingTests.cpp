@@ -1,5 +1,8 @@
+#include "CoreData/Container/NSPersistentContainer.h"
 #include "CoreData/Context/SaveError.h"
+#include "CoreData/Model/ModelBuilder.h"
 #include "Tests/Support/GardenTest.h"
+#include "Tests/Support/TemporaryDirectory.h"
 
 namespace {
 
@@ -296,6 +299,29 @@ TEST_F(ContextSavingToDeletedRows, LeavesTheRelationshipEmptyUnderTheTrumpPolicy
     EXPECT_EQ(plant->bed(), nullptr);
   });
   EXPECT_EQ(stored<Bed>(), 0U);
+}
+
+TEST(ContextSavingReferences, LeaveOutAnObjectThatIsDeletedUnsaved) {
+  const auto model = coredata::modelFromSource(
+      R"({"entities": {"Tree": {}, "Leaf": {"relationships": {"tree": {"toOne": "Tree"}}}}})");
+  const support::TemporaryDirectory directory;
+  const auto container = make<coredata::NSPersistentContainer>("Wood", model);
+  container->setPersistentStoreDescriptions({coredata::NSPersistentStoreDescription(
+      foundation::URL::fileURL((directory.path() / "wood.sqlite").string()))});
+  container->loadPersistentStores(
+      [](const auto&, const std::optional<foundation::Error>& error) { ASSERT_FALSE(error); });
+  coredata::NSManagedObjectContext& context = *container->viewContext();
+  const auto leaf = context.insertNewObject("Leaf");
+  const auto felled = context.insertNewObject("Tree");
+  leaf->setValue(felled, "tree");
+  context.delete_(felled);
+  static_cast<void>(context.insertNewObject("Tree"));
+
+  context.save();
+
+  EXPECT_TRUE(leaf->valueForKey("tree").isNone());
+  context.refresh(*leaf, false);
+  EXPECT_TRUE(leaf->valueForKey("tree").isNone());
 }
 
 }  // namespace

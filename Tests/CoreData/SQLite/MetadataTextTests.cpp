@@ -52,6 +52,13 @@ TEST(MetadataText, BringsEveryKindOfValueBack) {
   }
 }
 
+TEST(MetadataText, ReadsWhatIsNestedAsDeepAsItWrites) {
+  constexpr int kDeepest = 32;
+  EXPECT_EQ(metadataValue(metadataText(nested(kDeepest))), nested(kDeepest));
+  EXPECT_NE(shelf::errorCode([&] { static_cast<void>(metadataText(nested(kDeepest + 1))); }), 0);
+  EXPECT_FALSE(metadataValue("[" + metadataText(nested(kDeepest)) + "]"));
+}
+
 TEST(MetadataText, KeepsRealNumbersReal) {
   EXPECT_TRUE(metadataValue(metadataText(2.0))->number()->isReal());
   EXPECT_FALSE(metadataValue(metadataText(2))->number()->isReal());

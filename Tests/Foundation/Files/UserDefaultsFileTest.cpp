@@ -245,6 +245,21 @@ TEST_F(UserDefaultsFileTest, ReportsAWriteThatFailsAndTheNextOneAfterItWorkedAga
             2U);
 }
 
+TEST_F(UserDefaultsFileTest, HoldsSixteenMebibytesAndNoByteMore) {
+  constexpr std::size_t kLargest = std::size_t{16} << 20;
+  place_.defaults()->set("", "key");
+  const std::size_t room = kLargest - fs::file_size(place_.file());
+  const auto lines = [&](std::size_t length) {
+    return reported([&] { place_.defaults()->set(std::string(length, 'a'), "key"); }).size();
+  };
+
+  EXPECT_EQ(lines(room), 0U);
+  EXPECT_EQ(fs::file_size(place_.file()), kLargest);
+  EXPECT_EQ(place_.readByAnotherObject("key")->text()->size(), room);
+  EXPECT_EQ(lines(room + 1), 1U);
+  EXPECT_EQ(place_.readByAnotherObject("key")->text()->size(), room);
+}
+
 TEST_F(UserDefaultsFileTest, LeavesNoHalfFileWhenTheDiskIsFull) {
   place_.defaults()->set(1, "key");
 

@@ -79,17 +79,22 @@ TEST_F(NSFetchedResultsControllerTest, GivesTheObjectsInTheirOrder) {
 
 TEST_F(NSFetchedResultsControllerTest, ShowsUnsavedObjectsBeforeAndAfterTheirSave) {
   inContext([&] {
-    plant("acorn");
-    context->save();
     const auto beech = plant("beech");
+    context->save();
+    const std::vector plants{plant("acorn"), beech, plant("cedar")};
     const auto list = controller();
     list->performFetch();
-    EXPECT_EQ(list->object({0, 1}), beech);
+    const auto expectAll = [&] {
+      for (std::size_t i = 0; i < plants.size(); ++i) {
+        EXPECT_EQ(list->object({0, i}), plants[i]);
+        EXPECT_EQ(list->indexPath(*plants[i]), (IndexPath{0, i}));
+      }
+    };
+    expectAll();
 
     context->save();
 
-    EXPECT_EQ(list->object({0, 1}), beech);
-    EXPECT_EQ(list->indexPath(*beech), (IndexPath{0, 1}));
+    expectAll();
   });
 }
 

@@ -16,9 +16,9 @@ using coredata::NSFetchRequest;
 using coredata::NSManagedObjectContext;
 using foundation::Date;
 using foundation::make;
-using foundation::NSSortDescriptor;
 using foundation::PredicateTemplate;
 using foundation::Ref;
+using foundation::SortDescriptors;
 
 namespace {
 
@@ -33,7 +33,7 @@ NSFetchRequest<CDCheckin> requestForDay(const CDActivity& activity, Date day) {
 
 NSFetchRequest<CDCheckin> requestForLatest(const CDActivity& activity) {
   static constinit PredicateTemplate ofActivity{"activity = %@"};
-  static const std::vector<NSSortDescriptor> latestFirst{{"date", false}, {"createdDate", false}};
+  static const SortDescriptors latestFirst{{"date", false}, {"createdDate", false}};
   NSFetchRequest<CDCheckin> request = CDCheckin::fetchRequest();
   request.setPredicate(ofActivity.bind(Ref<const CDActivity>(&activity)));
   request.setSortDescriptors(latestFirst);
@@ -76,7 +76,7 @@ Ref<CDCheckin> CDActivity::checkin(Date with) const {
   const Ref<NSManagedObjectContext> context = managedObjectContext();
   if (!context) return nullptr;
   try {
-    return context->fetch(requestForDay(*this, with)).first();
+    return context->fetchFirst(requestForDay(*this, with));
   } catch (const foundation::Error&) {
     // As above: whoever needs the reason meets it when writing.
     return nullptr;
@@ -88,7 +88,7 @@ bool CDActivity::didCheckinToday() const { return didCheckin(Date::now()); }
 Ref<CDCheckin> CDActivity::lastCheckin(NSManagedObjectContext& with,
                                        std::optional<domain::CheckinType> /*type*/) const {
   try {
-    return with.fetch(requestForLatest(*this)).first();
+    return with.fetchFirst(requestForLatest(*this));
   } catch (const foundation::Error& error) {
     foundation::print(error.description());
     return nullptr;

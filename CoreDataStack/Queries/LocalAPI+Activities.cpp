@@ -13,11 +13,10 @@ using domain::ActivityStatus;
 using foundation::Date;
 using foundation::DayKey;
 using foundation::NSPredicate;
-using foundation::NSSortDescriptor;
 using foundation::PredicateTemplate;
 using foundation::Ref;
 
-using Sorts = std::vector<NSSortDescriptor>;
+using Sorts = foundation::SortDescriptors;
 
 namespace {
 

@@ -29,7 +29,7 @@ using foundation::PredicateTemplate;
 using foundation::Ref;
 
 using CheckinTypes = API::CheckinTypes;
-using Sorts = std::vector<foundation::NSSortDescriptor>;
+using Sorts = foundation::SortDescriptors;
 
 namespace {
 
@@ -157,11 +157,11 @@ Ref<CDCheckin> LocalAPI::firstCheckin(const Ref<CDActivity>& of, ActivityStatus 
   static constinit PredicateTemplate ofOne{"activity = %@ AND activity.status = %d"};
   static constinit PredicateTemplate ofAll{"activity.status = %d"};
   NSPredicate predicate = of ? ofOne.bind(of, with.value()) : ofAll.bind(with.value());
-  return list(requestForFirst(std::move(predicate), DayOrder::ascending)).first();
+  return first(requestForFirst(std::move(predicate), DayOrder::ascending));
 }
 
 Ref<CDCheckin> LocalAPI::lastCheckin(const Ref<CDActivity>& of) const {
-  return list(requestForFirst(ofActivity(of), DayOrder::descending)).first();
+  return first(requestForFirst(ofActivity(of), DayOrder::descending));
 }
 
 std::int64_t LocalAPI::numberOfCheckins(const Ref<CDActivity>& activity, const CheckinTypes& types,

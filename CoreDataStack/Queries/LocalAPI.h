@@ -68,6 +68,10 @@ class LocalAPI final : public API {
   [[nodiscard]] NSArray<T> list(const coredata::NSFetchRequest<T>& request) const {
     return answer([&] { return context_->fetch(request); });
   }
+  template <typename T>
+  [[nodiscard]] Ref<T> first(const coredata::NSFetchRequest<T>& request) const {
+    return answer([&] { return context_->fetchFirst(request); });
+  }
   [[nodiscard]] std::int64_t number(const coredata::NSFetchRequestBase& request) const;
   /// The one number of a request for a sum; 0 unless it is whole.
   [[nodiscard]] std::int64_t wholeSum(const coredata::NSFetchRequestBase& request) const;

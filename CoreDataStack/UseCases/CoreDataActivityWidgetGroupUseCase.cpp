@@ -11,9 +11,9 @@ using coredata::NSArray;
 using coredata::NSFetchRequest;
 using coredata::NSManagedObjectContext;
 using domain::ActivityWidgetSize;
-using foundation::NSSortDescriptor;
 using foundation::PredicateTemplate;
 using foundation::Ref;
+using foundation::SortDescriptors;
 
 CoreDataActivityWidgetGroupUseCase::CoreDataActivityWidgetGroupUseCase(
     Ref<NSManagedObjectContext> context)
@@ -21,7 +21,7 @@ CoreDataActivityWidgetGroupUseCase::CoreDataActivityWidgetGroupUseCase(
 
 NSArray<CDActivityWidgetGroup> CoreDataActivityWidgetGroupUseCase::list(ActivityWidgetSize by) {
   static constinit PredicateTemplate ofSize{"type = %d"};
-  static const std::vector<NSSortDescriptor> inOrder{{"order", true}};
+  static const SortDescriptors inOrder{{"order", true}};
   NSFetchRequest<CDActivityWidgetGroup> request = CDActivityWidgetGroup::fetchRequest();
   request.setPredicate(ofSize.bind(by.value()));
   request.setSortDescriptors(inOrder);
@@ -32,7 +32,7 @@ Ref<CDActivityWidgetGroup> CoreDataActivityWidgetGroupUseCase::find(const founda
   static constinit PredicateTemplate ofIdentity{"uuid == %@"};
   NSFetchRequest<CDActivityWidgetGroup> request = CDActivityWidgetGroup::fetchRequest();
   request.setPredicate(ofIdentity.bind(by));
-  return context_->fetch(request).first();
+  return context_->fetchFirst(request);
 }
 
 void CoreDataActivityWidgetGroupUseCase::add(const Ref<CDActivityWidgetGroup>& /*group*/) {

@@ -14,15 +14,15 @@ using coredata::NSFetchRequest;
 using coredata::NSManagedObjectContext;
 using foundation::Date;
 using foundation::Error;
-using foundation::NSSortDescriptor;
 using foundation::PredicateTemplate;
 using foundation::Ref;
+using foundation::SortDescriptors;
 
 namespace {
 
 NSFetchRequest<CDMonthlyReview> requestForMonth(std::string_view month) {
   static constinit PredicateTemplate ofMonth{"date = %@"};
-  static const std::vector<NSSortDescriptor> latestFirst{{"date", false}};
+  static const SortDescriptors latestFirst{{"date", false}};
   NSFetchRequest<CDMonthlyReview> request = CDMonthlyReview::fetchRequest();
   request.setPredicate(ofMonth.bind(month));
   request.setFetchLimit(1);
@@ -54,7 +54,7 @@ void CoreDataMonthlyReviewUseCase::update(const Ref<CDMonthlyReview>& /*review*/
 
 Ref<CDMonthlyReview> CoreDataMonthlyReviewUseCase::stored(std::string_view month) const {
   try {
-    return context_->fetch(requestForMonth(month)).first();
+    return context_->fetchFirst(requestForMonth(month));
   } catch (const Error& error) {
     foundation::print(error.description());
     logger_->error(error);

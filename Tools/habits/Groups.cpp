@@ -29,7 +29,7 @@ std::int16_t priorityBehindAll(NSManagedObjectContext& context) {
 Ref<CDGroup> findGroup(const std::string& title, NSManagedObjectContext& context) {
   auto request = CDGroup::listFetchRequest(context);
   request.setPredicate(foundation::NSPredicate::format("title = %@", title));
-  return context.fetch(request).first();
+  return context.fetchFirst(request);
 }
 
 Ref<CDGroup> groupTitled(const std::string& title, NSManagedObjectContext& context) {

@@ -34,7 +34,7 @@ Ref<CDMonthlyReview> stored(const std::string& month, NSManagedObjectContext& co
   auto request = CDMonthlyReview::fetchRequest();
   request.setPredicate(foundation::NSPredicate::format("date = %@", month));
   request.setFetchLimit(1);
-  return context.fetch(request).first();
+  return context.fetchFirst(request);
 }
 
 void write(const Session& session, const Date& date, const std::string& text) {

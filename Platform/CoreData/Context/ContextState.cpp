@@ -255,7 +255,9 @@ void ContextState::remember(NSManagedObject& touched) {
 
 void ContextState::tellObservers() {
   foundation::NSNotificationCenter& center = foundation::NSNotificationCenter::defaultCenter();
-  isObserved_ = center.hasObservers(NSManagedObjectContextObjectsDidChangeNotification);
+  const bool isObserved = center.hasObservers(NSManagedObjectContextObjectsDidChangeNotification);
+  // Storing costs more than looking, and this is asked before each fetch.
+  if (isObserved != isObserved_) isObserved_ = isObserved;
   // Looked at first: clearing an empty set costs a walk over its buckets.
   if (touched_.empty()) return;
   if (!isObserved_) return touched_.clear();

@@ -50,6 +50,25 @@ FetchedObjects NSManagedObjectContext::fetchObjects(const NSFetchRequestBase& re
   return FetchedObjects(std::move(content));
 }
 
+Ref<NSManagedObject> NSManagedObjectContext::fetchFirstObject(const NSFetchRequestBase& request) {
+  assertQueue();
+  processPendingChanges();
+  const Ref<const FetchPlan> plan = state_->coordinator->plans().plan(request);
+  const NSEntityDescription& entity = plan->entity();
+  const bool hasPending = request.includesPendingChanges() && state_->dirty(entity).any();
+  if (hasPending || holdsKeys(request)) {
+    NSFetchRequestBase forOne = request;
+    forOne.setFetchLimit(1);
+    const FetchedObjects found = fetchObjects(forOne);
+    return found.empty() ? nullptr : found.at(0);
+  }
+  QueryRunner store(state_->session(), *state_);
+  Ref<Row> row = store.firstRow(*plan, request.arguments(), request.fetchOffset());
+  if (!row) return nullptr;
+  const ObjectKey key = row->key();
+  return state_->object(entity, key, std::move(row));
+}
+
 std::int64_t NSManagedObjectContext::count(const NSFetchRequestBase& request) {
   assertQueue();
   processPendingChanges();

@@ -170,6 +170,14 @@ class NSManagedObjectContext final : public foundation::Object, private Coordina
     return NSArray<T>(fetchObjects(request));
   }
   [[nodiscard]] FetchedObjects fetchObjects(const NSFetchRequestBase& request);
+  /// The first of these objects, or null. Nothing is read for the others, and no list is made.
+  template <typename T>
+  [[nodiscard]] foundation::Ref<T> fetchFirst(const NSFetchRequest<T>& request) {
+    if constexpr (!std::is_same_v<T, NSManagedObject>) requireClass(request, T::entityClass());
+    return foundation::Ref<T>::adopt(static_cast<T*>(fetchFirstObject(request).leak()));
+  }
+  [[nodiscard]] foundation::Ref<NSManagedObject> fetchFirstObject(
+      const NSFetchRequestBase& request);
   /// How many objects satisfy the request, at most its limit, unsaved changes included.
   [[nodiscard]] std::int64_t count(const NSFetchRequestBase& request);
   /// The rows of a request for dictionaries, from the store alone.

@@ -62,8 +62,8 @@ bool FetchPlanCache::matches(const Form& form, std::uint64_t predicate,
          form.isDictionary == coredata::isDictionary(request) &&
          form.isDistinct == request.returnsDistinctResults() &&
          form.sorts == request.sortDescriptors() &&
-         sameProperties(form.properties, request.propertiesToFetch()) &&
-         sameProperties(form.grouping, request.propertiesToGroupBy());
+         (!form.isDictionary || (sameProperties(form.properties, request.propertiesToFetch()) &&
+                                 sameProperties(form.grouping, request.propertiesToGroupBy())));
 }
 
 Ref<const FetchPlan> FetchPlanCache::plan(const NSFetchRequestBase& request) {

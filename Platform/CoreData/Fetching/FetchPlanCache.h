@@ -30,7 +30,7 @@ class FetchPlanCache {
     std::uint64_t predicate;
     bool isDictionary;
     bool isDistinct;
-    std::vector<foundation::NSSortDescriptor> sorts;
+    foundation::SortDescriptors sorts;
     std::vector<FetchProperty> properties;
     std::vector<FetchProperty> grouping;
     foundation::Ref<const FetchPlan> plan;

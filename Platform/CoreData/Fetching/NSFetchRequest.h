@@ -10,7 +10,7 @@
 #include "CoreData/Fetching/FetchPlan.h"
 #include "CoreData/Fetching/NSExpressionDescription.h"
 #include "Foundation/Predicate/NSPredicate.h"
-#include "Foundation/Predicate/NSSortDescriptor.h"
+#include "Foundation/Predicate/SortDescriptors.h"
 
 namespace coredata {
 
@@ -62,13 +62,11 @@ class NSFetchRequestBase {
   [[nodiscard]] std::span<const foundation::Value> arguments() const noexcept {
     return predicate_ ? predicate_->arguments() : std::span<const foundation::Value>();
   }
-  [[nodiscard]] const std::vector<foundation::NSSortDescriptor>& sortDescriptors() const noexcept {
+  [[nodiscard]] const foundation::SortDescriptors& sortDescriptors() const noexcept {
     return sorts_;
   }
   /// Without any: stored objects by ascending key, then unsaved ones as they were inserted.
-  void setSortDescriptors(std::vector<foundation::NSSortDescriptor> sorts) {
-    sorts_ = std::move(sorts);
-  }
+  void setSortDescriptors(foundation::SortDescriptors sorts) { sorts_ = std::move(sorts); }
 
   /// At most so many; 0 for all.
   [[nodiscard]] std::size_t fetchLimit() const noexcept { return limit_; }
@@ -117,7 +115,7 @@ class NSFetchRequestBase {
   std::string entityName_;
   const NSEntityDescription* entity_ = nullptr;
   std::optional<foundation::NSPredicate> predicate_;
-  std::vector<foundation::NSSortDescriptor> sorts_;
+  foundation::SortDescriptors sorts_;
   std::vector<FetchProperty> properties_;
   std::vector<FetchProperty> grouping_;
   std::size_t limit_ = 0;

@@ -89,12 +89,16 @@ void Reading::answer(Statement& statement, foundation::FunctionRef<void()> run) 
   if (session_.isReading_ || session_.isWriting_) return run();
   const CacheEpoch before = core().rows().epoch();
   isGivenUp_ = true;
-  runUnheld([&] {
+  try {
     run();
-    if (session_.keepState(statement, before)) return;
-    statement.reset();
-    run();
-  });
+    if (!session_.keepState(statement, before)) {
+      statement.reset();
+      run();
+    }
+  } catch (const foundation::Error& error) {
+    explain(error);
+    throw;
+  }
   isGivenUp_ = false;
 }
 
@@ -104,20 +108,18 @@ void Reading::readOnce(foundation::FunctionRef<void()> run) {
     return run();
   }
   const CacheEpoch before = core().rows().epoch();
-  runUnheld([&] {
-    run();
-    static_cast<void>(core().notice(connection(), before));
-  });
-}
-
-void Reading::runUnheld(foundation::FunctionRef<void()> run) {
   try {
     run();
+    static_cast<void>(core().notice(connection(), before));
   } catch (const foundation::Error& error) {
-    // The statement may have met another store's content, which says more than its own failure.
-    if (connection().isUsable() && !saysBusy(error)) core().requireSameStore(connection());
+    explain(error);
     throw;
   }
+}
+
+void Reading::explain(const foundation::Error& error) {
+  // The statement may have met another store's content, which says more than its own failure.
+  if (connection().isUsable() && !saysBusy(error)) core().requireSameStore(connection());
 }
 
 Reading::~Reading() {

@@ -8,6 +8,7 @@
 #include "CoreData/SQLite/CacheEpoch.h"
 #include "CoreData/SQLite/ConnectionLease.h"
 #include "CoreData/SQLite/SQLiteStore.h"
+#include "Foundation/Values/Error.h"
 #include "Foundation/Values/FunctionRef.h"
 
 namespace coredata {
@@ -107,8 +108,9 @@ class Reading {
   enum class Beginning : std::uint8_t { atOnce, withAnswer };
   Reading(ReadSession& session, Beginning beginning);
 
-  /// Runs what reads before a state is held, and explains why it failed.
-  void runUnheld(foundation::FunctionRef<void()> run);
+  /// For what failed before a state was held: throws what says more than the error, if anything
+  /// does.
+  void explain(const foundation::Error& error);
 
   ReadSession& session_;
   bool endsReading_;

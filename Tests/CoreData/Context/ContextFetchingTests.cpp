@@ -73,6 +73,42 @@ TEST_F(ContextFetching, CutsTheMergedResultByOffsetAndLimit) {
   });
 }
 
+TEST_F(ContextFetching, GivesTheFirstObjectByItself) {
+  context->performBlockAndWait([&] {
+    for (const char* name : {"b", "d", "f"}) plant(name, 1);
+    context->save();
+    auto request = Plant::fetchRequest();
+    const auto first = [&]() -> std::string {
+      const Ref<Plant> found = context->fetchFirst(request);
+      return found ? found->name().value_or("-") : "none";
+    };
+    for (const std::size_t batchSize : {0, 2}) {
+      request = Plant::fetchRequest();
+      request.setFetchBatchSize(batchSize);
+      EXPECT_EQ(first(), "b");
+      request.setSortDescriptors({{"name", false}});
+      EXPECT_EQ(first(), "f");
+      request.setFetchLimit(2);
+      request.setFetchOffset(2);
+      EXPECT_EQ(first(), "b");
+      EXPECT_EQ(request.fetchLimit(), 2U);
+      request.setFetchOffset(3);
+      EXPECT_EQ(first(), "none");
+    }
+
+    plant("g", 1);
+    request.setFetchOffset(0);
+    EXPECT_EQ(first(), "g");
+    request.setIncludesPendingChanges(false);
+    EXPECT_EQ(first(), "f");
+    request.setPredicate(NSPredicate::format("name = %@", "d"));
+    EXPECT_EQ(first(), "d");
+    EXPECT_EQ(context->fetchFirst(request), context->fetch(request).first());
+    request.setPredicate(NSPredicate::format("name = %@", "x"));
+    EXPECT_EQ(first(), "none");
+  });
+}
+
 TEST_F(ContextFetching, StillReachesItsLimitWhenStoredObjectsDropOut) {
   context->performBlockAndWait([&] {
     std::vector<Ref<Plant>> plants;

@@ -30,6 +30,7 @@ class WrongThreadDeathTest : public garden::Test {
 
 TEST_F(WrongThreadDeathTest, StopsTheProcessThatFetches) {
   EXPECT_DEATH(static_cast<void>(context->fetch(Plant::fetchRequest())), kMessage);
+  EXPECT_DEATH(static_cast<void>(context->fetchFirst(Plant::fetchRequest())), kMessage);
   EXPECT_DEATH(static_cast<void>(context->count(Plant::fetchRequest())), kMessage);
 }
 
@@ -41,6 +42,7 @@ TEST_F(WrongThreadDeathTest, StopsTheProcessThatInserts) {
 TEST_F(WrongThreadDeathTest, StopsTheProcessThatDeletesRefreshesOrSaves) {
   EXPECT_DEATH(context->delete_(plant), kMessage);
   EXPECT_DEATH(context->refresh(plant, true), kMessage);
+  EXPECT_DEATH(context->refreshAllObjects(), kMessage);
   EXPECT_DEATH(context->save(), kMessage);
   EXPECT_DEATH(context->rollback(), kMessage);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 
 #include "CoreData/Fetching/RowOrder.h"
 #include "CoreData/SQLite/Query/DictionaryReader.h"
@@ -9,6 +10,7 @@
 #include "CoreData/SQLite/Query/QueryCache.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreCore.h"
+#include "absl/container/inlined_vector.h"
 
 namespace coredata {
 
@@ -106,7 +108,7 @@ class SortPlace {
     }
   }
 
-  std::vector<Value> values_;
+  absl::InlinedVector<Value, 2> values_;
 };
 
 /// Reads on until the keys fill the cut, and further while they are even with the last of it: which
@@ -128,6 +130,18 @@ std::vector<ObjectKey> readKeysInOrder(QueryRun& run, const FetchPlan& plan,
   }
   sortEven();
   return keys;
+}
+
+/// The first of the keys in order, the lowest of those that are even.
+std::optional<ObjectKey> readFirstKey(QueryRun& run, const FetchPlan& plan) {
+  SortPlace place(plan);
+  std::optional<ObjectKey> first;
+  while (run.step()) {
+    if (place.move(run.statement()) && first) break;
+    const ObjectKey key = run.statement().integer(0);
+    first = std::min(first.value_or(key), key);
+  }
+  return first;
 }
 
 /// As `readKeysInOrder`, for rows.
@@ -169,6 +183,14 @@ void cut(std::vector<Ref<Row>>& rows, std::size_t limit, std::size_t offset) {
   if (rows.size() < read / 2) {
     for (Ref<Row>& row : rows) row = row->copy();
   }
+}
+
+/// For a key that an index gave, of a row that is not there: both were read in one state of the
+/// store.
+[[noreturn]] void throwMissing(const NSEntityDescription& entity, ObjectKey key) {
+  throw storeError(StoreErrorCode::damaged, "An index names " + entity.name() + " " +
+                                                std::to_string(key) +
+                                                ", which the store does not have.");
 }
 
 /// All keys in the plan's order, sorted here: SQLite's sorting of so few columns takes twice as
@@ -230,16 +252,31 @@ std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const V
   return rows;
 }
 
+Ref<Row> QueryRunner::firstRow(const FetchPlan& plan, std::span<const Value> arguments,
+                               std::size_t offset) {
+  if (offset == 0 && !plan.sorts().empty()) {
+    Reading reading = Reading::withAnswer(session_);
+    if (QueryCache::of(reading.connection()).indexGivesOrder(plan)) {
+      const QueryInput input{arguments};
+      QueryRun run(reading, plan, QueryResult::sortedKeys, QueryOrder::sorts, input, objects_);
+      std::optional<ObjectKey> key;
+      reading.answer(run.statement(), [&] { key = readFirstKey(run, plan); });
+      if (!key) return nullptr;
+      Ref<Row> row = session_.row(plan.entity(), *key);
+      if (!row) throwMissing(plan.entity(), *key);
+      return row;
+    }
+  }
+  std::vector<Ref<Row>> found = rows(plan, arguments, 1, offset);
+  return found.empty() ? nullptr : std::move(found.front());
+}
+
 std::vector<Ref<Row>> QueryRunner::rowsOf(const NSEntityDescription& entity,
                                           const std::vector<ObjectKey>& keys) {
   std::vector<Ref<Row>> rows;
   session_.rows(entity, keys, rows);
   for (std::size_t i = 0; i < keys.size(); ++i) {
-    if (rows[i]) continue;
-    // Both were read in one state of the store.
-    throw storeError(StoreErrorCode::damaged, "An index names " + entity.name() + " " +
-                                                  std::to_string(keys[i]) +
-                                                  ", which the store does not have.");
+    if (!rows[i]) throwMissing(entity, keys[i]);
   }
   return rows;
 }

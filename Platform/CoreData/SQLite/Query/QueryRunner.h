@@ -33,6 +33,10 @@ class QueryRunner {
                                                        std::span<const foundation::Value> arguments,
                                                        std::size_t limit = 0,
                                                        std::size_t offset = 0);
+  /// The first of these rows, or null.
+  [[nodiscard]] foundation::Ref<Row> firstRow(const FetchPlan& plan,
+                                              std::span<const foundation::Value> arguments,
+                                              std::size_t offset = 0);
   /// The keys of the same rows.
   [[nodiscard]] std::vector<ObjectKey> keys(const FetchPlan& plan,
                                             std::span<const foundation::Value> arguments,

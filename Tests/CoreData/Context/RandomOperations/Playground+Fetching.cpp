@@ -190,6 +190,11 @@ void Playground::fetch(Actor& actor, const Choices& choices) {
   if (text(actor, found) != expected) {
     throw Mismatch("fetched " + text(actor, found) + " instead of " + expected);
   }
+  const Object first = actor.context->fetchFirstObject(request);
+  const std::string expectedFirst = expected.substr(0, expected.find(' '));
+  if (text(actor, first ? std::vector{first} : std::vector<Object>()) != expectedFirst) {
+    throw Mismatch("fetched another object than " + expectedFirst + " as the first");
+  }
   const auto counted = static_cast<std::size_t>(actor.context->count(request));
   if (counted != expectedCount) {
     throw Mismatch("counted " + std::to_string(counted) + " instead of " +

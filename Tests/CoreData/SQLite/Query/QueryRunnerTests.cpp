@@ -127,6 +127,32 @@ TEST_F(QueryRunner, BreaksTiesByKeyWhereAnIndexGivesTheOrder) {
   }
 }
 
+TEST_F(QueryRunner, ReadsTheFirstRowOfAnOrder) {
+  for (ObjectKey key = 1; key <= 12; ++key) {
+    store_.insert(
+        "Checkin", key,
+        {{"activity", key < 12 ? 1 : 2}, {"date", key % 3 == 0 ? "b" : "a"}, {"type", 12 - key}});
+  }
+  for (const ObjectKey activity : {1, 2, 3}) {
+    const auto predicate =
+        NSPredicate::format("activity = %@", habits::object("Activity", activity));
+    for (const auto& sorts :
+         std::vector<habits::Sorts>{{}, {{"date", true}}, {{"date", false}}, {{"type", true}}}) {
+      const auto fetch = habits::fetch("Checkin", predicate, sorts);
+      for (const std::size_t offset : {0, 1, 7, 20}) {
+        const auto rows = store_.runner().rows(*fetch.plan, fetch.arguments(), 1, offset);
+
+        const Ref<Row> first = store_.runner().firstRow(*fetch.plan, fetch.arguments(), offset);
+
+        ASSERT_EQ(first != nullptr, !rows.empty());
+        if (first) {
+          EXPECT_EQ(first->key(), rows.front()->key());
+        }
+      }
+    }
+  }
+}
+
 TEST_F(QueryRunner, TellsOfAnIndexThatNamesARowWhichIsNotThere) {
   for (ObjectKey key = 1; key <= 2; ++key) {
     store_.insert("Checkin", key, {{"activity", 1}, {"date", std::to_string(key)}});
@@ -136,12 +162,18 @@ TEST_F(QueryRunner, TellsOfAnIndexThatNamesARowWhichIsNotThere) {
       habits::fetch("Checkin", NSPredicate::format("activity = %@", habits::object("Activity", 1)),
                     {{"date", true}});
 
-  try {
-    static_cast<void>(store_.runner().rows(*fetch.plan, fetch.arguments(), 1));
-    ADD_FAILURE() << "a row came from nowhere";
-  } catch (const foundation::Error& error) {
-    EXPECT_EQ(error.code(), static_cast<std::int64_t>(coredata::StoreErrorCode::damaged));
-    EXPECT_EQ(error.message(), "An index names Checkin 1, which the store does not have.");
+  for (const bool isFirst : {true, false}) {
+    try {
+      if (isFirst) {
+        static_cast<void>(store_.runner().firstRow(*fetch.plan, fetch.arguments()));
+      } else {
+        static_cast<void>(store_.runner().rows(*fetch.plan, fetch.arguments(), 1));
+      }
+      ADD_FAILURE() << "a row came from nowhere";
+    } catch (const foundation::Error& error) {
+      EXPECT_EQ(error.code(), static_cast<std::int64_t>(coredata::StoreErrorCode::damaged));
+      EXPECT_EQ(error.message(), "An index names Checkin 1, which the store does not have.");
+    }
   }
 }
 

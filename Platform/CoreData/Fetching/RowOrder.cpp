@@ -46,12 +46,18 @@ void sortRows(std::vector<Ref<Row>>& rows, std::span<const SortTerm> sorts) {
 }
 
 void sortTies(std::span<Ref<Row>> rows, std::span<const SortTerm> sorts) {
-  for (auto first = rows.begin(); first != rows.end();) {
-    const auto last = std::find_if(first + 1, rows.end(), [&](const Ref<Row>& row) {
-      return compareRows(**first, *row, sorts) != 0;
-    });
-    std::sort(first, last, InKeyOrder());
-    first = last;
+  const auto areEven = [&](const Ref<Row>& left, const Ref<Row>& right) {
+    return compareRows(*left, *right, sorts) == 0;
+  };
+  // Rows whose keys ascend are in order, even or not, and most are: they were written day by day.
+  for (std::size_t i = 1; i < rows.size(); ++i) {
+    if (InKeyOrder()(rows[i - 1], rows[i]) || !areEven(rows[i - 1], rows[i])) continue;
+    std::size_t first = i - 1;
+    while (first > 0 && areEven(rows[first - 1], rows[i])) --first;
+    std::size_t last = i + 1;
+    while (last < rows.size() && areEven(rows[i], rows[last])) ++last;
+    std::ranges::sort(rows.subspan(first, last - first), InKeyOrder());
+    i = last - 1;
   }
 }
 

@@ -129,14 +129,17 @@ TEST_F(CurrentModelTest, DoesNotStoreTheSectionOfACheckin) {
   EXPECT_EQ(model_->entity("Checkin")->property("section"), nullptr);
 }
 
-TEST_F(CurrentModelTest, LeadsTheIndexOfCheckinsWithActivityAndDate) {
+TEST_F(CurrentModelTest, HasAnIndexThatGivesWholeCheckinsByActivityAndDate) {
   const auto& checkin = *model_->entity("Checkin");
 
   ASSERT_EQ(checkin.indexes().size(), 1);
   EXPECT_THAT(checkin.indexes()[0]->slots(),
               testing::ElementsAre(
                   checkin.relationship("activity")->slot(), checkin.attribute("date")->slot(),
-                  checkin.attribute("type")->slot(), checkin.attribute("count")->slot()));
+                  checkin.attribute("type")->slot(), checkin.attribute("count")->slot(),
+                  checkin.attribute("createdDate")->slot(), checkin.attribute("memo")->slot(),
+                  checkin.attribute("modifiedDate")->slot()));
+  EXPECT_EQ(checkin.indexes()[0]->slots().size(), checkin.slots().size());
 }
 
 TEST_F(CurrentModelTest, IndexesTheColumnBehindEveryToMany) {

@@ -46,7 +46,7 @@ std::string membersText(const NSEntityDescription& members, SlotMask inverse) {
 
 std::string removalText(const NSEntityDescription& entity) {
   return "DELETE FROM " + quotedIdentifier(entity.name()) + " WHERE _id IN " +
-         RowFeed::firstColumnText() + " RETURNING _id";
+         RowFeed::firstColumnText();
 }
 
 /// An index that leads on to other columns gives an owner's members in their order.
@@ -58,6 +58,31 @@ void sortWithinOwners(std::span<RowDeletion::Membership> members) {
     first = last;
   }
 }
+
+/// The rows that a connection deletes as long as this lives, as SQLite tells of them: a `RETURNING`
+/// would read them first and keep what it returns.
+class DeletedRows {
+ public:
+  /// At most `room` rows of one table are deleted.
+  DeletedRows(const Connection& connection, std::size_t room) : database_(connection.handle()) {
+    keys_.makeRoomFor(room);
+    sqlite3_update_hook(database_, &note, this);
+  }
+  ~DeletedRows() { sqlite3_update_hook(database_, nullptr, nullptr); }
+  DeletedRows(const DeletedRows&) = delete;
+  DeletedRows& operator=(const DeletedRows&) = delete;
+
+  [[nodiscard]] std::size_t count() const noexcept { return keys_.size(); }
+  [[nodiscard]] bool contain(ObjectKey key) const { return keys_.contains(key); }
+
+ private:
+  static void note(void* self, int, const char*, const char*, sqlite3_int64 key) {
+    static_cast<DeletedRows*>(self)->keys_.insert(key);
+  }
+
+  sqlite3* database_;
+  foundation::HashSet<ObjectKey> keys_;
+};
 
 /// Keys as rows of one column.
 class KeyFeed final : public RowFeed {
@@ -142,16 +167,15 @@ std::int64_t RowDeletion::remove(const NSEntityDescription& entity,
   const StatementUse use(statement);
   KeyFeed feed(keys);
   bindFeed(feed, statement);
-  foundation::HashSet<ObjectKey> removed;
-  removed.makeRoomFor(keys.size());
-  while (statement.step()) removed.insert(statement.integer(0));
+  const DeletedRows deleted(transaction_.connection(), keys.size());
+  statement.run();
   // In the order of the keys, which is that of the history, and not in SQLite's.
   for (const ObjectKey key : keys) {
-    if (removed.contains(key)) {
+    if (deleted.count() == keys.size() || deleted.contain(key)) {
       transaction_.note({&entity, key, RowChangeKind::remove, 0, nullptr});
     }
   }
-  return static_cast<std::int64_t>(removed.size());
+  return static_cast<std::int64_t>(deleted.count());
 }
 
 }  // namespace coredata

@@ -96,6 +96,8 @@ void giveIndex(const NSEntityDescription& entity, const NSFetchIndexDescription&
     giveName(entity.slots()[slot].property->name(), text);
     separator = ", ";
   }
+  // An index of everything that is stored gives whole rows, which it does with their version only.
+  if (index.slots().size() == entity.slots().size()) text(", _version");
   text(")");
 }
 

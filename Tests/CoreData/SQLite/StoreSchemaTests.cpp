@@ -1,5 +1,6 @@
 #include "CoreData/SQLite/StoreSchema.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <set>
@@ -51,6 +52,17 @@ TEST(StoreSchema, IsNotRecognisedWithAnyDifference) {
     changed.insert(changed.begin() + static_cast<std::ptrdiff_t>(place), made[place]);
     EXPECT_FALSE(isShelfSchema(changed)) << place;
   }
+}
+
+TEST(StoreSchema, GivesAnIndexOfEverythingTheVersionToo) {
+  const auto model = coredata::modelFromSource(R"({"identifiers": ["Shelf 1"], "entities": {
+      "Book": {"attributes": {"title": "text", "pages": "integer32"},
+               "indexes": {"byTitle": ["title"], "whole": ["title", "pages"]}}}})");
+
+  EXPECT_THAT(texts(coredata::storeSchema(*model)),
+              testing::IsSupersetOf(
+                  {R"(CREATE INDEX "Book_byTitle" ON "Book"("title"))",
+                   R"(CREATE INDEX "Book_whole" ON "Book"("title", "pages", _version))"}));
 }
 
 TEST(StoreSchema, HasNothingForAnAbstractEntity) {

@@ -68,6 +68,12 @@ std::size_t endOfCut(const QueryInput& input) noexcept {
   return input.limit == 0 ? std::numeric_limits<std::size_t>::max() : input.limit + input.offset;
 }
 
+/// Whether the order goes by what other objects have, and all rows are wanted: SQLite would carry
+/// whole rows through its sorter. Their keys are sorted here instead, and the rows looked up.
+bool sortsByOthers(const FetchPlan& plan, const QueryInput& input) noexcept {
+  return !plan.sortsByOwnSlots() && !isCut(input);
+}
+
 /// Whether looking up the rows of a cut by their keys saves more than it costs, where the store
 /// gives them in order: reading on to the end of the cut goes past rows that are not wanted, the
 /// one behind it at least, and an index tells where they are in the order without them.
@@ -234,9 +240,12 @@ std::vector<Ref<Row>> QueryRunner::rows(const FetchPlan& plan, std::span<const V
     return rowsOf(entity, cut(std::move(found), input));
   }
   const bool readsEverything = plan.predicate() == nullptr && !isCut(input);
+  const bool looksUpAll = sortsByOthers(plan, input);
   // What is taken from the cache, or added to it, belongs to one state.
-  if (readsEverything || reading.core().rows().holdsMostOf(entity)) reading.begin();
-  if (session_.holdsMostOf(entity)) return rowsOf(entity, keys(plan, arguments, limit, offset));
+  if (readsEverything || looksUpAll || reading.core().rows().holdsMostOf(entity)) reading.begin();
+  if (looksUpAll || session_.holdsMostOf(entity)) {
+    return rowsOf(entity, keys(plan, arguments, limit, offset));
+  }
   const bool isComplete = order == QueryOrder::complete;
   const RowColumns& columns = reading.core().columns(entity);
   QueryRun run(reading, plan, QueryResult::rows, order, isComplete ? input : uncut, objects_);

@@ -45,6 +45,14 @@ TEST(Orientation, IsReadInBothByteOrders) {
   }
 }
 
+TEST(Orientation, IsReadWhereItIsTheOnlyEntry) {
+  Bytes alone = segment(6);
+  alone[14] = 1;
+  alone.erase(alone.begin() + 16, alone.begin() + 28);
+
+  EXPECT_EQ(exifOrientation(alone), static_cast<Orientation>(6));
+}
+
 TEST(Orientation, IsAbsentWhereNoneIsTold) {
   EXPECT_EQ(exifOrientation({}), std::nullopt);
   EXPECT_EQ(exifOrientation(segment(0)), std::nullopt);

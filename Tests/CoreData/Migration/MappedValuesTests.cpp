@@ -7,6 +7,7 @@
 
 #include "CoreData/Migration/ExpressionEvaluation.h"
 #include "CoreData/Migration/MigrationError.h"
+#include "CoreData/Object/PropertyError.h"
 #include "Tests/CoreData/Migration/MigratedStore.h"
 #include "Tests/Support/ErrorCode.h"
 
@@ -21,6 +22,7 @@ using coredata::NSEntityMapping;
 using coredata::NSEntityMigrationPolicy;
 using coredata::NSMigrationManager;
 using coredata::NSPropertyMapping;
+using coredata::PropertyErrorCode;
 using foundation::Date;
 using foundation::Value;
 using foundation::ValueList;
@@ -268,6 +270,32 @@ TEST(MappingOfOtherModels, IsRefused) {
         mapped("Bed", {}, {property("frogs", "null")}),
         mapped("Plant", {}, {property("bed", becameOf("BedToBed", "$source.pond"))})}) {
     EXPECT_EQ(refusalOf({wrong}), number(MigrationErrorCode::wrongModels));
+  }
+}
+
+TEST(MappedValues, BecomeWhatTheNewAttributeHoldsOrAreRefused) {
+  const auto garden = [](const std::string& kind) {
+    return R"({"identifiers": [")" + kind +
+           R"("], "entities": {"Bed": {"attributes": {"depth": ")" + kind + R"("}}}})";
+  };
+  const auto migrated = [&](const char* kind) {
+    const MigratedStore store(garden("integer32"), garden(kind));
+    store.write([](NSManagedObjectContext& context) {
+      context.insertNewObject("Bed")->setValue(7, "depth");
+    });
+    store.migrate(mapping({mapped("Bed", {property("depth", "$source.depth")})}));
+    Value depth;
+    store.read([&](NSManagedObjectContext& context) {
+      depth = all(context, "Bed").at(0)->valueForKey("depth");
+    });
+    return depth;
+  };
+
+  EXPECT_EQ(migrated("double"), Value(7.0));
+  for (const char* kind : {"text", "date", "binary", "uuid"}) {
+    EXPECT_EQ(errorCode([&] { static_cast<void>(migrated(kind)); }),
+              number(PropertyErrorCode::wrongKind))
+        << kind;
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "CoreDataStack/Model/CDActivity.h"
+#include "CoreDataStack/Model/CDCheckin.h"
 #include "Foundation/Internal/ManualClock.h"
 #include "Tests/Support/TemporaryStore.h"
 
@@ -58,13 +60,36 @@ TEST_F(CDGroupTest, IsListedNewestFirstAmongEquals) {
   EXPECT_EQ(listedTitles(), "newold");
 }
 
+TEST_F(CDGroupTest, IsFoundByTheCheckinsOfAnyOfItsActivities) {
+  addGroup("a", 1, 10);
+  auto groups = CDGroup::listFetchRequest(context());
+  const Ref<CDGroup> group = context().fetchFirst(groups);
+  for (const char* memo : {"sought", "another", "more"}) {
+    const auto activity = foundation::make<CDActivity>(context());
+    activity->setGroup(group);
+    const auto checkin = foundation::make<CDCheckin>(context());
+    checkin->setMemo(memo);
+    checkin->setActivity(activity);
+  }
+  const auto isFound = [&](const char* memo) {
+    groups.setPredicate(foundation::NSPredicate::format("ANY activities.checkins.memo = %@", memo));
+    return context().fetchFirst(groups) == group;
+  };
+  for (const bool isSaved : {false, true}) {
+    if (isSaved) context().save();
+    EXPECT_TRUE(isFound("sought")) << isSaved;
+    EXPECT_TRUE(isFound("more")) << isSaved;
+    EXPECT_FALSE(isFound("none")) << isSaved;
+  }
+}
+
 TEST_F(CDGroupTest, IsListedInBatches) {
   const auto request = CDGroup::listFetchRequest(context());
 
   EXPECT_EQ(request.entityName(), "Group");
   EXPECT_EQ(request.fetchBatchSize(), 20U);
-  EXPECT_EQ(request.sortDescriptors(), (std::vector<foundation::NSSortDescriptor>{
-                                           {"priority", true}, {"createdDate", false}}));
+  EXPECT_EQ(request.sortDescriptors(),
+            (foundation::SortDescriptors{{"priority", true}, {"createdDate", false}}));
 }
 
 }  // namespace

@@ -145,6 +145,17 @@ TEST(PredicateFormatError, ComesForNestingBeyondTheLimit) {
              PredicateErrorCode::tooDeep);
 }
 
+TEST(PredicateFormatError, DoesNotComeForWhatStandsSideBySide) {
+  for (const char* part :
+       {"(a = 1)", "(a) = 1", "a = (1)", "NOT a = 1", "SUBQUERY(b, $v, $v.c = 1).@count > 0"}) {
+    std::string format = part;
+    for (std::size_t i = 0; i < PredicateShape::kMaximumDepth; ++i) {
+      format += std::string(" OR ") + part;
+    }
+    EXPECT_NO_THROW(static_cast<void>(PredicateShape::parse(format))) << part;
+  }
+}
+
 TEST(PredicateFormatError, ShowsAnExcerptOfALongFormatOnly) {
   const auto error = parseError("a = 1 AND " + std::string(100000, 'b') + " = = 1");
 

@@ -224,6 +224,9 @@ TEST(DateFormatter, ParsesNoPatternThatNamesAZone) {
   const ScopedSettings settings("en_US", "UTC");
 
   EXPECT_EQ(parsed("HH:mm XXX", "07:30 +09:00"), std::nullopt);
+  EXPECT_EQ(parsed("z HH:mm", "GMT 07:30"), std::nullopt);
+  EXPECT_EQ(parsed("'z' z HH:mm", "z GMT 07:30"), std::nullopt);
+  EXPECT_EQ(parsed("yyyy MM dd 'z' ", "2024 02 10 z "), parsed("yyyy-MM-dd", "2024-02-10"));
 }
 
 struct DayWithoutMidnight {

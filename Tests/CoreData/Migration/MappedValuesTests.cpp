@@ -278,10 +278,10 @@ TEST(MappedValues, BecomeWhatTheNewAttributeHoldsOrAreRefused) {
     return R"({"identifiers": [")" + kind +
            R"("], "entities": {"Bed": {"attributes": {"depth": ")" + kind + R"("}}}})";
   };
-  const auto migrated = [&](const char* kind) {
-    const MigratedStore store(garden("integer32"), garden(kind));
-    store.write([](NSManagedObjectContext& context) {
-      context.insertNewObject("Bed")->setValue(7, "depth");
+  const auto migrated = [&](const char* from, const Value& value, const char* to) {
+    const MigratedStore store(garden(from), garden(to));
+    store.write([&](NSManagedObjectContext& context) {
+      context.insertNewObject("Bed")->setValue(value, "depth");
     });
     store.migrate(mapping({mapped("Bed", {property("depth", "$source.depth")})}));
     Value depth;
@@ -291,12 +291,14 @@ TEST(MappedValues, BecomeWhatTheNewAttributeHoldsOrAreRefused) {
     return depth;
   };
 
-  EXPECT_EQ(migrated("double"), Value(7.0));
-  for (const char* kind : {"text", "date", "binary", "uuid"}) {
-    EXPECT_EQ(errorCode([&] { static_cast<void>(migrated(kind)); }),
-              number(PropertyErrorCode::wrongKind))
-        << kind;
-  }
+  const auto refusalOfKind = [&](const char* from, const Value& value, const char* to) {
+    return errorCode([&] { static_cast<void>(migrated(from, value, to)); });
+  };
+
+  EXPECT_EQ(migrated("integer32", 7, "double"), Value(7.0));
+  EXPECT_EQ(refusalOfKind("text", "deep", "double"), number(PropertyErrorCode::wrongKind));
+  for (const char* kind : {"text", "date", "binary", "uuid"})
+    EXPECT_EQ(refusalOfKind("integer32", 7, kind), number(PropertyErrorCode::wrongKind)) << kind;
 }
 
 /// Looks up what belongs to what when everything is there.

@@ -8,9 +8,9 @@
 #include "CoreData/SQLite/Query/DictionaryReader.h"
 #include "CoreData/SQLite/Query/QueryBinding.h"
 #include "CoreData/SQLite/Query/QueryCache.h"
+#include "CoreData/SQLite/Query/SortPlace.h"
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreCore.h"
-#include "absl/container/inlined_vector.h"
 
 namespace coredata {
 
@@ -81,48 +81,12 @@ bool passesMoreThanItKeeps(const QueryInput& input) noexcept {
   return input.limit != 0 && input.limit <= input.offset + 1;
 }
 
-/// What the sorts of a plan go by, in the row on which a query for sorted keys stands.
-class SortPlace {
- public:
-  explicit SortPlace(const FetchPlan& plan) : values_(plan.sorts().size()) {}
-
-  /// Goes to the statement's row; false when that is even with the one before.
-  bool move(const Statement& statement) {
-    bool moved = false;
-    for (std::size_t sort = 0; sort < values_.size(); ++sort) {
-      Value value = valueOf(statement.cell(static_cast<int>(sort) + 1));
-      if (value == values_[sort]) continue;
-      values_[sort] = std::move(value);
-      moved = true;
-    }
-    return moved;
-  }
-
- private:
-  [[nodiscard]] static Value valueOf(const Cell& cell) {
-    switch (cell.storageClass()) {
-      case SQLITE_INTEGER:
-        return cell.integer();
-      case SQLITE_FLOAT:
-        return cell.real();
-      case SQLITE_TEXT:
-        return cell.text();
-      case SQLITE_BLOB:
-        return foundation::Data(cell.bytes());
-      default:
-        return {};
-    }
-  }
-
-  absl::InlinedVector<Value, 2> values_;
-};
-
 /// Reads on until the keys fill the cut, and further while they are even with the last of it: which
 /// of these belong in it is known once all of them are.
 std::vector<ObjectKey> readKeysInOrder(QueryRun& run, const FetchPlan& plan,
                                        const QueryInput& input) {
   const std::size_t wanted = endOfCut(input);
-  SortPlace place(plan);
+  SortPlace place(plan.sorts().size());
   std::vector<ObjectKey> keys;
   std::size_t firstEven = 0;
   const auto sortEven = [&] {
@@ -140,7 +104,7 @@ std::vector<ObjectKey> readKeysInOrder(QueryRun& run, const FetchPlan& plan,
 
 /// The first of the keys in order, the lowest of those that are even.
 std::optional<ObjectKey> readFirstKey(QueryRun& run, const FetchPlan& plan) {
-  SortPlace place(plan);
+  SortPlace place(plan.sorts().size());
   std::optional<ObjectKey> first;
   while (run.step()) {
     if (place.move(run.statement()) && first) break;

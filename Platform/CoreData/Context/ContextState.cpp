@@ -24,7 +24,8 @@ ContextState::ContextState(NSManagedObjectContext& owner,
       coordinator(std::move(ownCoordinator)),
       concurrencyType(type),
       registry(make<ObjectRegistry>(
-          &owner, Ref<const NSManagedObjectModel>(&coordinator->managedObjectModel()))) {
+          &owner, Ref<const NSManagedObjectModel>(&coordinator->managedObjectModel()))),
+      plans_(coordinator->plans()) {
   const auto entities = coordinator->managedObjectModel().entities();
   prototypes.resize(entities.size());
   emptyRows_.resize(entities.size());

@@ -12,6 +12,7 @@
 #include "CoreData/Context/ChangeList.h"
 #include "CoreData/Context/NSManagedObjectContext.h"
 #include "CoreData/Coordinator/NSPersistentStoreCoordinator.h"
+#include "CoreData/Fetching/RecentPlans.h"
 #include "CoreData/Object/EntityClass.h"
 #include "CoreData/Object/ObjectRegistry.h"
 #include "CoreData/SQLite/Query/ObjectArguments.h"
@@ -48,6 +49,10 @@ class ContextState final : public ObjectArguments {
   [[nodiscard]] ReadSession& session();
   /// The store; throws when there is none.
   [[nodiscard]] foundation::Ref<NSPersistentStore> requireStore() const;
+  /// How the request is run. Throws what makes no sense of it.
+  [[nodiscard]] foundation::Ref<const FetchPlan> plan(const NSFetchRequestBase& request) {
+    return plans_.plan(request);
+  }
   /// Around the outermost block: everything read in between sees one state of the store.
   void beginReading() {
     if (session_) session_->begin();
@@ -196,6 +201,7 @@ class ContextState final : public ObjectArguments {
   std::atomic<bool> isObserved_{false};
   std::unordered_set<foundation::Ref<NSManagedObject>> touched_;
   std::optional<ReadSession> session_;
+  RecentPlans plans_;
   std::vector<foundation::Ref<Row>> emptyRows_;
   std::vector<DirtyCounts> dirty_;
   std::vector<std::uint64_t> epochs_;

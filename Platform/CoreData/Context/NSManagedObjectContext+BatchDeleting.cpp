@@ -10,7 +10,7 @@ namespace coredata {
 NSBatchDeleteResult NSManagedObjectContext::execute(const NSBatchDeleteRequest& request) {
   assertQueue();
   const NSFetchRequestBase& which = request.fetchRequest();
-  const foundation::Ref<const FetchPlan> plan = state_->coordinator->plans().plan(which);
+  const foundation::Ref<const FetchPlan> plan = state_->plan(which);
   WriteTransaction transaction(state_->session());
   const std::vector<ObjectKey> keys =
       QueryRunner(state_->session(), *state_)

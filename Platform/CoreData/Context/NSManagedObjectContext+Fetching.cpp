@@ -31,7 +31,7 @@ void NSManagedObjectContext::requireClass(const NSFetchRequestBase& request,
 FetchedObjects NSManagedObjectContext::fetchObjects(const NSFetchRequestBase& request) {
   assertQueue();
   processPendingChanges();
-  const Ref<const FetchPlan> plan = state_->coordinator->plans().plan(request);
+  const Ref<const FetchPlan> plan = state_->plan(request);
   QueryRunner store(state_->session(), *state_);
   auto content = std::make_shared<FetchedContent>();
   content->registry = state_->registry;
@@ -53,7 +53,7 @@ FetchedObjects NSManagedObjectContext::fetchObjects(const NSFetchRequestBase& re
 Ref<NSManagedObject> NSManagedObjectContext::fetchFirstObject(const NSFetchRequestBase& request) {
   assertQueue();
   processPendingChanges();
-  const Ref<const FetchPlan> plan = state_->coordinator->plans().plan(request);
+  const Ref<const FetchPlan> plan = state_->plan(request);
   const NSEntityDescription& entity = plan->entity();
   const bool hasPending = request.includesPendingChanges() && state_->dirty(entity).any();
   if (hasPending || holdsKeys(request)) {
@@ -72,7 +72,7 @@ Ref<NSManagedObject> NSManagedObjectContext::fetchFirstObject(const NSFetchReque
 std::int64_t NSManagedObjectContext::count(const NSFetchRequestBase& request) {
   assertQueue();
   processPendingChanges();
-  const Ref<const FetchPlan> plan = state_->coordinator->plans().plan(request);
+  const Ref<const FetchPlan> plan = state_->plan(request);
   QueryRunner store(state_->session(), *state_);
   if (request.includesPendingChanges() && state_->dirty(plan->entity()).any()) {
     return PendingFetch(*state_, *plan, request, store).count();
@@ -90,7 +90,7 @@ DictionaryRows NSManagedObjectContext::fetchDictionaries(const NSFetchRequestBas
                      "The request for " + request.entityName() + " does not ask for dictionaries.");
   }
   processPendingChanges();
-  const Ref<const FetchPlan> plan = state_->coordinator->plans().plan(request);
+  const Ref<const FetchPlan> plan = state_->plan(request);
   QueryRunner store(state_->session(), *state_);
   return store.dictionaries(*plan, request.arguments(), request.fetchLimit(),
                             request.fetchOffset());

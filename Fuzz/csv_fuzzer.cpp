@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Fuzz/Support/CsvText.h"
 #include "Tools/habits/Csv.h"
 
 namespace {
@@ -12,18 +13,6 @@ namespace {
 using Cells = std::vector<std::string>;
 
 constexpr std::size_t kLongestInput = 64 * 1024;
-
-std::string quoted(std::string_view cell) {
-  std::string text = "\"";
-  for (const char c : cell) text += c == '"' ? "\"\"" : std::string(1, c);
-  return text + "\"";
-}
-
-std::string line(const Cells& cells) {
-  std::string text;
-  for (const std::string& cell : cells) text += (text.empty() ? "" : ",") + quoted(cell);
-  return text + "\r\n";
-}
 
 /// The rows without a fault, whose lines must go up.
 std::vector<Cells> wholeRows(std::string_view text) {
@@ -45,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size > kLongestInput) return 0;
   const auto rows = wholeRows(std::string_view(reinterpret_cast<const char*>(data), size));
   std::string text;
-  for (const Cells& row : rows) text += line(row);
+  for (const Cells& row : rows) text += fuzz::csvLine(row);
   if (wholeRows(text) != rows) std::abort();
   return 0;
 }

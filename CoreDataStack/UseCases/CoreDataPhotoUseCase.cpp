@@ -121,6 +121,8 @@ Ref<CDPhoto> CoreDataPhotoUseCase::stored(const std::string& id) {
   if (!identifier) throw PhotoError::notFound();
   auto photo = foundation::as<CDPhoto>(context_->objectWithID(*identifier));
   if (!photo) throw PhotoError::notFound();
+  // A photo that is about to go is still stored.
+  if (photo->isDeleted()) return photo;
   // A look at the row: an identifier may outlive its photo.
   static_cast<void>(photo->createdDate());
   if (photo->isDeleted()) throw PhotoError::notFound();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 #include "Tests/CoreDataStack/UseCases/PhotoUseCaseTest.h"
@@ -132,6 +133,32 @@ TEST_F(CoreDataPhotoIteratorTest, PrintsAFailedFetchAndHasNoSections) {
   EXPECT_EQ(photos->numberOfSections(), 0U);
   EXPECT_EQ(photos->numberOfItems(0), 0U);
   EXPECT_EQ(photos->numberOfItems(7), 0U);
+}
+
+TEST_F(CoreDataPhotoIteratorTest, PrintsThatTheDiskFailsAndHasNoSections) {
+  addPhoto(addCheckin(activity_, "2024-02-10"), "unreadable");
+  breakDisk();
+  testing::internal::CaptureStdout();
+
+  const auto photos = february();
+
+  EXPECT_TRUE(testing::internal::GetCapturedStdout().starts_with("Error Domain="));
+  EXPECT_EQ(photos->numberOfSections(), 0U);
+  repairDisk();
+  EXPECT_EQ(all(february()), Names{"unreadable"});
+}
+
+TEST_F(CoreDataPhotoIteratorTest, GoesThroughThePhotosOfEachStatus) {
+  const std::array statuses{ActivityStatus::active, ActivityStatus::achieved,
+                            ActivityStatus::archived};
+  for (const ActivityStatus status : statuses) {
+    addPhoto(addCheckin(savedActivity(status), "2024-02-10"), std::to_string(status.value()));
+  }
+
+  for (const ActivityStatus status : statuses) {
+    EXPECT_EQ(all(photos_.iterator(localDate(2024, 2, 1), localDate(2024, 2, 29), status)),
+              Names{std::to_string(status.value())});
+  }
 }
 
 using CoreDataPhotoIteratorDeathTest = CoreDataPhotoIteratorTest;

@@ -150,11 +150,15 @@ TEST_F(CoreDataPhotoUseCaseTest, RefusesAPhotoThatIsGone) {
   EXPECT_FALSE(context().hasChanges());
 }
 
-TEST_F(CoreDataPhotoUseCaseTest, RefusesAPhotoThatIsAboutToGo) {
+TEST_F(CoreDataPhotoUseCaseTest, DeletesAPhotoThatIsAboutToGo) {
   const auto photo = addPhoto(checkin_, "lost");
   const Photo value = photo->asPhoto();
   context().delete_(photo);
 
+  photos_.delete_(value, checkin_);
+
+  EXPECT_FALSE(context().hasChanges());
+  EXPECT_EQ(stored<CDPhoto>(), 0);
   expectRefusal(value, checkin_);
 }
 
@@ -206,12 +210,14 @@ TEST_F(CoreDataPhotoUseCaseTest, ListsAPeriodWithBothItsDays) {
 TEST_F(CoreDataPhotoUseCaseTest, ListsPhotosOfTheStatusOnly) {
   addPhoto(checkin_, "active");
   addPhoto(addCheckin(savedActivity(ActivityStatus::achieved), "2024-02-10"), "achieved");
+  addPhoto(addCheckin(savedActivity(ActivityStatus::archived), "2024-02-10"), "archived");
   const auto of = [&](ActivityStatus status) {
     return names(photos_.photos(localDate(2024, 2, 10), localDate(2024, 2, 10), status));
   };
 
   EXPECT_EQ(of(ActivityStatus::active), Names{"active"});
   EXPECT_EQ(of(ActivityStatus::achieved), Names{"achieved"});
+  EXPECT_EQ(of(ActivityStatus::archived), Names{"archived"});
 }
 
 TEST_F(CoreDataPhotoUseCaseTest, ListsUnsavedPhotosToo) {
@@ -286,24 +292,40 @@ TEST_F(CoreDataPhotoUseCaseTest, CountsAnActivitysPhotosOfOneDay) {
   EXPECT_EQ(photos_.numberOfAllPhotos(), 4);
 }
 
-TEST_F(CoreDataPhotoUseCaseTest, PrintsWhatFailsAndAnswersWithNothing) {
-  const auto container = support::containerWithoutStore();
-  CoreDataPhotoUseCase photos(container->viewContext());
+/// That each question prints one line of an error, and is answered with nothing.
+void expectNoAnswers(CoreDataPhotoUseCase& photos, const Ref<CDActivity>& activity,
+                     const Ref<CDCheckin>& checkin) {
   const Date day = localDate(2024, 2, 10);
-  const auto lines = [](const auto& ask) {
+  const auto expectLine = [](const auto& ask) {
     testing::internal::CaptureStdout();
     ask();
     const std::string printed = testing::internal::GetCapturedStdout();
-    EXPECT_NE(printed.find("Error Domain="), std::string::npos) << printed;
-    return std::count(printed.begin(), printed.end(), '\n');
+    EXPECT_TRUE(printed.starts_with("Error Domain=")) << printed;
+    EXPECT_EQ(printed.find('\n'), printed.size() - 1) << printed;
   };
 
-  EXPECT_EQ(lines([&] { EXPECT_TRUE(photos.load(nullptr).empty()); }), 1);
-  EXPECT_EQ(lines([&] { EXPECT_TRUE(photos.photos(nullptr).empty()); }), 1);
-  EXPECT_EQ(lines([&] { EXPECT_TRUE(photos.photos(day, day, ActivityStatus::active).empty()); }),
-            1);
-  EXPECT_EQ(lines([&] { EXPECT_EQ(photos.numberOfPhotos(nullptr, day), 0); }), 1);
-  EXPECT_EQ(lines([&] { EXPECT_EQ(photos.numberOfAllPhotos(), 0); }), 1);
+  expectLine([&] { EXPECT_TRUE(photos.load(checkin).empty()); });
+  expectLine([&] { EXPECT_TRUE(photos.photos(activity).empty()); });
+  expectLine([&] { EXPECT_TRUE(photos.photos(day, day, ActivityStatus::active).empty()); });
+  expectLine([&] { EXPECT_EQ(photos.numberOfPhotos(activity, day), 0); });
+  expectLine([&] { EXPECT_EQ(photos.numberOfAllPhotos(), 0); });
+}
+
+TEST_F(CoreDataPhotoUseCaseTest, PrintsThatThereIsNoStoreAndAnswersWithNothing) {
+  const auto container = support::containerWithoutStore();
+  CoreDataPhotoUseCase photos(container->viewContext());
+
+  expectNoAnswers(photos, nullptr, nullptr);
+}
+
+TEST_F(CoreDataPhotoUseCaseTest, PrintsThatTheDiskFailsAndAnswersWithNothing) {
+  addPhoto(checkin_, "unreadable");
+  breakDisk();
+
+  expectNoAnswers(photos_, checkin_->activity(), checkin_);
+
+  repairDisk();
+  EXPECT_EQ(names(photos_.load(checkin_)), Names{"unreadable"});
 }
 
 }  // namespace

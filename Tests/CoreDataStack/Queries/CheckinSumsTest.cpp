@@ -186,14 +186,20 @@ TEST_F(CheckinSums, SeeTheStoreAlone) {
   run_->checkin(localDate(2024, 2, 10))->increaseCount();
 
   EXPECT_EQ(sum(), 1);
+  EXPECT_EQ(api().numberOfCheckins(run_, CalendarItem::month(2024, 2)), 1);
+  EXPECT_EQ(api().numberOfCheckins(run_, kAllTypes, CalendarItem::day(2024, 2, 11)), 0);
   diary_.save();
   EXPECT_EQ(sum(), 4);
+  EXPECT_EQ(api().numberOfCheckins(run_, CalendarItem::month(2024, 2)), 4);
+  EXPECT_EQ(api().numberOfCheckins(run_, kAllTypes, CalendarItem::day(2024, 2, 11)), 2);
 }
 
 TEST_F(CheckinSums, AreZeroForAnActivityThatIsNotSaved) {
   checkIn("2024-02-10", 1);
 
   EXPECT_EQ(sum(), 0);
+  EXPECT_EQ(api().numberOfCheckins(run_, CalendarItem::year(2024)), 0);
+  EXPECT_EQ(api().numberOfCheckins(run_, kAllTypes, CalendarItem::year(2024)), 0);
 }
 
 }  // namespace

@@ -144,6 +144,18 @@ TEST_P(FailingQueries, PrintAndLogTheErrorAndAnswerWithNothing) {
   EXPECT_EQ(printed, diary_.logged().front() + "\n");
 }
 
+TEST_P(FailingQueries, AreNotTriedAgainWhenTheStoreFailsOnce) {
+  vfs_.reset();
+  vfs_.watch(support::kEverything);
+  vfs_.failAt(1, SQLITE_IOERR);
+
+  testing::internal::CaptureStdout();
+  EXPECT_FALSE(ask());
+
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), diary_.logged().at(0) + "\n");
+  EXPECT_EQ(diary_.logged().size(), 1U);
+}
+
 TEST_P(FailingQueries, AnswerAgainOnceTheStoreWorksAgain) {
   breakStore();
   testing::internal::CaptureStdout();
@@ -184,7 +196,9 @@ TEST_F(FailingDeletion, IsPrintedAloneAndStaysPending) {
   testing::internal::CaptureStdout();
   diary_.api().delete_(run_);
 
-  EXPECT_THAT(testing::internal::GetCapturedStdout(), StartsWith("Error Domain="));
+  const std::string printed = testing::internal::GetCapturedStdout();
+  EXPECT_THAT(printed, StartsWith("Error Domain="));
+  EXPECT_EQ(printed.find('\n'), printed.size() - 1) << printed;
   EXPECT_THAT(diary_.logged(), IsEmpty());
   EXPECT_TRUE(diary_.context().hasChanges());
   vfs_.reset();

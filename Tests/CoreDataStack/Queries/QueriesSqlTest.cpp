@@ -307,5 +307,23 @@ TEST_P(CheckinsSql, NeverWalksThroughAllCheckins) {
   }
 }
 
+TEST(QueriesForOneCheckin, ReadNoOther) {
+  const Diary diary;
+  const auto activity = diary.activity();
+  for (int day = 10; day < 30; ++day) diary.checkIn(activity, "2024-02-" + std::to_string(day));
+  diary.save();
+  const auto container = diary.store().opened();
+  const LocalAPI api(container->viewContext(), foundation::make<support::RecordingLogger>());
+  const auto run = container->viewContext()->fetch(CDActivity::fetchRequest()).first();
+  support::SqlTrace trace(*container->persistentStoreCoordinator()->store()->engine());
+
+  EXPECT_EQ(api.firstCheckin(run, ActivityStatus::active)->date(), "2024-02-10");
+  EXPECT_EQ(api.lastCheckin(run)->date(), "2024-02-29");
+
+  const Steps queries = trace.takeQueries();
+  EXPECT_EQ(queries.size(), 4U);
+  EXPECT_EQ(std::ranges::count(queries, R"(SELECT * FROM "Checkin" WHERE _id=?)"), 2);
+}
+
 }  // namespace
 }  // namespace coredatastack

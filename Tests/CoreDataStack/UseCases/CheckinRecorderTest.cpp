@@ -177,6 +177,31 @@ TYPED_TEST(CheckinRecorderTest, SavesEverythingElseThatIsPendingToo) {
   EXPECT_EQ(activity->title(), "Run");
 }
 
+TYPED_TEST(CheckinRecorderTest, ShowsWhatOthersMadeOfTheActivityAfterEachWrite) {
+  const auto activity = this->savedActivity();
+  auto checkins = this->checkinsOf(activity);
+  const auto rename = [&](const std::string& title) {
+    const auto other = this->store_.newBackgroundContext();
+    other->performBlockAndWait([&] {
+      foundation::as<CDActivity>(other->objectWithID(*activity->objectID()))->setTitle(title);
+      other->save();
+    });
+    EXPECT_NE(activity->title(), title);
+  };
+
+  rename("Run");
+  checkins.addCheckin(localDate(2024, 2, 10), kStandard);
+  EXPECT_EQ(activity->title(), "Run");
+
+  rename("Walk");
+  static_cast<void>(checkins.addCheckinCount(1.0, localDate(2024, 2, 10)));
+  EXPECT_EQ(activity->title(), "Walk");
+
+  rename("Swim");
+  checkins.deleteCheckin(localDate(2024, 2, 10));
+  EXPECT_EQ(activity->title(), "Swim");
+}
+
 TYPED_TEST(CheckinRecorderTest, ThrowsTheStoresErrorAndKeepsACheckinThatItCouldNotSave) {
   const auto activity = this->savedActivity();
   this->breakWrites();

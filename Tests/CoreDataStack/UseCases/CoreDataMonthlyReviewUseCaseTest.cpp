@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+
 #include "Foundation/Internal/ManualClock.h"
 #include "Tests/CoreDataStack/UseCases/UseCaseTest.h"
 #include "Tests/Support/RecordingLogger.h"
@@ -44,6 +46,29 @@ TEST_F(CoreDataMonthlyReviewUseCaseTest, MakesAndSavesTheReviewOfAMonthThatHasNo
   EXPECT_FALSE(context().hasChanges());
   EXPECT_EQ(stored<CDMonthlyReview>(), 1);
   EXPECT_THAT(logger_->descriptions(), IsEmpty());
+}
+
+/// Goes on by a second with each look at it.
+class ClockThatGoesOn final : public foundation::Clock {
+ public:
+  ClockThatGoesOn() noexcept : previous_(install(this)) {}
+  ~ClockThatGoesOn() override { install(previous_); }
+  ClockThatGoesOn(const ClockThatGoesOn&) = delete;
+  ClockThatGoesOn& operator=(const ClockThatGoesOn&) = delete;
+
+  [[nodiscard]] double secondsSinceReference() const noexcept override { return ++seconds_; }
+
+ private:
+  mutable std::atomic<int> seconds_{700000000};
+  const Clock* previous_;
+};
+
+TEST_F(CoreDataMonthlyReviewUseCaseTest, LooksAtTheClockForEachOfAReviewsDates) {
+  const ClockThatGoesOn clock;
+
+  const auto review = reviews_.review(localDate(2024, 3, 7));
+
+  EXPECT_LT(*review->createdDate(), *review->modifiedDate());
 }
 
 TEST_F(CoreDataMonthlyReviewUseCaseTest, FindsTheReviewOfAMonthAgain) {

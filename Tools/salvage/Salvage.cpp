@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
 
 #include "CoreData/SQLite/SQLiteStoreError.h"
 #include "CoreData/SQLite/StoreFile.h"
@@ -25,13 +26,31 @@ using foundation::URL;
 
 namespace {
 
-/// Early, since what follows takes its time; `publish` makes sure of it.
+bool isThere(const std::string& path) {
+  return foundation::FileSystem::current()
+      .status(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW)
+      .has_value();
+}
+
 void requireNothingAt(const std::string& place) {
-  const auto there =
-      foundation::FileSystem::current().status(AT_FDCWD, place.c_str(), AT_SYMLINK_NOFOLLOW);
-  if (!there) return;
+  if (!isThere(place)) return;
   throw coredata::storeError(StoreErrorCode::exists,
                              "There is something at " + place + " already.");
+}
+
+/// Early, since what follows takes its time; `publish` makes sure that nothing came to the place
+/// since. SQLite takes files for a store's log and journal by their names alone: neither may the
+/// new store find such a file beside it, nor become one for another store.
+void requirePlaceForAStore(const std::string& place) {
+  requireNothingAt(place);
+  for (const std::string_view suffix : coredata::kCompanions) {
+    requireNothingAt(place + std::string(suffix));
+    if (!place.ends_with(suffix)) continue;
+    const std::string other = place.substr(0, place.size() - suffix.size());
+    if (!isThere(other)) continue;
+    throw coredata::storeError(StoreErrorCode::exists,
+                               "A file " + place + " would be taken for a part of " + other + ".");
+  }
 }
 
 /// How many entities of the model have exactly their table.
@@ -120,7 +139,7 @@ class Salvage {
 
 SalvageReport salvageStore(const URL& damaged, const URL& to) {
   coredata::requireFile(coredata::pathOf(damaged), false);
-  requireNothingAt(to.path());
+  requirePlaceForAStore(to.path());
   return Salvage(damaged, to.path()).run();
 }
 

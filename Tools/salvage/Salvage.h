@@ -14,7 +14,8 @@ namespace salvage {
 /// - `to` is made at once, whole, when nothing is there. A directory beside it holds everything
 ///   until then, and is all that a death leaves.
 ///
-/// Throws `foundation::Error`, and leaves nothing: `StoreErrorCode::exists` for something at `to`,
+/// Throws `foundation::Error`, and leaves nothing: `StoreErrorCode::exists` for something at `to`
+/// or that would belong to a store there, and where the new file would belong to another store,
 /// `notAStore` for a file with nothing of a store in it, `newerVersion`, and what reading the one
 /// file and writing the other fails with.
 ///

@@ -12,6 +12,7 @@
 #include "CoreDataStack/CoreDataMigrationVersion.h"
 #include "Foundation/Values/Error.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/ErrorCode.h"
 #include "Tests/Support/FaultVFS.h"
 #include "Tests/Support/MigrationPlace.h"
 #include "Tests/Support/StoreFiles.h"
@@ -40,13 +41,10 @@ class SalvageTest : public testing::Test {
   [[nodiscard]] storecheck::Report check() const { return storecheck::check(outURL()); }
 
   /// The code of the error with which it ends, having made nothing.
-  [[nodiscard]] std::int64_t refusal() const {
-    try {
-      static_cast<void>(salvage());
-    } catch (const foundation::Error& error) {
-      return error.code();
-    }
-    return 0;
+  [[nodiscard]] std::int64_t refusal() const { return refusal(out()); }
+  [[nodiscard]] std::int64_t refusal(const fs::path& to) const {
+    return support::errorCode(
+        [&] { static_cast<void>(salvageStore(store.url(), URL::fileURL(to.string()))); });
   }
   void changeBytes(const std::function<void(std::string&)>& change) const {
     std::string bytes = store.bytes();
@@ -356,6 +354,30 @@ TEST_F(Salvage, OverwritesNothing) {
   expect(StoreErrorCode::exists, refusal());
 
   EXPECT_EQ(support::bytesOf(out()), "mine");
+}
+
+TEST_F(Salvage, BecomesNoPartOfAnotherStore) {
+  for (const char* suffix : {"-wal", "-shm", "-journal"}) {
+    const fs::path part = store.path() + suffix;
+    ASSERT_FALSE(fs::exists(part));
+
+    expect(StoreErrorCode::exists, refusal(part));
+
+    EXPECT_FALSE(fs::exists(part));
+  }
+}
+
+TEST_F(Salvage, FindsNoPartsAtItsPlace) {
+  for (const char* suffix : {"-wal", "-shm", "-journal"}) {
+    const fs::path part = out().string() + suffix;
+    std::ofstream(part) << "left here";
+
+    expect(StoreErrorCode::exists, refusal());
+
+    EXPECT_FALSE(fs::exists(out()));
+    EXPECT_EQ(support::bytesOf(part), "left here");
+    fs::remove(part);
+  }
 }
 
 TEST_F(Salvage, FollowsNoLinkAtItsPlace) {

@@ -56,6 +56,15 @@ TEST_F(HabitsBackup, HoldsEverythingAndSaysSo) {
   EXPECT_EQ(json::parse(listed.output), json({{"Run", "2024-02-11"}}));
 }
 
+TEST_F(HabitsBackup, DoesNotTakeAStoreThatCannotBeLookedAtForMissing) {
+  // A link to itself stands for a disk that cannot be read.
+  fs::create_symlink(path(), path());
+
+  fails({"backup", backup()}, 3, {path()});
+
+  EXPECT_EQ(others(), Names{});
+}
+
 TEST_F(HabitsBackup, OverwritesNothing) {
   writeTwoDays();
   for (const std::string& taken : {backup(), manifest()}) {

@@ -131,6 +131,17 @@ TEST_F(HabitsMigrate, RefusesWhereThereIsNoStore) {
   EXPECT_FALSE(std::filesystem::exists(program_.store()));
 }
 
+TEST_F(HabitsMigrate, DoesNotTakeAStoreThatCannotBeLookedAtForMissing) {
+  // A link to itself stands for a disk that cannot be read.
+  std::filesystem::create_symlink(path(), path());
+
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{"migrate"}, {"migrate", "--plan"}, {"migrate", "--rehearse"}}) {
+    fails(command, 3, {path()});
+  }
+  EXPECT_TRUE(std::filesystem::is_symlink(path()));
+}
+
 TEST_F(HabitsMigrate, TakesThePhotosOfAStoreFromElsewhere) {
   writePhotos({"lake.jpg"});
   const auto elsewhere = program_.directory() / "backup";

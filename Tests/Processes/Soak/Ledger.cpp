@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <fstream>
 #include <limits>
-#include <sstream>
 #include <stdexcept>
+#include <system_error>
 
 namespace soak {
 
@@ -23,6 +25,31 @@ Deed deedOf(std::string_view name) {
   }
   throw std::runtime_error("an unknown deed");
 }
+
+/// The words of a line. A ledger has a million lines, and is read whenever a member begins anew.
+class Words {
+ public:
+  explicit Words(std::string_view line) noexcept : rest_(line) {}
+
+  /// All up to the next space; empty at the end.
+  std::string_view next() noexcept {
+    const std::string_view word = rest_.substr(0, rest_.find(' '));
+    rest_.remove_prefix(std::min(word.size() + 1, rest_.size()));
+    return word;
+  }
+  std::int64_t number() {
+    const std::string_view word = next();
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    if (error != std::errc() || end != word.data() + word.size())
+      throw std::runtime_error("no number in a ledger: " + std::string(word));
+    return value;
+  }
+  [[nodiscard]] std::string_view rest() const noexcept { return rest_; }
+
+ private:
+  std::string_view rest_;
+};
 
 }  // namespace
 
@@ -54,19 +81,16 @@ Ledger::Ledger(const std::filesystem::path& file) {
 }
 
 void Ledger::read(const std::string& line) {
-  std::istringstream words(line);
-  std::string kind;
-  words >> kind;
+  Words words(line);
+  const std::string_view kind = words.next();
   if (kind == "begin") {
-    std::string deed;
-    std::size_t number = 0;
-    auto& [after, upTo] = sessions.back().own.emplace_back();
-    words >> deed >> number >> after;
-    upTo = std::numeric_limits<std::int64_t>::max();
-    pending = {deedOf(deed), number};
+    const Deed deed = deedOf(words.next());
+    const auto number = static_cast<std::size_t>(words.number());
+    sessions.back().own.emplace_back(words.number(), std::numeric_limits<std::int64_t>::max());
+    pending = {deed, number};
     nextNumber = std::max(nextNumber, number + 1);
   } else if (kind == "done" || kind == "kept") {
-    if (kind == "done") words >> sessions.back().own.back().second;
+    if (kind == "done") sessions.back().own.back().second = words.number();
     enter(pending.value(), entries);
     if (pending->deed == Deed::append) tokens.insert(std::to_string(pending->number));
     if (kind == "kept") ++counts[kKept];
@@ -77,26 +101,26 @@ void Ledger::read(const std::string& line) {
   } else if (kind == "session") {
     sessions.emplace_back();
   } else if (kind == "ready") {
-    words >> sessions.back().ready.emplace();
+    sessions.back().ready = words.number();
   } else if (kind == "pass") {
     sessions.back().passes.emplace_back();
   } else if (kind == "merged") {
-    auto& [number, author] = sessions.back().passes.back().emplace_back();
-    words >> number >> author;
+    const std::int64_t number = words.number();
+    sessions.back().passes.back().emplace_back(number, words.next());
   } else if (kind == "failed") {
     Session& session = sessions.back();
     std::int64_t told = session.ready.value_or(0);
     for (const auto& pass : session.passes) {
       if (!pass.empty()) told = std::max(told, pass.back().first);
     }
-    words >> session.untold.emplace_back(told, 0).second;
+    session.untold.emplace_back(told, words.number());
   } else if (kind == "stamp") {
-    words >> stamps.emplace_back();
+    stamps.push_back(words.number());
   } else if (kind == "quiet") {
-    words >> sessions.back().quiet.emplace() >> sessions.back().wasCurrent;
+    sessions.back().quiet = words.number();
+    sessions.back().wasCurrent = words.number() != 0;
   } else {
-    std::getline(words >> std::ws, kind);
-    ++counts[kind];
+    ++counts[std::string(words.rest())];
   }
 }
 

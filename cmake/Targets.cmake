@@ -97,15 +97,16 @@ function(_cds_name_profiles test)
   endif()
 endfunction()
 
-# cds_add_test(<name> [FULL] [TIMEOUT <seconds>] SOURCES <file>... LIBRARIES <target>...)
-# Tests are quick unless FULL is given; ctest -L quick runs the first tier alone.
+# cds_add_test(<name> [FULL] [BUSY] [TIMEOUT <seconds>] SOURCES <file>... LIBRARIES <target>...)
+# Tests are quick unless FULL is given; ctest -L quick runs the first tier alone. BUSY is for those whose own code takes
+# much of their time.
 function(cds_add_test name)
-  cmake_parse_arguments(ARG "FULL" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "FULL;BUSY" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   cds_configure_target(${name})
   target_include_directories(${name} PRIVATE ${CoreDataStack_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gtest GTest::gmock GTest::gtest_main)
-  if(NOT COREDATASTACK_OPTIMIZE_TESTS)
+  if(NOT COREDATASTACK_OPTIMIZE_TESTS AND NOT ARG_BUSY)
     # What takes time when they run lies in the libraries; the tests themselves compile in two thirds of the time.
     target_compile_options(${name} PRIVATE -O0)
   endif()

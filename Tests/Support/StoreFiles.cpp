@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 
@@ -39,8 +38,11 @@ std::string cell(sqlite3_stmt& row, int column) {
 
 std::string bytesOf(const fs::path& file) {
   if (!fs::is_regular_file(file)) return {};
+  std::string bytes(fs::file_size(file), '\0');
   std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
+  stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(stream.gcount()));
+  return bytes;
 }
 
 Files filesIn(const fs::path& directory) {

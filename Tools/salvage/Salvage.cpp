@@ -13,6 +13,7 @@
 #include "CoreData/SQLite/StoreSchema.h"
 #include "CoreDataStack/CoreDataMigrationVersion.h"
 #include "CoreDataStack/NSManagedObjectModel+Migration.h"
+#include "Foundation/Internal/FileSystem.h"
 #include "Tools/salvage/LinkMending.h"
 #include "Tools/salvage/SalvagedStore.h"
 

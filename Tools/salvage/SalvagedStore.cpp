@@ -14,6 +14,7 @@
 #include "CoreData/SQLite/StoreMarks.h"
 #include "CoreData/SQLite/StoreMetadata.h"
 #include "CoreData/SQLite/WriteTransaction.h"
+#include "Foundation/Internal/FileSystem.h"
 #include "Foundation/Values/Error.h"
 
 namespace salvage {
@@ -180,7 +181,13 @@ void publish(const std::string& file, const std::string& place) {
     throw Error(std::string(foundation::kPosixErrorDomain), number,
                 place + " cannot be made: " + std::strerror(number) + ".");
   }
-  coredata::syncDirectoryOf(place);
+  try {
+    coredata::syncDirectoryOf(place);
+  } catch (...) {
+    // Nobody is to find a store of which he was told that it could not be made.
+    static_cast<void>(foundation::FileSystem::current().unlink(AT_FDCWD, place.c_str(), 0));
+    throw;
+  }
 }
 
 }  // namespace salvage

@@ -1,5 +1,6 @@
 #include "Tools/salvage/Salvage.h"
 
+#include <errno.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,8 +13,10 @@
 #include "CoreDataStack/CoreDataMigrationVersion.h"
 #include "Foundation/Values/Error.h"
 #include "Tests/Support/CrashRunner.h"
+#include "Tests/Support/DiskSpace.h"
 #include "Tests/Support/ErrorCode.h"
 #include "Tests/Support/FaultVFS.h"
+#include "Tests/Support/FaultyFileSystem.h"
 #include "Tests/Support/MigrationPlace.h"
 #include "Tests/Support/StoreFiles.h"
 #include "Tests/Tools/storecheck/CheckedStore.h"
@@ -387,6 +390,69 @@ TEST_F(Salvage, FollowsNoLinkAtItsPlace) {
   expect(StoreErrorCode::exists, refusal());
 
   EXPECT_FALSE(fs::exists(elsewhere));
+}
+
+TEST_F(Salvage, LeavesNothingWhereTheDiskIsFull) {
+  const std::string damaged = store.bytes();
+  support::DiskSpace space;
+  support::FaultVFS databases;
+  databases.setSpace(&space);
+  const coredata::StoreVFSOverride override(databases.name());
+  support::FaultyFileSystem files;
+  files.setSpace(&space);
+  static_cast<void>(salvage());
+  const std::int64_t needed = space.most();
+  fs::remove(out());
+
+  constexpr int kParts = 16;
+  for (int part = 0; part < kParts; ++part) {
+    space.limit(needed * part / kParts);
+    EXPECT_NE(refusal(), 0) << part;
+    EXPECT_TRUE(filesBesideOut().empty()) << part;
+  }
+
+  space.lift();
+  static_cast<void>(salvage());
+  EXPECT_TRUE(check().isSound());
+  EXPECT_EQ(store.bytes(), damaged);
+}
+
+TEST_F(Salvage, MakesAWholeStoreOrNoneWhereTheDiskFails) {
+  const std::string damaged = store.bytes();
+  int refusals = 0;
+  const auto look = [&](std::int64_t code, std::size_t n) {
+    if (code != 0) ++refusals;
+    EXPECT_EQ(fs::exists(out()), code == 0) << n;
+    if (code == 0) {
+      EXPECT_TRUE(check().isSound()) << n;
+    }
+    EXPECT_EQ(store.bytes(), damaged) << n;
+    for (const std::string& left : filesBesideOut()) fs::remove_all(out().parent_path() / left);
+  };
+
+  for (std::size_t n = 1;; ++n) {
+    std::int64_t code = 0;
+    {
+      // Changes alone: a program that cannot read its models stops.
+      const support::FaultyFileSystem files(support::FileFault::failOnce, n, EIO);
+      code = refusal();
+      if (!files.wasReached()) break;
+    }
+    look(code, n);
+  }
+  support::FaultVFS databases;
+  const coredata::StoreVFSOverride override(databases.name());
+  for (std::size_t n = 1;; n += 20) {
+    databases.reset();
+    databases.watch(support::kEverything);
+    databases.failAt(n, support::FaultVFS::kCodeOfOperation);
+    const std::int64_t code = refusal();
+    const bool wasReached = databases.faultWasReached();
+    databases.reset();
+    if (!wasReached) break;
+    look(code, n);
+  }
+  EXPECT_GT(refusals, 8);
 }
 
 TEST_F(Salvage, LeavesNothingAtItsPlaceWhenItIsKilled) {

@@ -39,6 +39,11 @@ void requireNothingAt(const std::string& place) {
                              "There is something at " + place + " already.");
 }
 
+[[noreturn]] void throwPartOf(const std::string& store, const std::string& place) {
+  throw coredata::storeError(StoreErrorCode::exists,
+                             place + " would be taken for a part of " + store + ".");
+}
+
 /// Early, since what follows takes its time; `publish` makes sure that nothing came to the place
 /// since. SQLite takes files for a store's log and journal by their names alone: neither may the
 /// new store find such a file beside it, nor become one for another store.
@@ -48,9 +53,7 @@ void requirePlaceForAStore(const std::string& place) {
     requireNothingAt(place + std::string(suffix));
     if (!place.ends_with(suffix)) continue;
     const std::string other = place.substr(0, place.size() - suffix.size());
-    if (!isThere(other)) continue;
-    throw coredata::storeError(StoreErrorCode::exists,
-                               "A file " + place + " would be taken for a part of " + other + ".");
+    if (isThere(other)) throwPartOf(other, place);
   }
 }
 

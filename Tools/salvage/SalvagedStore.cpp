@@ -185,7 +185,8 @@ void publish(const std::string& file, const std::string& place) {
     coredata::syncDirectoryOf(place);
   } catch (...) {
     // Nobody is to find a store of which he was told that it could not be made.
-    static_cast<void>(foundation::FileSystem::current().unlink(AT_FDCWD, place.c_str(), 0));
+    [[maybe_unused]] const auto removed =
+        foundation::FileSystem::current().unlink(AT_FDCWD, place.c_str(), 0);
     throw;
   }
 }

@@ -5,8 +5,6 @@
 
 namespace coredata {
 
-using foundation::Ref;
-
 namespace {
 
 /// Forms beyond this number come from formats that are put together at run time; starting over is

@@ -16,7 +16,6 @@ using coredata::NSFetchRequestBase;
 using coredata::RecentPlans;
 using foundation::NSPredicate;
 using foundation::Ref;
-using foundation::SortDescriptors;
 
 Ref<const coredata::NSManagedObjectModel> notes() {
   return coredata::modelFromSource(R"({
@@ -66,6 +65,7 @@ TEST_F(RecentPlansTest, AreToldApartByAllThatOnePredicateLeavesOpen) {
   requests[5].setPropertiesToFetch({"rank"});
   requests[5].setReturnsDistinctResults(true);
   std::vector<Ref<const FetchPlan>> plans;
+  plans.reserve(requests.size());
   for (const NSFetchRequestBase& each : requests) plans.push_back(recent_.plan(each));
 
   for (std::size_t i = 0; i < requests.size(); ++i) {
